@@ -1,0 +1,47 @@
+#include "app/web_server.h"
+
+#include <array>
+#include <cstdio>
+#include <mutex>
+#include <string>
+
+#include "keys/reader.h"
+#include "platform/keys.h"
+#include "records/freqs.h"
+#include "records/handover.h"
+#include "records/locks.h"
+#include "records/sys.h"
+#include "records/trace.h"
+#include "remote/local_socket.h"
+
+namespace {
+
+bool Take_Key(std::int32_t code) { return num_queue_insert(code); }
+
+bool Press_Power() { return platform::Press_Power_Key() == 0; }
+
+void Tell_State(std::string& json) {
+    const std::lock_guard records(Command_Main_Mutex);
+    const auto word = [](bool value) { return value ? "true" : "false"; };
+    json = "{\"model\":\"" + System_Information_Data.model + "\",\"starting\":" + word(systeminit.load() != 0) +
+           ",\"remote\":" + word(Remote_Flag.load() != 0) + "}";
+}
+
+void Tell_Trace(std::string& csv) {
+    const std::lock_guard records(Command_Main_Mutex);
+    const auto screen = static_cast<std::size_t>(ScreenActive);
+    const Trace_Record& record = Trace_Data[screen];
+    const auto& values = record.value[record.active & 3];
+    csv = "frequency_hz,level_dbm\n";
+    for (std::size_t i = 0; i < trace_points; ++i) {
+        const double frequency =
+            Freqs.start[screen] + Freqs.offset[screen] + static_cast<double>(i) * Freqs.span[screen] / (trace_points - 1);
+        std::array<char, 48> line{};
+        std::snprintf(line.data(), line.size(), "%.3f,%.3f\n", frequency, static_cast<double>(values[i]));
+        csv += line.data();
+    }
+}
+
+}  // namespace
+
+void web_server() { remote::Serve_Local_Socket({Take_Key, Press_Power, Tell_State, Tell_Trace}); }

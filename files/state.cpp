@@ -1,0 +1,134 @@
+#include "files/state.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <sstream>
+#include <string>
+
+#include "platform/whole_file.h"
+#include "records/amp.h"
+#include "records/bw.h"
+#include "records/freqs.h"
+#include "records/sweep.h"
+#include "records/trace.h"
+
+namespace {
+
+constexpr std::string_view heading = "KVA720 state 1\n", ending = "end\n";
+constexpr std::size_t largest_state = 1u << 16;
+
+/// The settings of a state file, copied out of the records and back into them as a whole.
+struct State {
+    Freqs_Record freqs;
+    std::array<std::uint8_t, screens> step_manual{};
+    Amp_Record amp;
+    BW_Record bw;
+    Sweep_Record sweep;
+    std::array<std::array<std::uint8_t, traces>, screens> trace_mode{};
+    std::array<std::array<std::uint16_t, traces>, screens> detector_choice{};
+};
+
+State Take() {
+    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}};
+    for (std::size_t i = 0; i < screens; ++i) {
+        state.trace_mode[i] = Trace_Data[i].mode;
+        state.detector_choice[i] = Trace_Data[i].detector_choice;
+    }
+    return state;
+}
+
+void Put(const State& state) {
+    Freqs = state.freqs;
+    stepautoman = state.step_manual;
+    Amp = state.amp;
+    BW_Data = state.bw;
+    Sweep_Data = state.sweep;
+    for (std::size_t i = 0; i < screens; ++i) {
+        Trace_Data[i].mode = state.trace_mode[i];
+        Trace_Data[i].detector_choice = state.detector_choice[i];
+    }
+}
+
+/// Every setting of the file with its name and range, in the order in which it stands there.
+template <class Field>
+void For_Each_Field(State& s, Field&& field) {
+    const double highest = MAXFREQUENCY;
+    field("center", s.freqs.center, 0, highest);
+    field("start", s.freqs.start, 0, highest);
+    field("stop", s.freqs.stop, 0, highest);
+    field("step", s.freqs.step, 0, highest);
+    field("span", s.freqs.span, 0, MAXSPAN);
+    field("last_span", s.freqs.last_span, 0, MAXSPAN);
+    field("offset", s.freqs.offset, -100e9, 100e9);
+    field("step_manual", s.step_manual, 0, 1);
+    field("reference", s.amp.reference, -120, 30);
+    field("displayed_reference", s.amp.displayed_reference, -1000, 1000);
+    field("attenuation", s.amp.attenuation, 0, 50);
+    field("attenuation_manual", s.amp.attenuation_mode, 0, 1);
+    field("scale", s.amp.scale_code, 0, 3);
+    field("rbw_manual", s.bw.rbw_mode, 0, 1);
+    field("rbw", s.bw.rbw, 0, 15);
+    field("vbw_manual", s.bw.vbw_mode, 0, 1);
+    field("vbw", s.bw.vbw, 0, 12);
+    field("sweep_time", s.sweep.time, 0, 1e6);
+    field("sweep_time_manual", s.sweep.time_mode, 0, 1);
+    for (std::size_t i = 0; i < screens; ++i) {
+        field("trace_mode", s.trace_mode[i], 0, 4);
+        field("detector", s.detector_choice[i], 0, 7);
+    }
+}
+
+std::string Written(State state) {
+    std::string text(heading);
+    For_Each_Field(state, [&](const char* name, const auto& values, double, double) {
+        text += name;
+        for (const auto value : values) {
+            std::array<char, 40> number{};
+            std::snprintf(number.data(), number.size(), " %.17g", static_cast<double>(value));
+            text += number.data();
+        }
+        text += '\n';
+    });
+    return text += ending;
+}
+
+bool Consistent(const State& s) {
+    for (std::size_t i = 0; i < screens; ++i) {
+        if (s.freqs.start[i] > s.freqs.center[i] || s.freqs.center[i] > s.freqs.stop[i]) return false;
+        if (std::fabs(s.freqs.stop[i] - s.freqs.start[i] - s.freqs.span[i]) > 1) return false;
+    }
+    return true;
+}
+
+bool Read(const std::string& text, State& state) {
+    if (!text.starts_with(heading) || !text.ends_with(ending)) return false;
+    std::istringstream lines(text.substr(heading.size()));
+    bool good = true;
+    For_Each_Field(state, [&](const char* name, auto& values, double low, double high) {
+        std::string read_name;
+        good = good && (lines >> read_name) && read_name == name;
+        for (auto& value : values) {
+            double number = 0;
+            good = good && (lines >> number) && number >= low && number <= high;
+            if (good) value = static_cast<std::remove_reference_t<decltype(value)>>(number);
+        }
+    });
+    return good && Consistent(state);
+}
+
+}  // namespace
+
+bool Save_LocalState_SpecAndSem(std::string_view path) { return platform::Write_Whole_File(path, Written(Take())); }
+
+bool Recall_Lostate_ForLocal(std::string_view path, int) {
+    std::string text;
+    if (!platform::Read_Whole_File(path, largest_state, text)) return false;
+    State state = Take();
+    if (!Read(text, state)) {
+        std::fprintf(stderr, "the state file %.*s is damaged\n", static_cast<int>(path.size()), path.data());
+        return false;
+    }
+    Put(state);
+    return true;
+}

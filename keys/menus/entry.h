@@ -1,0 +1,21 @@
+#pragma once
+#include <string_view>
+
+#include "keys/page.h"
+
+/// What the menu families share.
+namespace menus {
+
+/// Shows a family's first page with nothing highlighted; digits are no value until a soft key gives them one.
+void Open_First_Page(Menu_Page& page);
+
+/// Makes the parameter of a soft key the one that digits, arrows and knob work on.
+void Begin_Entry(char unit_type, bool may_be_negative);
+
+/// A key without value: digits are ignored.
+void No_Entry();
+
+/// Shows a name and a frequency in Hz in the entry field.
+void Show_Frequency_Entry(std::string_view name, double hertz);
+
+}  // namespace menus

@@ -1,0 +1,74 @@
+#include "keys/handlers.h"
+#include "keys/menus/entry.h"
+#include "keys/number_format.h"
+#include "keys/numeric_entry.h"
+#include "keys/pages.h"
+#include "keys/soft_keys.h"
+#include "keys/words.h"
+#include "records/freqs.h"
+#include "records/keystate.h"
+#include "sweep/frequency.h"
+
+namespace {
+
+enum Freq_Key { center_key, start_key, stop_key, step_key, offset_key };
+
+double Value(int key) {
+    const auto screen = static_cast<std::size_t>(ScreenActive);
+    const double offset = Freqs.offset[screen];
+    switch (key) {
+        case center_key: return Freqs.center[screen] + offset;
+        case start_key: return Freqs.start[screen] + offset;
+        case stop_key: return Freqs.stop[screen] + offset;
+        case step_key: return Freqs.step[screen];
+        default: return offset;
+    }
+}
+
+void Show_Present(int key) {
+    constexpr std::array names{"Center frequency", "Start frequency", "Stop frequency", "Center frequency step",
+                               "Frequency offset"};
+    menus::Show_Frequency_Entry(names[static_cast<std::size_t>(key)], Value(key));
+}
+
+template <int (*setter)(int, double), int key>
+int Set_And_Show(int mode, double value) {
+    setter(mode, value);
+    Show_Present(key);
+    return 0;
+}
+
+void fFreqBase(int key) {
+    const bool pressed_again = Current_Page().highlight == key;
+    menus::Begin_Entry('1', key == offset_key);
+    if (key == step_key && pressed_again) Set_Step_Mode(stepautoman[static_cast<std::size_t>(ScreenActive)] == 0);
+    Show_Present(key);
+}
+
+void Freq_Face(int key, Key_Face& face) {
+    Format_Frequency(Value(key), true, face.value);
+    if (key != step_key) return;
+    face.choice = {keys::selectAuto, keys::selectMan};
+    face.chosen = stepautoman[static_cast<std::size_t>(ScreenActive)] ? 1 : 0;
+}
+
+}  // namespace
+
+std::array<Menu_Page, 1> FreqLink{{{
+    .title = En(keys::enFrequencyBig),
+    .label = {En(keys::enCenterFreq), En(keys::enStartFreq), En(keys::enStopFreq), En(keys::enCFStep),
+              En(keys::enFreqOffset), nullptr, nullptr},
+    .disabled = {},
+    .parent = nullptr,
+    .family = 0,
+    .highlight = no_highlight,
+    .layer = fFreqBase,
+    .value_handler = {Set_And_Show<Set_Cent, center_key>, Set_And_Show<Set_Start_Freq, start_key>,
+                      Set_And_Show<Set_Stop_Freq, stop_key>, Set_And_Show<Set_Step_Freq, step_key>,
+                      Set_And_Show<Set_Offset_Freq, offset_key>, nullptr, nullptr},
+    .face = Freq_Face,
+}}};
+
+void Freq_HwKey() { menus::Open_First_Page(FreqLink[0]); }
+
+void Freq_SwKey(int key, char) { Press_Soft_Key(key, "Freq_SwKey error"); }

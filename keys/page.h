@@ -1,0 +1,37 @@
+#pragma once
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <span>
+
+/// Menu pages: the seven soft keys beside the screen.
+
+constexpr int soft_keys = 7;
+constexpr std::uint8_t no_highlight = 0xff;
+
+/// mode: 0 knob, 1 arrows (steps in AllKeyVar), 2 a typed value in base units.
+using Value_Handler = int (*)(int mode, double value);
+
+/// What a key shows below its label: a value, or two choices of which one is chosen.
+struct Key_Face {
+    std::array<char, 24> value{};
+    std::array<int, 2> choice{-1, -1};  ///< numbers of choice words, -1 none
+    int chosen = 0;
+};
+
+struct Menu_Page {
+    const std::uint8_t* title = nullptr;                       ///< mask of the heading
+    std::array<const std::uint8_t*, soft_keys> label{};        ///< masks; null: a key without function
+    std::array<std::uint32_t, soft_keys> disabled{};           ///< non-zero: greyed and inert
+    Menu_Page* parent = nullptr;                               ///< null on a top page; then a digit opens the unit page
+    std::uint8_t family = 0;                                   ///< index into fSwKeyPtr
+    std::uint8_t highlight = no_highlight;                     ///< soft key 0 to 6
+    void (*layer)(int key) = nullptr;                          ///< what a pressed soft key does
+    std::array<Value_Handler, soft_keys> value_handler{};      ///< arrows, knob and typed values of the highlighted key
+    void (*face)(int key, Key_Face& face) = nullptr;           ///< fills in what a key shows now
+};
+
+inline std::atomic<Menu_Page*> keylink{nullptr};  ///< the page shown now
+
+/// The page shown now. There is one from start-up on.
+inline Menu_Page& Current_Page() { return *keylink.load(std::memory_order_acquire); }

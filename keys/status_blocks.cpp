@@ -1,0 +1,122 @@
+#include "keys/status_blocks.h"
+
+#include <array>
+#include <cstdio>
+#include <string>
+
+#include "display/text.h"
+#include "keys/number_format.h"
+#include "keys/shown_values.h"
+#include "keys/words.h"
+#include "palette.h"
+#include "platform/clock.h"
+#include "records/amp.h"
+#include "records/bw.h"
+#include "records/freqs.h"
+#include "records/sweep.h"
+#include "records/sys.h"
+
+namespace {
+
+using display::Align;
+using display::Rect;
+
+constexpr int name_gap = 8, value_size = 13, value_ascent = 13, value_height = 17;
+
+enum class Anchor { left, right };
+
+struct Block {
+    keys::Cat_Name name;
+    int x;         ///< left edge, or the right edge of a right-bound block
+    int width;     ///< of name and value together
+    int baseline;  ///< row
+    Anchor anchor;
+    void (*value)(std::span<char> text);
+};
+
+std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
+
+void Reference(std::span<char> text) {
+    std::snprintf(text.data(), text.size(), "%.2f dBm", static_cast<double>(Amp.displayed_reference[Screen()]));
+}
+void Attenuation(std::span<char> text) { std::snprintf(text.data(), text.size(), "%d dB", Amp.attenuation[Screen()]); }
+void Scale(std::span<char> text) {
+    constexpr std::array<int, 4> db{10, 5, 2, 1};
+    std::snprintf(text.data(), text.size(), "%d dB/", db[Amp.scale_code[Screen()] & 3]);
+}
+void Preamplifier(std::span<char> text) {
+    std::snprintf(text.data(), text.size(), "%s", Amp.preamplifier_in[Screen()] ? "On" : "Off");
+}
+void Center(std::span<char> text) { Format_Frequency(Freqs.center[Screen()] + Freqs.offset[Screen()], false, text); }
+void Span(std::span<char> text) { Format_Frequency(Freqs.span[Screen()], true, text); }
+void Rbw(std::span<char> text) { Format_Bandwidth(Shown_RBW(), text); }
+void Vbw(std::span<char> text) { Format_Bandwidth(Shown_VBW(), text); }
+void Sweep_Time(std::span<char> text) { Format_Time(Sweep_Data.time[Screen()], text); }
+
+constexpr auto blocks = std::to_array<Block>({
+    {keys::catRef, 12, 114, 42, Anchor::left, Reference},
+    {keys::catAtt, 130, 86, 42, Anchor::left, Attenuation},
+    {keys::catLog, 220, 86, 42, Anchor::left, Scale},
+    {keys::catPreamp, 310, 86, 42, Anchor::left, Preamplifier},
+    {keys::catCenter, 12, 250, 525, Anchor::left, Center},
+    {keys::catSpan, 610, 230, 525, Anchor::right, Span},
+    {keys::catRBW, 12, 130, 545, Anchor::left, Rbw},
+    {keys::catVBW, 150, 130, 545, Anchor::left, Vbw},
+    {keys::catSweep, 610, 230, 545, Anchor::right, Sweep_Time},
+});
+
+void Draw_Block(const Block& block) {
+    std::array<char, 48> text{};
+    block.value(text);
+    const auto name = static_cast<std::size_t>(block.name);
+    const int name_width = cat_widths[name];
+    const int top = block.baseline - value_ascent;
+    const int left = block.anchor == Anchor::left ? block.x : block.x - block.width;
+    display::Clear(fbOsd0, {left, top, block.width, value_height});
+    const int value_width = display::Text_Width(text.data(), face_bold, value_size);
+    const int name_x = block.anchor == Anchor::left ? left : block.x - value_width - name_gap - name_width;
+    draw_bitmap(cat_words[name], display::palette::label, display::palette::ground, name_x, block.baseline - 12,
+                label_width, category_height, fbOsd0, name_x + name_width);
+    const int value_x = name_x + name_width + name_gap;
+    display::Draw_Field(fbOsd0, {value_x, top, left + block.width - value_x, value_height}, value_ascent, text.data(),
+                        {face_bold, value_size, display::palette::value, display::palette::ground});
+}
+
+void Draw_Bar_Text(Rect area, std::string_view text, display::Colour colour, Font_Face face, int size, Align align) {
+    display::Draw_Field(fbOsd0, area, 13, text, {face, size, colour, display::palette::bar}, align);
+}
+
+}  // namespace
+
+void Draw_Status_Blocks() {
+    for (const auto& block : blocks) Draw_Block(block);
+}
+
+void Draw_Sweep_State() {
+    Draw_Bar_Text({506, 3, 142, 18}, Sweep_Data.single ? "Free run, Single" : "Free run, Cont", display::palette::label,
+                  face_regular, 12, Align::right);
+}
+
+void Draw_Model() {
+    const std::string& model = System_Information_Data.model;
+    const std::string_view number = model.starts_with("KVA") ? std::string_view(model).substr(3) : model;
+    Draw_Bar_Text({46, 4, 90, 18}, number, display::palette::trace_a, face_bold, 15, Align::left);
+}
+
+void Draw_Clock() {
+    constexpr std::array months{"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const std::tm now = platform::Wall_Clock();
+    std::array<char, 40> text{};
+    std::snprintf(text.data(), text.size(), "%d %s %d  %02d:%02d:%02d", now.tm_mday,
+                  months[static_cast<std::size_t>(now.tm_mon % 12)], now.tm_year + 1900, now.tm_hour, now.tm_min, now.tm_sec);
+    Draw_Bar_Text({142, 3, 178, 18}, text.data(), display::palette::label, face_regular, 12, Align::left);
+}
+
+void Blank_Clock() { display::Clear(fbOsd0, {142, 3, 178, 18}); }
+
+void Draw_Average_Count(int count) {
+    std::array<char, 24> text{};
+    if (count > 0) std::snprintf(text.data(), text.size(), "Avg : %d", count);
+    display::Draw_Field(fbOsd0, {12, 45, 114, 12}, 10, text.data(),
+                        {face_regular, 11, display::palette::label, display::palette::ground});
+}

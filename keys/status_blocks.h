@@ -1,0 +1,17 @@
+#pragma once
+
+/// The blocks of names and values around the graticule, on the text layer.
+
+/// Reference level, attenuation, scale and preamplifier above; centre, span, RBW, VBW and sweep time below.
+void Draw_Status_Blocks();
+
+/// Trigger and sweep state at the right end of the top line.
+void Draw_Sweep_State();
+
+/// Model at the left end of the top line, and the clock beside it.
+void Draw_Model();
+void Draw_Clock();
+void Blank_Clock();
+
+/// "Avg :" followed by the counter, above the graticule; a count of 0 blanks it.
+void Draw_Average_Count(int count);

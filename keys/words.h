@@ -1,0 +1,40 @@
+#pragma once
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "words_order.h"
+
+/// Menu texts, rendered once into masks from the word-list file of the chosen language.
+
+constexpr int label_width = 142, label_height = 84, category_height = 15, choice_height = 24;
+constexpr int most_choice_characters = 32;
+
+using Label_Mask = std::array<std::uint8_t, label_width * label_height>;
+using Category_Mask = std::array<std::uint8_t, label_width * category_height>;
+
+/// A choice inside a soft key: its bitmap, where its text starts, and where each character starts and the text ends.
+struct Choice_Word {
+    std::array<std::uint8_t, label_width * choice_height> mask{};
+    int row_length = label_width;
+    int x = 0, y = 0;
+    std::array<std::int16_t, most_choice_characters + 1> position{};
+    int characters = 0;
+    int Width() const { return position[static_cast<std::size_t>(characters)] - x; }
+};
+
+inline std::array<Label_Mask, keys::en_count> en_words{};
+inline std::array<Choice_Word, keys::select_count> select_words{};
+inline std::array<Category_Mask, keys::cat_count> cat_words{};
+inline std::array<std::int16_t, keys::cat_count> cat_widths{};  ///< pixels that each name takes
+
+/// Mask of a label or title.
+inline const std::uint8_t* En(keys::En_Name name) { return en_words[name].data(); }
+
+/// Reads the word-list file (an instrument path) into the tables, which are cleared first; a file that is missing or does
+/// not begin with its mark leaves them blank. Sets Checkversion to 1 for a file of another version. Records that are cut,
+/// out of range or longer than the file are dropped.
+void parse_txt_file(const char* path);
+
+/// Word-list file of a language.
+const char* Word_List_Path(int language);

@@ -1,0 +1,24 @@
+#include "platform/environment.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/clock.h"
+#include "platform/root.h"
+
+namespace platform {
+
+void Configure_From_Environment() {
+    const char* root = std::getenv("KVA720_ROOT");
+    if (root == nullptr || *root == '\0') {
+        std::fputs("kva720: KVA720_ROOT names no instrument root (kva720-run sets it)\n", stderr);
+        std::exit(2);
+    }
+    Set_Root(root);
+    const char* fast = std::getenv("KVA720_FAST");
+    if (fast != nullptr && std::strcmp(fast, "1") == 0)
+        Set_Clock_Mode(Clock_Mode::fast);
+}
+
+}  // namespace platform

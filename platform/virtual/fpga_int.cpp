@@ -1,0 +1,40 @@
+#include "platform/fpga_int.h"
+
+#include <cerrno>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "platform/root.h"
+#include "platform/virtual/device_files.h"
+#include "platform/virtual/wait.h"
+
+namespace platform {
+
+int Open_Fpga_Int(const char* device) {
+    return device_files::Connect_Device(Rooted(device));
+}
+
+std::optional<std::uint8_t> Read_Fpga_Event(int device) {
+    while (Wait_Ready(device, POLLIN)) {
+        std::uint8_t event = 0;
+        const auto size = ::recv(device, &event, 1, 0);
+        if (size == 1)
+            return event;
+        if (size == 0 || (errno != EAGAIN && errno != EINTR))
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+int Fpga_Int_Request(int device, int request, int argument) {
+    const device_files::Fpga_Request packet{request, argument};
+    return ::send(device, &packet, sizeof packet, MSG_NOSIGNAL) == sizeof packet ? 0 : -1;
+}
+
+void Close_Fpga_Int(int device) {
+    if (device >= 0)
+        ::close(device);
+}
+
+}  // namespace platform

@@ -1,0 +1,11 @@
+#pragma once
+#include <cstdint>
+
+/// Display settings and the state of the screen.
+struct Display_Record {
+    std::int32_t brightness = 100;   ///< percent
+    std::int32_t active = 1;         ///< 0: the screen is dark; the next key wakes it
+    std::int32_t clock_shown = 1;
+    std::int32_t key_lock = 0;       ///< 1: hard keys are locked
+};
+inline Display_Record Display_Data;

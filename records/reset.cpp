@@ -1,0 +1,73 @@
+#include "records/reset.h"
+
+#include "records/amp.h"
+#include "records/analysis.h"
+#include "records/bw.h"
+#include "records/display.h"
+#include "records/freqs.h"
+#include "records/function.h"
+#include "records/handover.h"
+#include "records/keystate.h"
+#include "records/sweep.h"
+#include "records/sys.h"
+#include "records/trace.h"
+
+namespace {
+
+void Reset_Handover() {
+    for (auto* flag : {&systeminit, &shutdown_flag, &Remote_Flag, &RecallFormCommand, &RecallMenuState,
+                       &USBButtonOnOff_Flag, &RecallAfterRemoveDeviceFlag, &Pending_Operation_Flag,
+                       &Pending_Operation_Flag_check, &Command_Opc_Flag, &Command_Query_Opc_Flag, &SweepSingle_Data,
+                       &DSP_Trigger_Flag, &Usb_init_flag, &SetsystemtimeFlag}) {
+        *flag = 0;
+    }
+    FPGA_Int_Fd = -1;
+    Keypad_Flag = 0;
+    Web_Keyin_Flag = 0;
+    Web_Keyin_Value.read = 0;
+    Web_Keyin_Value.write = 0;
+}
+
+}  // namespace
+
+void Reset_Records() {
+    Reset_Handover();
+    Freqs = {};
+    stepautoman = {};
+    ScreenActive = 0;
+    MAXFREQUENCY = 3'250'050'000;
+    MAXSPAN = 3'250'000'000;
+    Amp = {};
+    BW_Data = {};
+    BW_RBW_Mode = {};
+    Sweep_Data = {};
+    Trace_Data = {};
+    ScreenInf = {};
+    Single_Trace_DBM = {};
+    AvgType = 0;
+    Trace_Second_Flag = 0;
+    Display_Data = {};
+    Sys_Data = {};
+    System_Information_Data = {};
+    POWER_On = 1;
+    Language = 0;
+    KVA720_ATTR_INST_MODEL = 1;
+    USB_Select = 0;
+    Calibration_counter = 0;
+    System_information = 0;
+    Checkversion = 0;
+    check_logo = 0;
+    FunctionMode_Flag = FunctionMode_Flag_For_File = mode_spectrum;
+    Global_Table = Global_Table_Flag_For_File = 0;
+    Sequence_runnow_flag = SEQCAL_Flag = PmetRemoteJudgeFlag = PowerSensor_Insert = Run_AuotSet_flag = 0;
+    EMC_Data = {};
+    attention_notice = 0;
+    AllKeyVar = {};
+    Keypad_AllKeyVarunitype = 0;
+    numberIndex = Keypad_Keyin_Type_Lock = HWkeyIdx = Keylink_HwInit = Keylink_SwInit = 0;
+    FLAG_BLOCK_MINUS_KEY = 1;
+    Check_warning = Check_block3 = 0;
+    Marker_Data = {};
+    Peak_Data = {};
+    LimitlineScreen = SetFreqScaleRedraw = 0;
+}

@@ -1,0 +1,18 @@
+#pragma once
+#include <array>
+#include <cstdint>
+
+/// Sweep settings of each screen.
+struct Sweep_Record {
+    std::array<std::int32_t, 2> steps{};         ///< measurement steps of one sweep
+    std::array<double, 2> shortest{};            ///< s, shortest sweep time of the present settings
+    std::array<double, 2> time{};                ///< s, sweep time in force
+    std::array<std::uint8_t, 2> time_mode{};     ///< 0: automatic (the shortest), 1: typed
+    std::int32_t hold = 0;                       ///< 1: the sweep is on hold; most hard keys show attention 24
+    std::uint8_t single = 0;                     ///< 1: single sweep
+    std::uint8_t single_started = 0;             ///< 1: a single sweep has been sent to the core
+    std::uint8_t external_trigger_pending = 0;   ///< 1: the next transfer hands the trigger state over
+    std::uint8_t fft = 0;                        ///< 1: the present settings sweep in FFT mode
+    std::int32_t busy = 0;
+};
+inline Sweep_Record Sweep_Data;

@@ -1,0 +1,5 @@
+#include "sweep/amplitude.h"
+
+#include "records/amp.h"
+
+void Amp_ArrayInit() { Amp = {}; }

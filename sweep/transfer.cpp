@@ -1,0 +1,218 @@
+#include "sweep/transfer.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+
+#include "keys/status_blocks.h"
+#include "platform/dsp_message.h"
+#include "platform/fpga_int.h"
+#include "platform/sample_memory.h"
+#include "records/amp.h"
+#include "records/analysis.h"
+#include "records/bw.h"
+#include "records/display.h"
+#include "records/freqs.h"
+#include "records/function.h"
+#include "records/handover.h"
+#include "records/locks.h"
+#include "records/sweep.h"
+#include "records/sys.h"
+#include "records/trace.h"
+#include "scpi/status.h"
+#include "sweep/bandwidth.h"
+
+namespace {
+
+using platform::DSP_STATUS;
+using platform::DSP_SUCCEEDED;
+
+constexpr unsigned long most_iterations = 65535;
+constexpr std::int32_t most_steps = 760'000;
+constexpr double code_trigger_external = 9;
+
+std::uint32_t buffer_size = 0;
+
+std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
+
+bool Succeeded(DSP_STATUS status, const char* failure) {
+    if (DSP_SUCCEEDED(status)) return true;
+    std::fputs(failure, stdout);
+    std::fflush(stdout);
+    return false;
+}
+
+void Restart_Counters(Trace_Record& trace) {
+    trace.processed = 0;
+    trace.sweeps = 0;
+    trace.point = 0;
+}
+
+void Compose_Sweep() {
+    using namespace platform;
+    std::fill(LOOP_Buffers, LOOP_Buffers + message_elements, 0.0);
+    double* m = LOOP_Buffers;
+    m[0] = code_sweep;
+    m[sweep_center] = Freqs.center[Screen()];
+    m[sweep_start] = Freqs.start[Screen()];
+    m[sweep_stop] = Freqs.stop[Screen()];
+    m[sweep_span] = Freqs.span[Screen()];
+    m[sweep_rbw_index] = BW_Data.rbw[Screen()];
+    m[sweep_vbw_index] = BW_Data.vbw[Screen()];
+    m[sweep_time] = Sweep_Data.time[Screen()];
+    m[sweep_reference] = Amp.reference[Screen()];
+    m[sweep_attenuation] = Amp.attenuation[Screen()];
+    m[sweep_bandwidth_setting] = BW_RBW_Mode[Screen()];
+    m[sweep_fft] = Sweep_Data.fft;
+    m[sweep_points] = trace_points;
+    m[sweep_impedance] = Amp.impedance[Screen()];
+    m[sweep_steps] = std::min(Sweep_Data.steps[Screen()], most_steps);
+    m[sweep_preamplifier] = Amp.preamplifier_in[Screen()];
+    m[sweep_emi] = BW_Data.emi;
+    m[sweep_calibration] = Sys_Data.sweep_setting_working;
+    m[sweep_emc_correction] = EMC_Data.correction_off ? 0.0 : 1.0;
+    m[sweep_emc_mode] = EMC_Data.mode;
+}
+
+/// Hands a pending change of the external trigger to the core and to the interrupt driver.
+void Hand_Over_Trigger() {
+    const std::lock_guard trigger(Trigger_Mutex);
+    Sweep_Data.external_trigger_pending = 0;
+    Restart_Counters(Trace_Data[Screen()]);
+    LOOP_SetTrans_Trigger_External();
+    if (platform::Fpga_Int_Request(FPGA_Int_Fd, 0, 0) < 0) std::printf("set failed\n");
+    Draw_Sweep_State();
+    SCPI_RegClearBits(scpi_context, reg_operation + set_condition, operation_waiting_for_trigger);
+}
+
+/// One pass over one channel: the buffer goes out to the core, or is asked for.
+bool Pass(unsigned channel, const char* issue_failed, const char* reclaim_failed, DSP_STATUS& status) {
+    status = platform::CHNL_issue(platform::dsp_processor, channel, LOOP_Buffers, buffer_size);
+    if (!Succeeded(status, issue_failed)) return false;
+    void* buffer = LOOP_Buffers;
+    status = platform::CHNL_reclaim(platform::dsp_processor, channel, &buffer);
+    return Succeeded(status, reclaim_failed);
+}
+
+}  // namespace
+
+DSP_STATUS LOOP_Main(const char* image, const char* size_text, const char* iterations_text) {
+    const unsigned long iterations = std::strtoul(iterations_text, nullptr, 10);
+    const auto size = static_cast<std::uint32_t>((std::strtoul(size_text, nullptr, 10) + 127) & ~127ul);
+    if (iterations > most_iterations || size == 0) {
+        std::printf("ERROR! Invalid arguments specified for  loop application.\n     Max iterations = %lu\n",
+                    most_iterations);
+        return 0;
+    }
+    LOOP_NumIterations = static_cast<std::uint32_t>(iterations);
+    buffer_size = size;
+    return LOOP_Create(image, size_text, iterations_text);
+}
+
+DSP_STATUS LOOP_Create(const char* image, const char* size_text, const char* iterations_text) {
+    using namespace platform;
+    LOOP_Buffers = nullptr;
+    DSP_STATUS status = PROC_setup();
+    if (!Succeeded(status, "PROC_setup failed.\n")) return status;
+    status = PROC_attach(dsp_processor);
+    if (!Succeeded(status, "PROC_attach failed.\n")) return status;
+    status = POOL_open(0, buffer_size);
+    if (!Succeeded(status, "POOL_open () failed.\n")) return status;
+    status = PROC_load(dsp_processor, image, size_text, iterations_text);
+    if (!Succeeded(status, "PROC_load failed.\n")) return status;
+    status = CHNL_create(dsp_processor, dsp_channel_out, Channel_Mode::output);
+    if (!Succeeded(status, "CHNL_create failed (output).\n")) return status;
+    status = CHNL_create(dsp_processor, dsp_channel_in, Channel_Mode::input);
+    if (!Succeeded(status, "CHNL_create failed (input).\n")) return status;
+    void* buffer = nullptr;
+    status = CHNL_allocateBuffer(dsp_processor, dsp_channel_out, &buffer, buffer_size);
+    if (!Succeeded(status, "CHNL_allocateBuffer failed (output).\n")) return status;
+    LOOP_Buffers = static_cast<double*>(buffer);
+    status = PROC_start(dsp_processor);
+    Succeeded(status, "PROC_start failed.\n");
+    return status;
+}
+
+DSP_STATUS LOOP_Execute(std::uint32_t iterations) {
+    DSP_STATUS status = 0;
+    if (!LOOP_Buffers) return status;
+    for (std::uint32_t i = 0; i < iterations; ++i) {
+        if (!Pass(platform::dsp_channel_out, "CHNL_issue failed (output).\n", "CHNL_reclaim failed (output).\n", status)) {
+            continue;
+        }
+        Pass(platform::dsp_channel_in, "CHNL_issue failed (input).\n", "CHNL_reclaim failed (input).", status);
+    }
+    return status;
+}
+
+void LOOP_Delete() {
+    using namespace platform;
+    Succeeded(CHNL_freeBuffer(dsp_processor, dsp_channel_out, LOOP_Buffers), "CHNL_freeBuffer failed (output).\n");
+    LOOP_Buffers = nullptr;
+    Succeeded(CHNL_delete(dsp_processor, dsp_channel_in), "CHNL_delete failed (input).\n");
+    Succeeded(CHNL_delete(dsp_processor, dsp_channel_out), "CHNL_delete failed (output).\n");
+    Succeeded(PROC_stop(dsp_processor), "PROC_stop failed.\n");
+    Succeeded(POOL_close(0), "POOL_close failed.\n");
+    Succeeded(PROC_detach(dsp_processor), "PROC_detach failed.\n");
+    Succeeded(PROC_destroy(), "PROC_destroy failed.\n");
+}
+
+void CMEM_setup(DSP_STATUS link) {
+    DSP_Trace_Data = nullptr;
+    if (!DSP_SUCCEEDED(link)) return;
+    DSP_Trace_Data = platform::Map_Sample_Memory();
+    if (!DSP_Trace_Data) std::perror("CMEM_setup");
+}
+
+void LOOP_SetTrans_Var() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (Sweep_Data.external_trigger_pending) Hand_Over_Trigger();
+    Ext_Sweep_Time_Auto();
+    Marker_Data.steps = Sweep_Data.steps[Screen()];
+    if (!LOOP_Buffers) return;
+    Compose_Sweep();
+    LOOP_Execute(LOOP_NumIterations);
+    Restart_Counters(Trace_Data[Screen()]);
+}
+
+void LOOP_SetTrans_Peripheral() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers) return;
+    LOOP_Buffers[0] = platform::code_peripheral;
+    LOOP_Buffers[1] = Display_Data.active;
+    LOOP_Buffers[2] = Display_Data.brightness;
+    LOOP_Execute(LOOP_NumIterations);
+}
+
+void LOOP_SetTrans_Trigger_External() {
+    if (!LOOP_Buffers) return;
+    LOOP_Buffers[0] = code_trigger_external;
+    LOOP_Buffers[1] = 0;
+    LOOP_Execute(LOOP_NumIterations);
+}
+
+void LOOP_SetTrans_Single_Sweep() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (LOOP_Buffers) {
+        LOOP_Buffers[0] = platform::code_single_sweep;
+        LOOP_Buffers[1] = Sweep_Data.single;
+        LOOP_Execute(LOOP_NumIterations);
+    }
+    for (auto& trace : Trace_Data) Restart_Counters(trace);
+    Sweep_Data.single_started = 1;
+}
+
+void LOOP_Send_Corrections(const double* values) {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers) return;
+    if (values) {
+        double* m = LOOP_Buffers;
+        m[0] = platform::code_corrections;
+        std::copy_n(values, platform::corrections_values, m + 1);
+        m[1 + platform::corrections_values] = MAXSPAN;
+        m[2 + platform::corrections_values] = KVA720_ATTR_INST_MODEL == 1 ? 1.0 : 0.0;
+        LOOP_Execute(LOOP_NumIterations);
+    }
+    LOOP_Buffers[0] = LOOP_Buffers[1] = 0;
+}

@@ -1,0 +1,181 @@
+#include <cstdio>
+#include <cstring>
+
+#include <jpeglib.h>
+
+#include "display/draw.h"
+#include "display/pictures.h"
+#include "display/text.h"
+#include "platform/frame_buffer.h"
+#include "records_fixture.h"
+#include "virtual_board/devices.h"
+
+namespace {
+
+using display::Colour;
+
+/// The real layers on the virtual board's frame buffers.
+class Layers : public Records {
+protected:
+    void SetUp() override {
+        Records::SetUp();
+        std::filesystem::create_directories(platform::Rooted("/dev/fb"));
+        virtual_board::Make_Frame_Devices();
+        fb_init(fbOsd0, "/dev/fb/0", 800, 600, 16);
+        fb_init(fbVid0, "/dev/fb/1", 800, 600, 24);
+        ASSERT_NE(fbOsd0.memory, nullptr);
+        ASSERT_NE(fbVid0.memory, nullptr);
+    }
+    void TearDown() override {
+        fb_free(fbOsd0);
+        fb_free(fbVid0);
+        virtual_board::Remove_Frame_Devices();
+        Records::TearDown();
+    }
+    static Colour Video(int x, int y) {
+        const std::byte* p = fbVid0.memory + y * fbVid0.line + x * 3;
+        return {std::uint8_t(p[0]), std::uint8_t(p[1]), std::uint8_t(p[2])};
+    }
+    static std::uint16_t Osd(int x, int y) {
+        std::uint16_t pixel = 0;
+        std::memcpy(&pixel, fbOsd0.memory + y * fbOsd0.line + x * 2, 2);
+        return pixel;
+    }
+};
+
+TEST_F(Layers, PixelsAreHeldToTheScreen) {
+    EXPECT_EQ(RGB888toRGB565(255, 255, 255), 0xffff);
+    EXPECT_EQ(RGB888toRGB565(255, 0, 0), 0xf800);
+    fb_pixel(fbOsd0.memory, 800, 600, -5, 700, 0xff0000, 16);
+    EXPECT_EQ(Osd(0, 599), 0xf800);
+    fb_pixel(fbVid0.memory, 800, 600, 799, 599, 0x010203, 24);
+    EXPECT_EQ(Video(799, 599), (Colour{1, 2, 3}));
+    root.Write("/var/log/error.log", "");
+    EXPECT_EQ(fb_pixel(fbVid0.memory, 800, 600, 0, 0, 0xffffff, 32), -1);
+    EXPECT_EQ(root.Read("/var/log/error.log"), "\nfb_pixel return -1: error");
+    std::array<std::byte, 4 * 4 * 2> small{};
+    EXPECT_EQ(fb_pixel(small.data(), 4, 4, 4, 4, 0xffffff, 16), 0) << "a pixel behind the last is no pixel";
+    EXPECT_EQ(fb_pixel(small.data(), 4, 4, 9, 0, 0xffffff, 16), 0);
+    EXPECT_TRUE(std::all_of(small.begin(), small.end(), [](std::byte b) { return b == std::byte{0}; }));
+}
+
+TEST_F(Layers, AreasAreCutAtTheEdges) {
+    display::Fill(fbVid0, {790, 590, 1 << 30, 1 << 30}, {9, 8, 7});
+    display::Fill(fbVid0, {-1000, -1000, 1001, 1001}, {9, 8, 7});
+    EXPECT_EQ(Video(799, 599), (Colour{9, 8, 7}));
+    EXPECT_EQ(Video(0, 0), (Colour{9, 8, 7}));
+    EXPECT_EQ(Video(1, 0), Colour{});
+    EXPECT_EQ(Video(789, 599), Colour{});
+    display::Keep(fbVid0, {0, 0, 800, 600});
+    display::Fill(fbVid0, {0, 0, 800, 600}, {1, 1, 1});
+    display::Restore(fbVid0, {-5, -5, 6, 6});
+    EXPECT_EQ(Video(0, 0), (Colour{9, 8, 7}));
+    EXPECT_EQ(Video(1, 1), (Colour{1, 1, 1}));
+    display::Fill({}, {0, 0, 5, 5}, {1, 1, 1});
+}
+
+TEST_F(Layers, MasksBlendExactlyAtTheirEnds) {
+    const std::array<std::uint8_t, 3> mask{0, 255, 128};
+    const Colour fg{200, 10, 0}, bg{100, 250, 0};
+    draw_bitmap(mask, fg, bg, 5, 5, 3, 1, fbVid0, 800);
+    EXPECT_EQ(Video(5, 5), bg);
+    EXPECT_EQ(Video(6, 5), fg);
+    EXPECT_EQ(Video(7, 5), (Colour{150, 130, 0}));
+    display::Fill(fbOsd0, {0, 0, 20, 20}, {255, 255, 255});
+    draw_bitmap(mask, fg, bg, 5, 5, 3, 1, fbOsd0, 7);
+    EXPECT_EQ(Osd(5, 5), 0) << "zeros leave the text layer clear";
+    EXPECT_EQ(Osd(6, 5), RGB888toRGB565(200, 10, 0));
+    EXPECT_EQ(Osd(7, 5), 0xffff) << "beyond the column limit";
+    draw_bitmap(mask, fg, bg, 798, 599, 3, 1, fbVid0, 10'000);
+    draw_bitmap(mask, fg, bg, -2, -1, 3, 1, fbVid0, 10'000);
+}
+
+TEST_F(Layers, AReplacedLayerKeepsItsOldMapping) {
+    std::byte* old = fbOsd0.memory;
+    fb_init(fbOsd0, "/dev/fb/0", 800, 600, 16);
+    old[0] = std::byte{0x12};
+    EXPECT_EQ(fbOsd0.memory[0], std::byte{0x12});
+}
+
+TEST_F(Layers, ALayerThatIsNotThereIsLeftAlone) {
+    Frame_Descriptor missing;
+    testing::internal::CaptureStderr();
+    fb_init(missing, "/dev/fb/9", 800, 600, 16);
+    EXPECT_TRUE(testing::internal::GetCapturedStderr().starts_with("open window error"));
+    EXPECT_EQ(missing.memory, nullptr);
+    display::Fill(missing, {0, 0, 10, 10}, {1, 1, 1});
+    fb_free(missing);
+}
+
+TEST_F(Layers, ControlsReachTheDisplay) {
+    window_display(fbVid0);
+    fb_win_position(fbVid0, 3, 4);
+    fb_blend_set(fbOsd0, 5);
+    platform::Frame_State state;
+    const int view = platform::Frame_Open_View("/dev/fb/1");
+    ASSERT_EQ(platform::Frame_Get_State(view, state), 0);
+    EXPECT_EQ(state.enabled, 1u);
+    EXPECT_EQ(state.x, 3);
+    EXPECT_EQ(state.y, 4);
+    platform::Frame_Close(view);
+    fb_init(fbVid0, "/dev/fb/1", 800, 600, 24);
+    platform::Frame_Get_State(fbVid0.device, state);
+    EXPECT_EQ(state.enabled, 0u) << "a layer that is opened is dark until it is shown";
+}
+
+TEST_F(Layers, ColoursTurnIntoYCbCr) {
+    std::array<std::uint32_t, 4> plane{};
+    RGB_YCbCr(plane.data(), 2, 2, 1, 1, {255, 0, 0});
+    EXPECT_EQ(plane[3], 84u | 76u << 8 | 255u << 16);
+    RGB_YCbCr(plane.data(), 2, 2, 2, 0, {255, 0, 0});
+    RGB_YCbCr(plane.data(), 2, 2, -1, 0, {255, 0, 0});
+    EXPECT_EQ(plane[0] | plane[1] | plane[2], 0u);
+}
+
+/// A baseline JPEG of one colour.
+std::string Jpeg(int width, int height) {
+    jpeg_compress_struct info;
+    jpeg_error_mgr error;
+    info.err = jpeg_std_error(&error);
+    jpeg_create_compress(&info);
+    unsigned char* bytes = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&info, &bytes, &size);
+    info.image_width = static_cast<unsigned>(width);
+    info.image_height = static_cast<unsigned>(height);
+    info.input_components = 3;
+    info.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&info);
+    jpeg_start_compress(&info, TRUE);
+    std::vector<unsigned char> row(static_cast<std::size_t>(width) * 3, 200);
+    JSAMPROW rows = row.data();
+    while (info.next_scanline < info.image_height) jpeg_write_scanlines(&info, &rows, 1);
+    jpeg_finish_compress(&info);
+    const std::string picture(reinterpret_cast<char*>(bytes), size);
+    jpeg_destroy_compress(&info);
+    std::free(bytes);
+    return picture;
+}
+
+TEST_F(Layers, DamagedPicturesNeverDoHarm) {
+    const std::string good = Jpeg(40, 30);
+    root.Write("/mnt/nand/picture/key_off.jpg", good);
+    Show_Picture_File("key_off.jpg", 20, 60, 790, 590, fbVid0);
+    EXPECT_EQ(Video(799, 599), (Colour{200, 200, 200}));
+    testing::internal::CaptureStderr();
+    for (std::size_t cut = 0; cut < good.size(); cut += 7) {
+        root.Write("/mnt/nand/picture/key_off.jpg", good.substr(0, cut));
+        Show_Picture_File("key_off.jpg", 40, 30, 0, 0, fbVid0);
+        std::string flipped = good;
+        flipped[cut] = static_cast<char>(~flipped[cut]);
+        root.Write("/mnt/nand/picture/key_off.jpg", flipped);
+        Show_Picture_File("key_off.jpg", 40, 30, 0, 0, fbVid0);
+    }
+    Show_Picture_File("none.jpg", 40, 30, 0, 0, fbVid0);
+    Show_Picture(99, 40, 30, 0, 0, target_video0);
+    const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_NE(said.find("none.jpg cannot be opened"), std::string::npos);
+    EXPECT_NE(said.find("there is no picture 99"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,78 @@
+#include "files/state.h"
+#include "platform/whole_file.h"
+#include "records/bw.h"
+#include "records/error_log.h"
+#include "records/freqs.h"
+#include "records_fixture.h"
+#include "sweep/bandwidth.h"
+#include "sweep/frequency.h"
+
+namespace {
+
+class State : public Records {
+protected:
+    void SetUp() override {
+        Records::SetUp();
+        std::filesystem::create_directories(platform::Rooted("/mnt/nand"));
+        Freqs_ArrayInit();
+        BW_Init();
+        Sweep_Init();
+    }
+    static constexpr const char* path = "/mnt/nand/state.sta";
+};
+
+TEST_F(State, SettingsComeBack) {
+    Set_Cent(2, 433.92e6);
+    Set_Span(2, 2e6);
+    Trace_Data[0].mode[1] = trace_max_hold;
+    ASSERT_TRUE(Save_LocalState_SpecAndSem(path));
+    Freqs_ArrayInit();
+    Trace_Data = {};
+    ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
+    EXPECT_EQ(Freqs.center[0], 433.92e6);
+    EXPECT_EQ(Freqs.span[0], 2e6);
+    EXPECT_EQ(Freqs.center[1], MAXSPAN / 2);
+    EXPECT_EQ(BW_Data.rbw[0], 4);
+    EXPECT_EQ(Trace_Data[0].mode[1], trace_max_hold);
+}
+
+TEST_F(State, CutOrChangedFilesChangeNothing) {
+    Set_Cent(2, 433.92e6);
+    ASSERT_TRUE(Save_LocalState_SpecAndSem(path));
+    const std::string whole = root.Read(path);
+    Freqs_ArrayInit();
+    const Freqs_Record before = Freqs;
+    const auto refused = [&](const std::string& text) {
+        root.Write(path, text);
+        return !Recall_Lostate_ForLocal(path, 0) && Freqs.center == before.center && Freqs.span == before.span;
+    };
+    for (std::size_t cut = 0; cut < whole.size(); cut += 11) EXPECT_TRUE(refused(whole.substr(0, cut))) << cut;
+    std::string text = whole;
+    text.replace(text.find("433920000"), 9, "nan");
+    EXPECT_TRUE(refused(text));
+    text = whole;
+    text.replace(text.find("433920000"), 9, "9e99");
+    EXPECT_TRUE(refused(text));
+    text = whole;
+    text.replace(text.find("433920000"), 9, "5");
+    EXPECT_TRUE(refused(text)) << "start, centre and stop contradict each other";
+    std::filesystem::remove(platform::Rooted(path));
+    EXPECT_FALSE(Recall_Lostate_ForLocal(path, 0));
+}
+
+TEST_F(State, AWriteThatFailsLeavesTheOldFile) {
+    ASSERT_TRUE(platform::Write_Whole_File(path, "old"));
+    std::filesystem::create_directories(platform::Rooted(std::string(path) + ".new"));
+    EXPECT_FALSE(platform::Write_Whole_File(path, "new"));
+    EXPECT_EQ(root.Read(path), "old");
+    EXPECT_FALSE(Save_LocalState_SpecAndSem("/no/such/folder/state.sta"));
+}
+
+TEST_F(State, TheErrorLogAppendsALineATime) {
+    std::filesystem::create_directories(platform::Rooted("/var/log"));
+    ErrorMessage("keypad.c 47");
+    ErrorMessage("key_trigger.c 569");
+    EXPECT_EQ(root.Read("/var/log/error.log"), "\nkeypad.c 47\nkey_trigger.c 569");
+}
+
+}  // namespace

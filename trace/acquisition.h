@@ -1,0 +1,19 @@
+#pragma once
+
+/// Swept samples become traces.
+
+/// Consumes every sample that the core has written since the last call, under Command_Main_Mutex, then sleeps 10 us.
+void readadc();
+
+/// The three trace records and the geometry to their initial values: trace A clear/write, the others blank.
+void Init_Trace_Data();
+
+/// Value in dBm of the sample in hand for a detector. point decides between the peaks of the normal detector; ring is the
+/// place in the sample block.
+double Detection_Trace_Select(int detector, int point, int ring);
+
+/// The detector in force of every trace from its choice.
+void DetectionAutoFunc();
+
+/// End of a sweep: maximum-hold traces none of whose points exceeded their level start again.
+void TraceEnvelope();

@@ -1,0 +1,61 @@
+#include "sweep/dependants.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "records/analysis.h"
+#include "records/freqs.h"
+#include "records/trace.h"
+#include "trace/plot.h"
+#include "trace/scale.h"
+
+namespace {
+
+constexpr float bottom_level = -180, restart_max = -200, restart_min = 40;
+
+Trace_Record& Active_Record() { return Trace_Data[static_cast<std::size_t>(ScreenActive)]; }
+
+void Update_Rows(Trace_Record& record, std::size_t trace) {
+    const Row_Scale scale = Active_Scale();
+    for (std::size_t i = 0; i < trace_points; ++i) {
+        record.rows[trace][i] =
+            static_cast<std::uint16_t>(dBmTOpixel(static_cast<double>(record.value[trace][i]), scale, true));
+    }
+}
+
+}  // namespace
+
+void Frequency_Axis_Changed() { SetFreqScaleRedraw = 1; }
+
+void ExtendSpanWave(double old_start, double old_span) {
+    const auto screen = static_cast<std::size_t>(ScreenActive);
+    const double start = Freqs.start[screen], span = Freqs.span[screen];
+    if (old_span <= 0 || span <= 0) return;
+    Trace_Record& record = Active_Record();
+    static Trace_Values moved;
+    for (std::size_t trace = 0; trace < traces; ++trace) {
+        for (std::size_t i = 0; i < trace_points; ++i) {
+            const double frequency = start + static_cast<double>(i) * span / (trace_points - 1);
+            const double place = std::round((frequency - old_start) / old_span * (trace_points - 1));
+            const bool inside = place >= 0 && place < trace_points;
+            moved[trace][i] = inside ? record.value[trace][static_cast<std::size_t>(place)] : bottom_level;
+        }
+        record.value[trace] = moved[trace];
+        Update_Rows(record, trace);
+    }
+    Redraw_Traces(record);
+}
+
+void Restart_Hold_Buffer() {
+    Trace_Record& record = Active_Record();
+    const std::size_t trace = record.active & 3;
+    if (record.mode[trace] == trace_max_hold) record.value[trace].fill(restart_max);
+    if (record.mode[trace] == trace_min_hold) record.value[trace].fill(restart_min);
+}
+
+void Restart_Max_Hold_Traces() {
+    Trace_Record& record = Active_Record();
+    for (std::size_t trace = 0; trace < traces; ++trace) {
+        if (record.mode[trace] == trace_max_hold) record.value[trace].fill(restart_max);
+    }
+}

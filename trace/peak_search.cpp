@@ -1,0 +1,5 @@
+#include "trace/peak_search.h"
+
+#include "records/analysis.h"
+
+void PeakSearch_Init() { Peak_Data = {}; }

@@ -1,0 +1,3 @@
+#pragma once
+/// Preset values of threshold and excursion.
+void PeakSearch_Init();

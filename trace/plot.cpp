@@ -1,0 +1,118 @@
+#include "trace/plot.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "display/draw.h"
+#include "display/text.h"
+#include "palette.h"
+#include "records/amp.h"
+#include "records/freqs.h"
+#include "trace/scale.h"
+
+namespace {
+
+using display::Colour;
+using display::Rect;
+namespace palette = display::palette;
+
+constexpr int divisions = 10, column_pitch = 60;
+constexpr std::array<Colour, traces> trace_colours{palette::trace_a, palette::trace_b, palette::trace_c,
+                                                   palette::trace_d};
+
+/// Rows that any trace covers in a column now; first above last where none does.
+struct Extent {
+    std::int16_t first = 1, last = 0;
+};
+std::array<Extent, trace_points> drawn;
+
+Rect Graticule() {
+    return {ScreenInf.left, ScreenInf.top, ScreenInf.points, ScreenInf.height};
+}
+
+void Draw_Grid() {
+    const Rect g = Graticule();
+    display::Fill(fbVid0, g, palette::ground);
+    for (int i = 1; i < divisions; ++i) {
+        display::Fill(fbVid0, {g.x + i * column_pitch, g.y, 1, g.height}, palette::grid);
+        display::Fill(fbVid0, {g.x, g.y + i * ScreenInf.division, g.width, 1}, palette::grid);
+    }
+    display::Frame(fbVid0, g, palette::frame);
+}
+
+void Draw_Scale_Figures() {
+    const Rect g = Graticule();
+    const Row_Scale scale = Active_Scale();
+    const display::Text_Style style{face_regular, 10, palette::muted, palette::ground};
+    for (int i = 0; i <= divisions; ++i) {
+        std::array<char, 12> text{};
+        std::snprintf(text.data(), text.size(), "%d", scale.reference - i * Db_Per_Division(scale.code));
+        const int line = g.y + i * ScreenInf.division;
+        const int top = i == divisions ? line - 13 : line + 2;
+        display::Draw_Text_Over(fbVid0, {g.x + 5, top, 40, 12}, 10, text.data(), style, display::Align::left);
+    }
+}
+
+/// Vertical run that joins a point to the one before it.
+Extent Run(const Trace_Record& record, std::size_t trace, int point) {
+    const auto column = static_cast<std::size_t>(point);
+    const int top = ScreenInf.top, bottom = ScreenInf.top + ScreenInf.height - 1;
+    const int now = std::clamp<int>(record.rows[trace][column], top, bottom);
+    const int before = point == 0 ? now : std::clamp<int>(record.rows[trace][column - 1], top, bottom);
+    if (before == now) return {static_cast<std::int16_t>(now), static_cast<std::int16_t>(now)};
+    // The run ends one row short of the point before, which its own column shows.
+    const int first = before < now ? before + 1 : now, last = before < now ? now : before - 1;
+    return {static_cast<std::int16_t>(first), static_cast<std::int16_t>(last)};
+}
+
+/// Brings the bare graticule back where the column was drawn on.
+void Erase_Column(int point) {
+    Extent& extent = drawn[static_cast<std::size_t>(point)];
+    if (extent.first > extent.last) return;
+    display::Restore(fbVid0, {ScreenInf.left + point, extent.first, 1, extent.last - extent.first + 1});
+    extent = {};
+}
+
+void Draw_Column(Trace_Record& record, int point) {
+    Erase_Column(point);
+    Extent& extent = drawn[static_cast<std::size_t>(point)];
+    const int x = ScreenInf.left + point;
+    for (int i = 1; i <= traces; ++i) {
+        const auto trace = static_cast<std::size_t>((record.active + i) % traces);  // the active trace on top
+        if (record.mode[trace] == trace_blank) continue;
+        const Extent run = Run(record, trace, point);
+        for (int y = run.first; y <= run.last; ++y) display::Put_24(fbVid0, x, y, trace_colours[trace]);
+        extent = extent.first > extent.last
+                     ? run
+                     : Extent{std::min(extent.first, run.first), std::max(extent.last, run.last)};
+        record.drawn_rows[trace][static_cast<std::size_t>(point)] = record.rows[trace][static_cast<std::size_t>(point)];
+    }
+}
+
+bool Drawable() { return fbVid0.memory && fbVid0.bits == 24; }
+
+}  // namespace
+
+void Ext_Frame() {
+    if (!Drawable()) return;
+    Draw_Grid();
+    Draw_Scale_Figures();
+    display::Keep(fbVid0, Graticule());
+    Plot_Reset();
+    Redraw_Traces(Trace_Data[static_cast<std::size_t>(ScreenActive)]);
+}
+
+void Trace_plot_line(Trace_Record& record, int point) {
+    if (!Drawable() || point < 0 || point >= trace_points) return;
+    Draw_Column(record, point);
+}
+
+void Redraw_Traces(Trace_Record& record) {
+    if (!Drawable()) return;
+    for (int point = 0; point < trace_points; ++point) Draw_Column(record, point);
+    record.redraw_mask = 0;
+}
+
+void Plot_Reset() { drawn.fill({}); }

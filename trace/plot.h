@@ -1,0 +1,16 @@
+#pragma once
+#include "records/trace.h"
+
+/// Traces on the graticule.
+
+/// Draws the graticule frame, grid and scale figures afresh, and the traces over them.
+void Ext_Frame();
+
+/// Draws the point just processed: its column is restored from the bare graticule and all traces are drawn into it.
+void Trace_plot_line(Trace_Record& record, int point);
+
+/// Draws all traces whole.
+void Redraw_Traces(Trace_Record& record);
+
+/// Forgets what is drawn; the next drawing restores whole columns.
+void Plot_Reset();

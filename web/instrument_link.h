@@ -1,0 +1,53 @@
+#pragma once
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+
+/// The instrument's local web socket, seen from the web server. Commands are two letters; the connection stays open.
+namespace web {
+
+enum class Key_Answer {
+    taken,
+    refused,      ///< the key queue is full or the instrument is starting
+    unreachable,  ///< nobody answers
+};
+
+class Instrument_Link {
+public:
+    /// answer_limit: how long an answer may take.
+    explicit Instrument_Link(std::chrono::milliseconds answer_limit = std::chrono::seconds(2));
+    ~Instrument_Link();
+    Instrument_Link(const Instrument_Link&) = delete;
+    Instrument_Link& operator=(const Instrument_Link&) = delete;
+
+    /// Every call: any thread; ends within a few seconds; connects anew when the connection is gone. A key whose answer
+    /// is lost is not sent a second time.
+    Key_Answer Press_Key(std::uint8_t code);
+    Key_Answer Press_Power();
+
+    /// The instrument's description of itself, JSON; empty when it is there but does not answer in time, nothing when
+    /// it cannot be reached.
+    std::optional<std::string> Info();
+
+    /// The active trace, CSV; empty or nothing as above.
+    std::optional<std::string> Trace();
+
+private:
+    using Deadline = std::chrono::steady_clock::time_point;
+
+    bool Connect();
+    void Disconnect();
+    bool Send(std::span<const std::uint8_t> bytes);
+    bool Receive(std::span<std::uint8_t> bytes, Deadline deadline);
+    Key_Answer Receive_Answer();
+    std::optional<std::string> Ask_Text(const char* command, std::size_t most_bytes);
+
+    const std::chrono::milliseconds answer_limit_;
+    std::timed_mutex mutex_;
+    int socket_ = -1;
+};
+
+}  // namespace web

@@ -1,0 +1,341 @@
+#include "web/server.h"
+
+#include "web/key_codes.h"
+#include "web/live.h"
+#include "web/origin.h"
+#include "web/page_files.h"
+#include "web/png_image.h"
+#include "web/screen.h"
+
+#include <arpa/inet.h>
+#include <civetweb.h>
+#include <nlohmann/json.hpp>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+namespace web {
+
+struct Server_Parts {
+    std::map<std::string, Page_File, std::less<>> page;
+    std::string listen;
+    int port = 0;
+    Frame_Source source;
+    Instrument_Link link;
+    Live live{source, link};
+    mg_context* context = nullptr;
+};
+
+namespace {
+
+using Parts = Server_Parts;
+
+constexpr long long most_body_bytes = 64 * 1024;
+constexpr std::size_t most_message_bytes = 1024;
+
+constexpr int no_content = 204;
+
+struct Reply {
+    int status = 200;
+    std::string_view type = "text/plain; charset=utf-8";
+    std::string_view body;
+    const char* extra = "";
+};
+
+int Send_Reply(mg_connection* connection, const Reply& reply) {
+    const auto* request = mg_get_request_info(connection);
+    mg_printf(connection,
+              "HTTP/1.1 %d %s\r\n"
+              "Cache-Control: no-store\r\n"
+              "Connection: close\r\n"
+              "X-Content-Type-Options: nosniff\r\n"
+              "X-Frame-Options: DENY\r\n"
+              "Cross-Origin-Resource-Policy: same-origin\r\n"
+              "Content-Security-Policy: default-src 'self'; connect-src 'self' ws:; base-uri 'none'; "
+              "form-action 'none'; frame-ancestors 'none'\r\n"
+              "Referrer-Policy: no-referrer\r\n"
+              "%s",
+              reply.status, mg_get_response_code_text(connection, reply.status), reply.extra);
+    if (reply.status == no_content) {
+        mg_printf(connection, "\r\n");
+        return reply.status;
+    }
+    mg_printf(connection, "Content-Type: %.*s\r\nContent-Length: %zu\r\n\r\n",
+              static_cast<int>(reply.type.size()), reply.type.data(), reply.body.size());
+    if (std::strcmp(request->request_method, "HEAD") != 0)
+        mg_write(connection, reply.body.data(), reply.body.size());
+    return reply.status;
+}
+
+int Send_Status(mg_connection* connection, int status, std::string_view line) {
+    return Send_Reply(connection, {.status = status, .body = line});
+}
+
+std::optional<std::string_view> Header(const mg_connection* connection, const char* name) {
+    const char* value = mg_get_header(connection, name);
+    return value ? std::optional<std::string_view>(value) : std::nullopt;
+}
+
+std::optional<long long> Whole_Number(std::string_view text) {
+    long long value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+const char* const no_such_key = "no such key\n";
+
+const char* Refusal(Key_Answer answer) {
+    return answer == Key_Answer::refused ? "the instrument takes no keys now\n" : "the instrument does not answer\n";
+}
+
+int Send_Key_Answer(mg_connection* connection, Key_Answer answer) {
+    if (answer == Key_Answer::taken) return Send_Reply(connection, {.status = no_content, .body = {}});
+    return Send_Status(connection, 503, Refusal(answer));
+}
+
+int Get_Screen(Parts& parts, mg_connection* connection) {
+    std::vector<std::uint8_t> screen(screen_bytes);
+    parts.source.Capture(screen);
+    const auto file = Encode_Png(screen);
+    if (file.empty()) return Send_Status(connection, 500, "no picture\n");
+    return Send_Reply(connection, {.type = "image/png",
+                                   .body = {reinterpret_cast<const char*>(file.data()), file.size()}});
+}
+
+int Get(Parts& parts, mg_connection* connection, std::string_view path) {
+    if (const auto file = parts.page.find(path); file != parts.page.end())
+        return Send_Reply(connection, {.type = file->second.type, .body = file->second.text});
+    if (path == "/screen.png") return Get_Screen(parts, connection);
+    if (path == "/trace.csv") {
+        const auto trace = parts.link.Trace();
+        if (!trace || trace->empty()) return Send_Status(connection, 503, Refusal(Key_Answer::unreachable));
+        return Send_Reply(connection, {.type = "text/csv; charset=utf-8", .body = *trace});
+    }
+    if (path == "/state.json") {
+        const auto state = State_Message(parts.link.Info());
+        return Send_Reply(connection, {.type = "application/json", .body = state});
+    }
+    if (path == "/healthz") return Send_Status(connection, 200, "ok\n");
+    if (path == "/lxi/identification") return Send_Status(connection, 501, "remote control is off\n");
+    return Send_Status(connection, 404, "no such page\n");
+}
+
+int Post(Parts& parts, mg_connection* connection, std::string_view path) {
+    constexpr std::string_view key = "/key/";
+    if (path.starts_with(key)) {
+        const auto code = Whole_Number(path.substr(key.size()));
+        if (!code || !Is_Key_Code(*code)) return Send_Status(connection, 400, no_such_key);
+        return Send_Key_Answer(connection, parts.link.Press_Key(static_cast<std::uint8_t>(*code)));
+    }
+    if (path == "/power") return Send_Key_Answer(connection, parts.link.Press_Power());
+    if (path == "/scpi") return Send_Status(connection, 501, "remote control is off\n");
+    return Send_Status(connection, 404, "no such page\n");
+}
+
+/// Takes the body off the wire, so that closing does not cut the answer off. Returns 0, or the status that refuses it.
+int Take_Body(mg_connection* connection, const mg_request_info& request) {
+    if (mg_get_header(connection, "Transfer-Encoding")) return 411;
+    if (request.content_length > most_body_bytes) return 413;
+    std::array<char, 4096> scrap;
+    for (auto left = request.content_length; left > 0;) {
+        const int count = mg_read(connection, scrap.data(), scrap.size());
+        if (count <= 0) break;
+        left -= count;
+    }
+    return 0;
+}
+
+bool Allowed(const Parts& parts, const mg_connection* connection, int port) {
+    const Own_Address own{parts.listen, port};
+    const auto host = Header(connection, "Host");
+    return Host_Allowed(own, host) && Origin_Allowed(own, Header(connection, "Origin"), host);
+}
+
+/// Every request comes here first. 0 hands it on to the web socket's handlers.
+int On_Request(mg_connection* connection) {
+    const auto& request = *mg_get_request_info(connection);
+    auto& parts = *static_cast<Parts*>(request.user_data);
+    if (!Allowed(parts, connection, request.server_port)) return Send_Status(connection, 403, "not from here\n");
+    const std::string_view method = request.request_method;
+    const std::string_view path = request.local_uri_raw ? request.local_uri_raw : "";
+    if (const int refused = Take_Body(connection, request))
+        return Send_Status(connection, refused, "a body of this size is not taken\n");
+    if (path == "/live") {
+        if (method == "GET" && mg_get_header(connection, "Upgrade")) return 0;
+        return Send_Reply(connection, {.status = 426, .body = "a web socket\n", .extra = "Upgrade: websocket\r\n"});
+    }
+    if (method == "GET" || method == "HEAD") return Get(parts, connection, path);
+    if (method == "POST") return Post(parts, connection, path);
+    return Send_Reply(connection, {.status = 405, .body = "GET or POST\n", .extra = "Allow: GET, HEAD, POST\r\n"});
+}
+
+// The web socket. Its handlers run in the connection's own thread, one after the other.
+
+int On_Connect(const mg_connection*, void* data) { return static_cast<Parts*>(data)->live.Has_Room() ? 0 : 1; }
+
+constexpr int Opcode(Live::Kind kind) {
+    switch (kind) {
+    case Live::Kind::text: return MG_WEBSOCKET_OPCODE_TEXT;
+    case Live::Kind::binary: return MG_WEBSOCKET_OPCODE_BINARY;
+    case Live::Kind::close: break;
+    }
+    return MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE;
+}
+
+void On_Ready(mg_connection* connection, void* data) {
+    auto viewer = static_cast<Parts*>(data)->live.Join([connection](Live::Kind kind, auto message) {
+        return mg_websocket_write(connection, Opcode(kind), reinterpret_cast<const char*>(message.data()),
+                                  message.size()) > 0;
+    });
+    mg_set_user_connection_data(connection, viewer.release());
+}
+
+void On_Close(const mg_connection* connection, void*) {
+    delete static_cast<Viewer*>(mg_get_user_connection_data(connection));
+    mg_set_user_connection_data(connection, nullptr);
+}
+
+std::string Error_Message(std::string_view text) {
+    while (text.ends_with('\n')) text.remove_suffix(1);
+    return nlohmann::json{{"error", text}}.dump();
+}
+
+/// The answer to a page's message; empty when there is nothing to say.
+std::string Execute_Message(Parts& parts, std::string_view message) {
+    const auto request = nlohmann::json::parse(message, nullptr, false);
+    if (!request.is_object()) return Error_Message("no such message");
+    auto answer = Key_Answer::taken;
+    if (const auto key = request.find("key"); key != request.end()) {
+        if (!key->is_number_integer() || !Is_Key_Code(key->get<long long>())) return Error_Message(no_such_key);
+        answer = parts.link.Press_Key(key->get<std::uint8_t>());
+    } else if (const auto power = request.find("power"); power != request.end() && *power == true) {
+        answer = parts.link.Press_Power();
+    } else {
+        return Error_Message("no such message");
+    }
+    return answer == Key_Answer::taken ? "" : Error_Message(Refusal(answer));
+}
+
+int On_Message(mg_connection* connection, int bits, char* message, std::size_t size, void* data) {
+    auto& parts = *static_cast<Parts*>(data);
+    auto* viewer = static_cast<Viewer*>(mg_get_user_connection_data(connection));
+    const int opcode = bits & 0x0f;
+    const bool whole = (bits & 0x80) != 0;
+    if (opcode == MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE) return 0;
+    if (opcode == MG_WEBSOCKET_OPCODE_PING || opcode == MG_WEBSOCKET_OPCODE_PONG) return 1;
+    if (!viewer || opcode != MG_WEBSOCKET_OPCODE_TEXT || !whole || size > most_message_bytes) return 0;
+    if (auto answer = Execute_Message(parts, {message, size}); !answer.empty()) viewer->Tell(std::move(answer));
+    return 1;
+}
+
+/// Why an address cannot be listened on; the library does not tell.
+std::string Listen_Failure(in_addr address, int port) {
+    const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (probe < 0) return std::strerror(errno);
+    const int on = 1;
+    setsockopt(probe, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in name{};
+    name.sin_family = AF_INET;
+    name.sin_port = htons(static_cast<std::uint16_t>(port));
+    name.sin_addr = address;
+    const bool bound = bind(probe, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0;
+    const bool listens = bound && listen(probe, 1) == 0;
+    const std::string reason = listens ? "the server does not start" : std::strerror(errno);
+    close(probe);
+    return reason;
+}
+
+/// Connects to the server and hangs up.
+void Knock(const std::string& listen, int port) {
+    sockaddr_in name{};
+    name.sin_family = AF_INET;
+    name.sin_port = htons(static_cast<std::uint16_t>(port));
+    inet_pton(AF_INET, listen.c_str(), &name.sin_addr);
+    if (name.sin_addr.s_addr == INADDR_ANY) name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int knock = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (knock < 0) return;
+    connect(knock, reinterpret_cast<const sockaddr*>(&name), sizeof name);
+    close(knock);
+}
+
+/// The library's own log lines are about single connections; nobody reads them.
+int On_Log(const mg_connection*, const char*) { return 1; }
+
+}  // namespace
+
+Server::Server(std::unique_ptr<Parts> parts) : parts_(std::move(parts)) {}
+
+std::unique_ptr<Server> Server::Start(const Server_Options& options, std::string& error) {
+    in_addr address{};
+    if (inet_pton(AF_INET, options.listen.c_str(), &address) != 1) {
+        error = "not an IPv4 address to listen on: " + options.listen;
+        return nullptr;
+    }
+    std::string missing;
+    auto page = Load_Page(options.page, missing);
+    if (!page) {
+        error = "no " + missing + " in the page folder " + options.page;
+        return nullptr;
+    }
+    auto parts = std::make_unique<Parts>();
+    parts->page = std::move(*page);
+    parts->listen = options.listen;
+
+    const auto port = options.listen + ":" + std::to_string(options.port);
+    const char* settings[] = {
+        "listening_ports", port.c_str(),
+        "num_threads", "40",
+        "request_timeout_ms", "10000",
+        "websocket_timeout_ms", "10000",
+        "enable_websocket_ping_pong", "yes",
+        "tcp_nodelay", "1",
+        "enable_auth_domain_check", "no",
+        "access_control_allow_origin", "",
+        "access_control_allow_methods", "",
+        "access_control_allow_headers", "",
+        nullptr,
+    };
+    mg_callbacks callbacks{};
+    callbacks.begin_request = On_Request;
+    callbacks.log_message = On_Log;
+    mg_init_library(MG_FEATURES_WEBSOCKET);
+    parts->context = mg_start(&callbacks, parts.get(), settings);
+    mg_server_port listening{};
+    if (!parts->context || mg_get_server_ports(parts->context, 1, &listening) < 1) {
+        error = "cannot listen on " + port + ": " + Listen_Failure(address, options.port);
+        if (parts->context) mg_stop(parts->context);
+        mg_exit_library();
+        return nullptr;
+    }
+    parts->port = listening.port;
+    mg_set_websocket_handler(parts->context, "/live", On_Connect, On_Ready, On_Message, On_Close, parts.get());
+    return std::unique_ptr<Server>(new Server(std::move(parts)));
+}
+
+/// The library looks for its stop only when a connection comes, or every two seconds; so connections come.
+Server::~Server() {
+    parts_->live.Close();
+    std::atomic<bool> stopped = false;
+    std::thread stop([&] {
+        mg_stop(parts_->context);
+        stopped = true;
+    });
+    while (!stopped) {
+        Knock(parts_->listen, parts_->port);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    stop.join();
+    mg_exit_library();
+}
+
+int Server::Port() const { return parts_->port; }
+
+}  // namespace web
