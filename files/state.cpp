@@ -95,8 +95,9 @@ std::string Written(State state) {
 
 bool Consistent(const State& s) {
     for (std::size_t i = 0; i < screens; ++i) {
-        if (s.freqs.start[i] > s.freqs.center[i] || s.freqs.center[i] > s.freqs.stop[i]) return false;
-        if (std::fabs(s.freqs.stop[i] - s.freqs.start[i] - s.freqs.span[i]) > 1) return false;
+        const double start = s.freqs.start[i], stop = s.freqs.stop[i];
+        if (std::fabs((start + stop) / 2 - s.freqs.center[i]) > 1) return false;
+        if (std::fabs(stop - start - s.freqs.span[i]) > 1) return false;
     }
     return true;
 }

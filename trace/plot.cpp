@@ -22,6 +22,30 @@ constexpr int divisions = 10, column_pitch = 60;
 constexpr std::array<Colour, traces> trace_colours{palette::trace_a, palette::trace_b, palette::trace_c,
                                                    palette::trace_d};
 
+/// A stroke fades from its upper end downwards, as on a phosphor: peaks stand out, and noise between its extremes does not
+/// hide the grid. Sixteen shades of each trace.
+constexpr int shades = 16, rows_per_shade = 5;
+constexpr double dimmest = 0.4;
+
+constexpr Colour Shade(Colour colour, int step) {
+    const double part = 1 - (1 - dimmest) * step / (shades - 1);
+    const auto mix = [&](std::uint8_t bright, std::uint8_t ground) {
+        return static_cast<std::uint8_t>(ground + (bright - ground) * part + 0.5);
+    };
+    return {mix(colour.red, palette::ground.red), mix(colour.green, palette::ground.green),
+            mix(colour.blue, palette::ground.blue)};
+}
+
+constexpr auto shade_table = [] {
+    std::array<std::array<Colour, shades>, traces> table{};
+    for (std::size_t trace = 0; trace < traces; ++trace) {
+        for (std::size_t i = 0; i < shades; ++i) {
+            table[trace][i] = Shade(trace_colours[trace], static_cast<int>(i));
+        }
+    }
+    return table;
+}();
+
 /// Rows that any trace covers in a column now; first above last where none does.
 struct Extent {
     std::int16_t first = 1, last = 0;
@@ -83,7 +107,10 @@ void Draw_Column(Trace_Record& record, int point) {
         const auto trace = static_cast<std::size_t>((record.active + i) % traces);  // the active trace on top
         if (record.mode[trace] == trace_blank) continue;
         const Extent run = Run(record, trace, point);
-        for (int y = run.first; y <= run.last; ++y) display::Put_24(fbVid0, x, y, trace_colours[trace]);
+        for (int y = run.first; y <= run.last; ++y) {
+            const int shade = std::min((y - run.first) / rows_per_shade, shades - 1);
+            display::Put_24(fbVid0, x, y, shade_table[trace][static_cast<std::size_t>(shade)]);
+        }
         extent = extent.first > extent.last
                      ? run
                      : Extent{std::min(extent.first, run.first), std::max(extent.last, run.last)};

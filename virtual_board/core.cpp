@@ -22,6 +22,7 @@ constexpr double shortest_step_s = 10e-6;
 constexpr double highest_attenuation_db = 100.0;
 
 constexpr std::int64_t fast_sweep_ns = 5'000'000;
+constexpr double bounded_work_ns = 10e6;
 constexpr std::int64_t batch_ns = 2'000'000;  ///< points are written together that fall due within this
 
 /// Firmware versions times 100.
@@ -180,14 +181,18 @@ std::int64_t Core::Input_Time() const {
     return sweep_input_ns + static_cast<std::int64_t>(static_cast<double>(elapsed) * factor);
 }
 
-void Core::Advance(platform::Duration now) {
+void Core::Advance(platform::Duration now, Effort effort) {
     const std::int64_t now_ns = now.count();
     if (!clock_ns) {
         // The first call tells where the clock stands; a sweep asked for before starts here.
         sweep_clock_ns = now_ns;
     }
     clock_ns = std::max(now_ns, clock_ns.value_or(now_ns));
+    const double work_end = receiver.Work_Ns() + bounded_work_ns;
     while (sweeping && Due_Ns(point) <= *clock_ns) {
+        if (effort == Effort::bounded && receiver.Work_Ns() > work_end) {
+            return;
+        }
         Write_Point();
     }
 }
@@ -241,7 +246,7 @@ std::optional<platform::Duration> Core::Next_Due() const {
         return std::nullopt;
     }
     std::int64_t due = Due_Ns(point);
-    if (clock_ns) {
+    if (clock_ns && due > *clock_ns) {
         due = std::max(due, *clock_ns + batch_ns);
     }
     if (single) {

@@ -11,6 +11,8 @@
 
 namespace virtual_board {
 
+enum class Effort { whole, bounded };
+
 struct Core_Options {
     std::uint64_t seed = 1;  ///< of the noise
     bool fast = false;       ///< a sweep takes 5 ms, whatever its sweep time
@@ -36,7 +38,8 @@ public:
 
     /// Writes every sample that is due at now, a time since any start that never goes back. More than two sweeps late,
     /// it completes the one begun and leaves out the others but the last two.
-    void Advance(platform::Duration now);
+    /// Bounded effort ends the call after some 10 ms of computing, wherever it stands; Next_Due then says at once.
+    void Advance(platform::Duration now, Effort effort = Effort::whole);
 
     /// When the next call of Advance is worth its while; nothing where no sweep runs.
     std::optional<platform::Duration> Next_Due() const;

@@ -139,6 +139,7 @@ void Fft_Analysis::Analyse(Segment& segment, std::size_t index) {
     if (segment.recorded) {
         if (!segment.zoomed) {
             segment.zoomed = Zoom(*front_end.input->recording, middle, seen);
+            work_ns += 35.0 * static_cast<double>(front_end.input->recording->Size());
         }
         center = segment.zoomed->center_hz;
         Resize(segment.zoomed->rate_hz);
@@ -154,6 +155,7 @@ void Fft_Analysis::Analyse(Segment& segment, std::size_t index) {
     const int frames = static_cast<int>(std::clamp(std::floor(dwell_ns * 1e-9 * rbw_hz), 1.0, most));
     const double independent = std::max(1.0, dwell_ns * 1e-9 * independent_powers * rbw_hz / frames);
     const std::uint64_t sweep_seed = Combine_Seed(front_end.seed, static_cast<std::uint64_t>(sweep_start_ns));
+    work_ns += frames * (50.0 * static_cast<double>(fft->Length()) + 15.0 * static_cast<double>(window.size()));
     for (int f = 0; f < frames; f++) {
         const auto time_ns = sweep_start_ns + static_cast<std::int64_t>(start_ns + dwell_ns * (f + 0.5) / frames);
         std::ranges::fill(signal, 0.0F);

@@ -21,6 +21,8 @@ public:
     void Configure(const Front_End& front_end);
     void Begin_Sweep(std::int64_t start_ns);
     Point_Values Measure(int point);
+    /// As Receiver's.
+    double Work_Ns() const { return work_ns; }
 
 private:
     struct Segment {
@@ -46,6 +48,7 @@ private:
     std::vector<Point_Detector> points;
     std::size_t next_segment = 0;
     std::int64_t sweep_start_ns = 0;
+    double work_ns = 0.0;
 
     double rate_hz = 1.0, bin_hz = 1.0;
     std::optional<Fft> fft;

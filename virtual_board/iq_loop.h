@@ -36,6 +36,9 @@ public:
     /// Filters narrower than an eighth of the rate are closed outside the sampled band.
     std::complex<double> Envelope(double frequency_hz, std::int64_t time_ns);
 
+    /// About the computing time of one envelope value, ns.
+    double Work_Ns() const { return window.empty() ? 1000.0 : 100.0 + static_cast<double>(window.size()); }
+
 private:
     struct Samples {
         const float* re;

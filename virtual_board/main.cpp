@@ -42,14 +42,25 @@ CLI::Validator Number(double low, double high, const std::string& unit) {
         unit);
 }
 
+/// A whole number from 0; the library's own reading lets a sign wrap round.
+std::string Check_Seed(const std::string& text) {
+    const bool digits = !text.empty() && text.size() < 20 && text.find_first_not_of("0123456789") == std::string::npos;
+    return digits ? std::string() : "'" + text + "' is no whole number from 0";
+}
+
+std::string Check_Name(const std::string& text) {
+    return text.empty() ? "the file has no name" : std::string();
+}
+
 void Declare(CLI::App& app, Options& options) {
     app.add_option("--root", options.root, "instrument root")->required();
     app.add_option("--share", options.share, "the instrument's files from the build")->capture_default_str();
     app.add_option("--model", options.model, "instrument model")
         ->check(CLI::IsMember({"KVA7200", "KVA7200B", "KVA7230"}))
         ->capture_default_str();
-    auto* scene = app.add_option("--scene", options.scene, "scene file as input (a demonstration scene)");
-    auto* recording = app.add_option("--recording", options.recording, "recording as input, SigMF or bare");
+    const CLI::Validator file(Check_Name, "FILE");
+    auto* scene = app.add_option("--scene", options.scene, "scene file as input (a demonstration scene)")->check(file);
+    auto* recording = app.add_option("--recording", options.recording, "recording as input, SigMF or bare")->check(file);
     recording->excludes(scene);
     app.add_option("--recording-rate", options.recording_options.rate_hz, "sample rate of the recording")
         ->check(Number(1.0, 1e12, "Hz"))
@@ -62,7 +73,9 @@ void Declare(CLI::App& app, Options& options) {
         ->needs(recording)
         ->capture_default_str();
     app.add_flag("--fast", options.core.fast, "sweeps take no more time than needed");
-    app.add_option("--seed", options.core.seed, "seed of the noise")->capture_default_str();
+    app.add_option("--seed", options.core.seed, "seed of the noise")
+        ->check(CLI::Validator(Check_Seed, "N"))
+        ->capture_default_str();
 }
 
 std::shared_ptr<const virtual_board::Input> Load_Input(const Options& options) {

@@ -172,6 +172,7 @@ void Receiver::Configure(const Sweep_Settings& settings) {
         zoomed.reset();
         return;
     }
+    work_ns = Work_Ns();
     fft_analysis.reset();
     Prepare_Swept();
     Prepare_Noise();
@@ -181,7 +182,7 @@ void Receiver::Prepare_Swept() {
     const Sweep_Settings& s = front_end.settings;
     const double width = front_end.Point_Width();
     const double point_s = static_cast<double>(s.time_ns) * 1e-9 / s.points;
-    const int steps = (s.steps + s.points - 1) / s.points;
+    const int steps = width > 0.0 ? (s.steps + s.points - 1) / s.points : 1;
     const double least = std::clamp(std::ceil(width / (value_spacing_rbw * s.rbw_hz)), 1.0 * steps, 8.0 * steps);
     const double most = std::max(most_values_per_point, most_values_per_step * steps);
     values_per_point = static_cast<int>(std::max(least, std::min(std::floor(2.0 * point_s * s.rbw_hz), most)));
@@ -307,6 +308,10 @@ std::complex<double> Receiver::Signal(double frequency_hz, std::int64_t time_ns,
     return sum;
 }
 
+double Receiver::Work_Ns() const {
+    return work_ns + (fft_analysis != nullptr ? fft_analysis->Work_Ns() : 0.0);
+}
+
 Point_Values Receiver::Measure(int point) {
     if (fft_analysis != nullptr) {
         return fft_analysis->Measure(point);
@@ -322,6 +327,8 @@ Point_Values Receiver::Measure(int point) {
 
     const double spacing = value_spacing_ns * 1e-9 * s.rbw_hz;
     const double independent = std::max(1.0, spacing * independent_powers);
+    work_ns += values_per_point * (20.0 + 5.0 * static_cast<double>(lines.size()) +
+                                   (loop_filter ? loop_filter->Work_Ns() : 0.0));
     const bool video = s.vbw_hz < s.rbw_hz;
     const double follow = 1.0 - std::exp(-2.0 * M_PI * s.vbw_hz * value_spacing_ns * 1e-9);
     Point_Detector detector;

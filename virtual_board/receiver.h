@@ -116,6 +116,9 @@ public:
 
     const Sweep_Settings& Settings() const { return front_end.settings; }
 
+    /// Computing time spent on points so far: an estimate in ns from counts, the same on every machine.
+    double Work_Ns() const;
+
 private:
     void Prepare_Swept();
     void Prepare_Noise();
@@ -139,6 +142,7 @@ private:
     std::optional<Loop_Filter> loop_filter;
 
     std::optional<double> video_dbm;  ///< state of the video filter
+    double work_ns = 0.0;
 
     std::unique_ptr<Fft_Analysis> fft_analysis;
 };

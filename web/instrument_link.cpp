@@ -27,6 +27,31 @@ std::span<const std::uint8_t> Command(const char* letters) {
 
 }  // namespace
 
+/// One exchange at a time; who waits too long for the turn goes without.
+class Instrument_Link::Turn {
+public:
+    explicit Turn(Instrument_Link& link) : link_(link) {
+        std::unique_lock lock(link_.mutex_);
+        taken_ = link_.freed_.wait_for(lock, link_.answer_limit_, [&] { return !link_.busy_; });
+        if (taken_) link_.busy_ = true;
+    }
+    ~Turn() {
+        if (!taken_) return;
+        {
+            const std::lock_guard lock(link_.mutex_);
+            link_.busy_ = false;
+        }
+        link_.freed_.notify_one();
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+    explicit operator bool() const { return taken_; }
+
+private:
+    Instrument_Link& link_;
+    bool taken_ = false;
+};
+
 Instrument_Link::Instrument_Link(std::chrono::milliseconds answer_limit) : answer_limit_(answer_limit) {}
 
 Instrument_Link::~Instrument_Link() { Disconnect(); }
@@ -89,8 +114,8 @@ Key_Answer Instrument_Link::Receive_Answer() {
 }
 
 Key_Answer Instrument_Link::Press_Key(std::uint8_t code) {
-    const std::unique_lock lock(mutex_, answer_limit_);
-    if (!lock || !Connect()) return Key_Answer::unreachable;
+    const Turn turn(*this);
+    if (!turn || !Connect()) return Key_Answer::unreachable;
     std::array<std::uint8_t, 3> start{};
     if (!Send(Command("KY")) || !Receive(start, Steady::now() + answer_limit_) ||
         std::memcmp(start.data(), "ST", 3) != 0 || !Send({&code, 1})) {
@@ -101,8 +126,8 @@ Key_Answer Instrument_Link::Press_Key(std::uint8_t code) {
 }
 
 Key_Answer Instrument_Link::Press_Power() {
-    const std::unique_lock lock(mutex_, answer_limit_);
-    if (!lock || !Connect()) return Key_Answer::unreachable;
+    const Turn turn(*this);
+    if (!turn || !Connect()) return Key_Answer::unreachable;
     if (!Send(Command("PW"))) {
         Disconnect();
         return Key_Answer::unreachable;
@@ -111,8 +136,8 @@ Key_Answer Instrument_Link::Press_Power() {
 }
 
 std::optional<std::string> Instrument_Link::Ask_Text(const char* command, std::size_t most_bytes) {
-    const std::unique_lock lock(mutex_, answer_limit_);
-    if (!lock) return "";
+    const Turn turn(*this);
+    if (!turn) return "";
     if (!Connect()) return std::nullopt;
     const auto deadline = Steady::now() + answer_limit_;
     std::array<std::uint8_t, 4> length{};

@@ -1,5 +1,6 @@
 #pragma once
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -38,6 +39,8 @@ public:
 private:
     using Deadline = std::chrono::steady_clock::time_point;
 
+    class Turn;
+
     bool Connect();
     void Disconnect();
     bool Send(std::span<const std::uint8_t> bytes);
@@ -46,8 +49,10 @@ private:
     std::optional<std::string> Ask_Text(const char* command, std::size_t most_bytes);
 
     const std::chrono::milliseconds answer_limit_;
-    std::timed_mutex mutex_;
-    int socket_ = -1;
+    std::mutex mutex_;
+    std::condition_variable freed_;
+    bool busy_ = false;  // under mutex_: somebody has the turn
+    int socket_ = -1;    // of who has the turn
 };
 
 }  // namespace web

@@ -233,6 +233,24 @@ TEST(Core, LateAdvanceLeavesWholeSweepsOut) {
     EXPECT_NEAR(rig.Count(), 3 * 601 + 300, 1);
 }
 
+TEST(Core, BoundedEffortStopsEarlyAndLosesNothing) {
+    const Message message = Sweep_Message(1e9, 3e9, 5, true);
+    Core_Rig whole(quiet, {.seed = 1, .fast = true});
+    whole.core.Handle_Message(message);
+    whole.Step(0.005);
+    ASSERT_EQ(whole.Count(), 601);
+    Core_Rig bounded(quiet, {.seed = 1, .fast = true});
+    bounded.core.Handle_Message(message);
+    int calls = 0;
+    for (; bounded.Count() < 601; calls++) {
+        ASSERT_LT(calls, 601);
+        bounded.core.Advance(std::chrono::milliseconds(5), virtual_board::Effort::bounded);
+        ASSERT_TRUE(bounded.Count() == 601 || *bounded.core.Next_Due() <= std::chrono::milliseconds(5));
+    }
+    EXPECT_GT(calls, 3);
+    EXPECT_EQ(bounded.memory, whole.memory);
+}
+
 TEST(Core, SingleSweepEndsWithItsEvent) {
     Core_Rig rig(quiet);
     Message message = Sweep_Message(1e9, 1e6, 4);

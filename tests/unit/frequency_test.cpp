@@ -188,7 +188,7 @@ TEST_F(Frequency, ASpanThatWouldSweepTooLongIsRefused) {
     Set_Cent(typed, 1.625e9);
     Set_Span(typed, 10e6);
     BW_Data.rbw_mode[0] = 1;
-    BW_Data.rbw[0] = 7;  // 300 Hz
+    BW_Data.rbw[0] = 10;  // 10 Hz
     const Freqs_Record before = Freqs;
     EXPECT_EQ(change_span(typed, 3e9), -1);
     Set_Full_Span();

@@ -32,8 +32,9 @@ protected:
         return text;
     }
     /// The value that the highlighted key gets for typed keys and a unit key (0 GHz to 3 Hz).
-    static double Confirmed(std::string_view keys, int unit) {
+    double Confirmed(std::string_view keys, int unit) {
         clean_keybuffer();
+        keylink = &unit_page;
         Type(keys);
         fNumBase(unit);
         return handed_on;
