@@ -30,6 +30,7 @@
 #include "records/locks.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "remote/gpib.h"
 #include "scpi/error_queue.h"
 #include "scpi/status.h"
 #include "sequence/sequence.h"
@@ -40,6 +41,7 @@
 #include "system/status_icons.h"
 #include "system/system.h"
 #include "trace/acquisition.h"
+#include "trace/corrections.h"
 #include "trace/limit_lines.h"
 #include "trace/markers.h"
 #include "trace/peak_search.h"
@@ -58,6 +60,7 @@ void Start_Remote_Base() {
     SCPI_Init(scpi_context, {});
     fd_rs232 = platform::Open_Serial("/dev/tts/2", baud_rates[static_cast<std::size_t>(Sys_Data.baud_rate)]);
     if (fd_rs232 < 0) std::perror("/dev/tts/2");
+    remote::Open_Gpib();
     SCPI_RegSetBits(scpi_context, reg_esr, esr_power_on);
 }
 
@@ -154,6 +157,7 @@ void Open_Limit_Lines() {
     LimitLine_Init_For_Opening();
     set_screenchagne_parameter(0, 1);
     LimitlineScreen = 0;
+    Corr_Init_For_Opening();
     Ext_Frame();
 }
 
@@ -181,6 +185,7 @@ void Recall_Power_On_State() {
 }
 
 void Start_Interface_Settings() {
+    remote::Hand_Over_Gpib_Address(Sys_Data.gpib_address);
     Usb_init_flag.store(1, std::memory_order_release);
     SetsystemtimeFlag.store(1, std::memory_order_release);
 }
@@ -198,6 +203,7 @@ void init_sys() {
     numKey_init(1, 3);
     numKey_init(3, 1);
     numKey_init(4, 3);
+    mode_str_init();
     Open_Layers();         // 3
     Start_Core();          // 4
     Show_First_Screen();   // 5
@@ -214,7 +220,7 @@ void init_sys() {
     Initialise_Areas();  // 10
     for (const int which : {1, 2, 3}) show_DSPTGRF_Ver(which);  // 11
     Append_Application_Version();
-    Draw_Status_Blocks();
+    blocktwo_str_init();
     set_screenchagne_parameter(0, 1);
     Ext_Frame();
     Scan_USB();  // 12

@@ -56,6 +56,8 @@ void End_Start_Pictures() {
     display::Clear(fbOsd0, {205, 193, 210, 180});
     fb_init(fbOsd0, "/dev/fb/0", screen_width, screen_height, 16);
     window_display(fbOsd0);
+    systeminit.store(0, std::memory_order_release);
+    Detect_USB_STATE_FILE();
 }
 
 /// Start-up pictures.
@@ -71,12 +73,7 @@ void check() {
         if (value < last_start_value) Show_Start_Picture(Start_Picture(value));
     }
     End_Start_Pictures();
-    {
-        const std::lock_guard records(Command_Main_Mutex);
-        Detect_USB_STATE_FILE();
-    }
     platform::Run_Command("/etc/init.d/usb_state.sh");
-    systeminit.store(0, std::memory_order_release);
 }
 
 /// Stages of a power-off that somebody has asked for: two pictures, then the kill script.

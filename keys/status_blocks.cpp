@@ -21,6 +21,8 @@ namespace {
 using display::Align;
 using display::Rect;
 
+const char* mode_name = "";
+
 constexpr int name_gap = 8, value_size = 13, value_ascent = 13, value_height = 17;
 
 enum class Anchor { left, right };
@@ -88,13 +90,21 @@ void Draw_Bar_Text(Rect area, std::string_view text, display::Colour colour, Fon
 
 }  // namespace
 
+void mode_str_init() { mode_name = "Spectrum"; }
+
+void blocktwo_str_init() {
+    Draw_Status_Blocks();
+    Draw_Sweep_State();
+}
+
 void Draw_Status_Blocks() {
     for (const auto& block : blocks) Draw_Block(block);
 }
 
 void Draw_Sweep_State() {
-    Draw_Bar_Text({506, 3, 142, 18}, Sweep_Data.single ? "Free run, Single" : "Free run, Cont", display::palette::label,
-                  face_regular, 12, Align::right);
+    std::array<char, 48> text{};
+    std::snprintf(text.data(), text.size(), "%s, %s", mode_name, Sweep_Data.single ? "single" : "continuous");
+    Draw_Bar_Text({506, 3, 142, 18}, text.data(), display::palette::label, face_regular, 12, Align::right);
 }
 
 void Draw_Model() {

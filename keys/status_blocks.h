@@ -2,10 +2,16 @@
 
 /// The blocks of names and values around the graticule, on the text layer.
 
+/// The name of the mode, shown in the top line, is the spectrum's.
+void mode_str_init();
+
+/// Draws the blocks of values for the first time.
+void blocktwo_str_init();
+
 /// Reference level, attenuation, scale and preamplifier above; centre, span, RBW, VBW and sweep time below.
 void Draw_Status_Blocks();
 
-/// Trigger and sweep state at the right end of the top line.
+/// Mode and sweep state at the right end of the top line.
 void Draw_Sweep_State();
 
 /// Model at the left end of the top line, and the clock beside it.

@@ -17,4 +17,5 @@ struct Peak_Record {
 inline Peak_Record Peak_Data;
 
 inline std::int32_t LimitlineScreen = 0;
+inline std::int32_t Trace_Gain_Correction = 0;  ///< 1: traces are corrected by a set of gains
 inline std::int32_t SetFreqScaleRedraw = 0;  ///< 1: the frequency scale must be redrawn

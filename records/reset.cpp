@@ -69,5 +69,5 @@ void Reset_Records() {
     Check_warning = Check_block3 = 0;
     Marker_Data = {};
     Peak_Data = {};
-    LimitlineScreen = SetFreqScaleRedraw = 0;
+    LimitlineScreen = SetFreqScaleRedraw = Trace_Gain_Correction = 0;
 }

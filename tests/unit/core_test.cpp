@@ -234,7 +234,7 @@ TEST(Core, LateAdvanceLeavesWholeSweepsOut) {
 }
 
 TEST(Core, BoundedEffortStopsEarlyAndLosesNothing) {
-    const Message message = Sweep_Message(1e9, 3e9, 5, true);
+    const Message message = Sweep_Message(1e9, 1e9, 5, true);
     Core_Rig whole(quiet, {.seed = 1, .fast = true});
     whole.core.Handle_Message(message);
     whole.Step(0.005);

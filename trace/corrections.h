@@ -1,0 +1,3 @@
+#pragma once
+/// Trace-gain corrections: off until a set of them is switched on.
+void Corr_Init_For_Opening();
