@@ -14,7 +14,7 @@
 namespace virtual_board {
 
 struct Board_Options {
-    Core_Options core;
+    Core_Options core{};
     bool manual = false;  ///< the core's time stands still but for Step (tests)
 };
 

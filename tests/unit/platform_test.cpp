@@ -392,7 +392,7 @@ TEST_F(Seam, TheShellTouchesNothingOutsideTheRoot) {
     fs::create_symlink(outside, platform::Rooted("/tmp/link"));
     fs::create_symlink(root.Top(), platform::Rooted("/tmp/folder"));
 
-    for (const std::string& command :
+    for (const char* command :
          {"sed -i '1c x' /tmp/link", "cp /tmp/usb_state /tmp/folder/outside", "cp /tmp/usb_state /tmp/folder",
           "cp /tmp/link /tmp/got", "grep -q 'yours' /tmp/link", "cp /tmp/usb_state tmp/x"})
         EXPECT_NE(platform::Run_Command(command), 0) << command;
