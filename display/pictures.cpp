@@ -121,7 +121,7 @@ bool Load_Picture(std::string_view name, int width, int height, std::span<std::u
 }
 
 void Show_Picture_File(std::string_view name, int width, int height, int x, int y, const Frame_Descriptor& layer) {
-    if (!Load_Picture(name, width, height, decoded)) return;
+    if (!layer.memory || !Load_Picture(name, width, height, decoded)) return;
     display::Copy_Picture(layer, decoded.data(), x, y, width, height);
 }
 

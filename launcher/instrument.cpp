@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -64,23 +65,15 @@ int Stop_Signals() {
 void Check_Port_Free(const std::string& address, int port) {
     if (port == 0)
         return;
-    sockaddr_storage storage{};
-    socklen_t size = 0;
-    if (auto* four = reinterpret_cast<sockaddr_in*>(&storage); ::inet_pton(AF_INET, address.c_str(), &four->sin_addr) == 1) {
-        four->sin_family = AF_INET;
-        four->sin_port = htons(static_cast<std::uint16_t>(port));
-        size = sizeof *four;
-    } else {
-        auto* six = reinterpret_cast<sockaddr_in6*>(&storage);
-        ::inet_pton(AF_INET6, address.c_str(), &six->sin6_addr);
-        six->sin6_family = AF_INET6;
-        six->sin6_port = htons(static_cast<std::uint16_t>(port));
-        size = sizeof *six;
-    }
-    const int probe = ::socket(storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in name{};
+    name.sin_family = AF_INET;
+    name.sin_port = htons(static_cast<std::uint16_t>(port));
+    ::inet_pton(AF_INET, address.c_str(), &name.sin_addr);
+    const int probe = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     const int on = 1;
     ::setsockopt(probe, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    const bool free = ::bind(probe, reinterpret_cast<const sockaddr*>(&storage), size) == 0 && ::listen(probe, 1) == 0;
+    const bool free =
+        ::bind(probe, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0 && ::listen(probe, 1) == 0;
     const int error = errno;
     ::close(probe);
     if (!free)
@@ -95,7 +88,7 @@ std::string Program_Folder() {
 class Instrument {
   public:
     explicit Instrument(const Options& options)
-        : options_(options), programs_(Program_Folder()), root_(options.root), signals_(Stop_Signals()) {}
+        : options_(options), signals_(Stop_Signals()), programs_(Program_Folder()), root_(options.root) {}
     Instrument(const Instrument&) = delete;
     Instrument& operator=(const Instrument&) = delete;
     ~Instrument() {
@@ -124,9 +117,9 @@ class Instrument {
     std::string Log(const char* name) const { return options_.root + "/var/log/" + name + ".log"; }
 
     const Options& options_;
+    int signals_;  // taken first, so that no signal leaves a lock behind
     std::string programs_;
     Root_Folder root_;
-    int signals_;
     Process board_, application_, web_;
     std::string http_;  ///< ADDR:PORT of the front panel
     steady_clock::time_point start_end_{};
@@ -222,7 +215,7 @@ void Instrument::Await_Keys() {
 }
 
 int Instrument::Supervise() {
-    auto web_start = steady_clock::now();
+    std::optional<steady_clock::time_point> web_restart;
     for (;;) {
         Wait(milliseconds(-1));
         if (Has_Ended(application_)) {
@@ -240,9 +233,9 @@ int Instrument::Supervise() {
             continue;
         // The front panel is a program of its own so that its faults leave the instrument alone.
         Say("kva720-web has died with " + Describe_Status(Reap(web_)) + ", see " + web_.log);
-        if (steady_clock::now() - web_start < web_restart_gap)
+        if (web_restart && steady_clock::now() - *web_restart < web_restart_gap)
             return 1;
-        web_start = steady_clock::now();
+        web_restart = steady_clock::now();
         Start_Web(std::stoi(http_.substr(http_.rfind(':') + 1)));
     }
 }

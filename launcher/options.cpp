@@ -23,10 +23,9 @@ std::string Default_Root() {
 }
 
 std::string Check_Address(const std::string& text) {
-    std::array<unsigned char, sizeof(in6_addr)> address;
-    const bool known =
-        ::inet_pton(AF_INET, text.c_str(), address.data()) == 1 || ::inet_pton(AF_INET6, text.c_str(), address.data()) == 1;
-    return known ? std::string() : "'" + text + "' is no IP address";
+    in_addr address{};
+    const bool known = ::inet_pton(AF_INET, text.c_str(), &address) == 1;
+    return known ? std::string() : "'" + text + "' is no IPv4 address";
 }
 
 std::string Clean_Root(const std::string& text) {
@@ -63,13 +62,18 @@ Options Read_Options(int argc, char** argv) {
     std::array<std::string, board_options.size()> board_values;
 
     CLI::App app("Starts a virtual KVA720 spectrum analyzer.", "kva720-run");
-    app.add_option("--root", root, "instrument root, the folder that holds the instrument's files")->capture_default_str();
+    app.add_option("--root", root, "instrument root, the folder that holds the instrument's files")
+        ->capture_default_str();
     app.add_option("--listen", options.listen, "address of all network services")
         ->check(CLI::Validator(Check_Address, "ADDRESS"))
         ->capture_default_str();
     const auto port = CLI::Range(0, 65535);
-    app.add_option("--http-port", options.http_port, "front panel, 0: any free port")->check(port)->capture_default_str();
-    app.add_option("--scpi-port", options.scpi_port, "raw commands, 0: any free port")->check(port)->capture_default_str();
+    app.add_option("--http-port", options.http_port, "front panel, 0: any free port")
+        ->check(port)
+        ->capture_default_str();
+    app.add_option("--scpi-port", options.scpi_port, "raw commands, 0: any free port")
+        ->check(port)
+        ->capture_default_str();
     app.add_option("--hislip-port", options.hislip_port, "HiSLIP, 0: any free port (what the root says or 4880)")
         ->check(port);
     app.add_flag("--no-vxi11", no_vxi11, "leave VXI-11 off");

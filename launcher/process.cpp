@@ -1,5 +1,6 @@
 #include "launcher/process.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -9,10 +10,14 @@
 #include <poll.h>
 #include <stdexcept>
 #include <string_view>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+// Debian 12's header leaves out the C linkage.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 namespace launcher {
 
@@ -85,8 +90,8 @@ Process Start(const std::string& program, const std::vector<std::string>& argume
     const int parent = ::getpid();
     process.pid = ::fork();
     if (process.pid == 0)
-        Become(program.c_str(), const_cast<char**>(argument_pointers.data()), const_cast<char**>(setting_pointers.data()),
-               output == Output::to_read ? pipe[1] : log_file, log_file, parent);
+        Become(program.c_str(), const_cast<char**>(argument_pointers.data()),
+               const_cast<char**>(setting_pointers.data()), output == Output::to_read ? pipe[1] : log_file, log_file, parent);
     const int error = errno;
     ::close(log_file);
     if (pipe[1] >= 0)

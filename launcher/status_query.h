@@ -3,8 +3,8 @@
 
 namespace launcher {
 
-/// Asks the instrument of a root over its local socket whether it has come up and takes keys. False also when it doesn't
-/// answer in half a second.
+/// Asks the instrument of a root over its local socket whether it has come up and takes keys. False also when it
+/// doesn't answer in half a second.
 bool Takes_Keys(const std::string& root);
 
 }  // namespace launcher

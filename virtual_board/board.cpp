@@ -198,13 +198,14 @@ void Board::Take_Message(std::span<const double> message) {
     }
     std::lock_guard lock(core_mutex_);
     if (!manual_)
-        core_.Advance(platform::Now());
+        core_.Advance(platform::Now(), Effort::bounded);
     core_.Handle_Message(message);
 }
 
 void Board::Advance() {
     std::lock_guard lock(core_mutex_);
-    core_.Advance(manual_ ? manual_time_ : platform::Now());
+    if (manual_) core_.Advance(manual_time_);
+    else core_.Advance(platform::Now(), Effort::bounded);
     Send_Events();
 }
 

@@ -60,7 +60,8 @@ void Declare(CLI::App& app, Options& options) {
         ->capture_default_str();
     const CLI::Validator file(Check_Name, "FILE");
     auto* scene = app.add_option("--scene", options.scene, "scene file as input (a demonstration scene)")->check(file);
-    auto* recording = app.add_option("--recording", options.recording, "recording as input, SigMF or bare")->check(file);
+    auto* recording = app.add_option("--recording", options.recording, "recording as input, SigMF or bare");
+    recording->check(file);
     recording->excludes(scene);
     app.add_option("--recording-rate", options.recording_options.rate_hz, "sample rate of the recording")
         ->check(Number(1.0, 1e12, "Hz"))

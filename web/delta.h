@@ -7,8 +7,8 @@
 
 /// What changed from one screen to the next, for the live web socket.
 ///
-/// A message: byte 0 the kind (1), byte 1 zero, bytes 2 and 3 the number of tiles (little-endian), then a zlib stream of
-/// the tiles' indices (2 bytes each, little-endian, counted in rows from the top left) followed by the tiles' pixels in
+/// A message: byte 0 the kind (1), byte 1 zero, bytes 2 and 3 the number of tiles (little-endian), then a zlib stream:
+/// first the tiles' indices (2 bytes each, little-endian, counted in rows from the top left), then the tiles' pixels in
 /// the same order, R, G, B, row after row, each exclusive-or'ed with what the viewer shows now. A viewer starts black.
 namespace web {
 

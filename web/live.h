@@ -41,8 +41,8 @@ public:
     bool Has_Room() const;
     /// Takes a viewer in. The screen follows at once; send is called from the viewer's thread only.
     std::unique_ptr<Viewer> Join(Send send);
-    /// Tells every viewer that the instrument goes and waits a moment for those who are slow to hear it; nothing is sent
-    /// afterwards.
+    /// Tells every viewer that the instrument goes and waits a moment for those who are slow to hear it; nothing is
+    /// sent afterwards.
     void Close();
 
 private:

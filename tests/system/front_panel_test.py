@@ -46,7 +46,8 @@ return part.toDataURL("image/png").split(",")[1];
 # How many different colours a part of the canvas has.
 COLOURS = """
 const [left, top, right, bottom] = arguments[0];
-const data = document.getElementById("screen").getContext("2d").getImageData(left, top, right - left, bottom - top).data;
+const context = document.getElementById("screen").getContext("2d");
+const data = context.getImageData(left, top, right - left, bottom - top).data;
 return new Set(new Uint32Array(data.buffer)).size;
 """
 

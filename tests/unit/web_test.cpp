@@ -215,8 +215,9 @@ TEST(Web_Origin, TakesItsOwnPageAndProgramsOnly) {
     EXPECT_TRUE(web::Origin_Allowed(local, std::nullopt, std::nullopt));
     EXPECT_TRUE(origin("http://127.0.0.1:8080"));
     EXPECT_TRUE(origin("http://localhost:8080"));
-    for (const char* text : {"null", "", "http://", "http://127.0.0.1", "http://127.0.0.1:8081", "https://127.0.0.1:8080",
-                             "http://evil.example:8080", "http://evil.example", "http://127.0.0.1:8080.evil.example"})
+    for (const char* text : {"null", "", "http://", "http://127.0.0.1", "http://127.0.0.1:8081",
+                             "https://127.0.0.1:8080", "http://evil.example:8080", "http://evil.example",
+                             "http://127.0.0.1:8080.evil.example"})
         EXPECT_FALSE(origin(text)) << text;
     EXPECT_TRUE(web::Origin_Allowed(everywhere, "http://bench7.lab.example", "bench7.lab.example"));
     EXPECT_FALSE(web::Origin_Allowed(everywhere, "http://evil.example", "bench7.lab.example"));
@@ -420,7 +421,9 @@ class Client {
     Client& operator=(const Client&) = delete;
     ~Client() { close(socket_); }
 
-    void Write(std::string_view text) { EXPECT_EQ(send(socket_, text.data(), text.size(), MSG_NOSIGNAL), ssize_t(text.size())); }
+    void Write(std::string_view text) {
+        EXPECT_EQ(send(socket_, text.data(), text.size(), MSG_NOSIGNAL), ssize_t(text.size()));
+    }
 
     /// Up to count bytes; fewer at the end of the stream.
     std::string Read(std::size_t count) {
@@ -506,8 +509,8 @@ TEST(Web_Server, ServesThePageAndTheScreenAndNothingElse) {
     EXPECT_NE(page.find("<canvas id=\"screen\""), page.npos);
     for (const char* path : {"/panel.js", "/panel.css", "/screen.js", "/knob.js", "/icon.svg"})
         EXPECT_EQ(Status(Ask(port, std::string("GET ") + path)), 200) << path;
-    for (const char* path : {"/main.cpp", "/../main.cpp", "/%2e%2e/main.cpp", "/panel.js/../../main.cpp", "//etc/passwd",
-                             "/..%2fmain.cpp", "/index.html%00"})
+    for (const char* path : {"/main.cpp", "/../main.cpp", "/%2e%2e/main.cpp", "/panel.js/../../main.cpp",
+                             "//etc/passwd", "/..%2fmain.cpp", "/index.html%00"})
         EXPECT_EQ(Ask(port, std::string("GET ") + path).find("int main"), std::string::npos) << path;
     EXPECT_EQ(Status(Ask(port, "GET /../main.cpp")), 404);
     EXPECT_EQ(Status(Ask(port, "GET /screen.png")), 200);  // without an instrument: a dark one

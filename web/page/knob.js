@@ -1,8 +1,9 @@
 // The rotary knob: drag it round, roll the wheel over it, or turn it with the arrow keys while it has the focus.
 // Each detent sends one code; the faster the detents come, the higher the speed in the code.
 
-const detentDegrees = 15, detentPixels = 50, lineWheelPixels = 50;
-const speedTwo = 14, speedThree = 28;       // detents a second
+const detentDegrees = 15, detentPixels = 100, lineWheelPixels = 100 / 3;
+const rateWindow = 400;                     // ms over which the speed is taken
+const speedTwo = 12, speedThree = 25;       // detents a second
 const quickest = 40;                        // ms between two codes; detents between them go into the speed
 const left = 119, right = 122;              // speed 1 each way
 
@@ -52,20 +53,20 @@ export class Knob {
 
   move(detents) {
     this.rest += detents;
-    for (; this.rest >= 1; --this.rest) this.detent(1);
-    for (; this.rest <= -1; ++this.rest) this.detent(-1);
+    const whole = Math.trunc(this.rest);
+    this.rest -= whole;
+    if (whole) this.detent(Math.sign(whole), Math.abs(whole));
   }
 
   // way: 1 clockwise, -1 the other way.
-  detent(way) {
-    this.degrees += way * detentDegrees;
+  detent(way, count = 1) {
+    this.degrees += way * count * detentDegrees;
     this.element.style.setProperty("--turn", `${this.degrees}deg`);
     const now = performance.now();
     if (way !== this.way) this.recent = [];
     this.way = way;
-    this.recent = [...this.recent.filter((time) => now - time < 1000), now];
-    const span = Math.max(now - this.recent[0], 150) / 1000;
-    const rate = (this.recent.length - 1) / span;
+    this.recent = [...this.recent.filter((time) => now - time < rateWindow), ...Array(count).fill(now)];
+    const rate = (this.recent.length - 1) / (rateWindow / 1000);
     const speed = rate >= speedThree ? 3 : rate >= speedTwo ? 2 : 1;
     if (speed > 1 && now - this.sent < quickest) return;
     this.sent = now;
