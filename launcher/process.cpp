@@ -91,7 +91,8 @@ Process Start(const std::string& program, const std::vector<std::string>& argume
     process.pid = ::fork();
     if (process.pid == 0)
         Become(program.c_str(), const_cast<char**>(argument_pointers.data()),
-               const_cast<char**>(setting_pointers.data()), output == Output::to_read ? pipe[1] : log_file, log_file, parent);
+               const_cast<char**>(setting_pointers.data()), output == Output::to_read ? pipe[1] : log_file, log_file,
+               parent);
     const int error = errno;
     ::close(log_file);
     if (pipe[1] >= 0)

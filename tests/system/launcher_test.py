@@ -137,7 +137,7 @@ class Stage:
         return os.path.join(self.folder.name, *(names or ("root",)))
 
     def launch(self, *options, root=None, port=0):
-        self.launchers.append(Launcher(root or self.root(), *options, port=port))
+        self.launchers.append(Launcher(self.root() if root is None else root, *options, port=port))
         return self.launchers[-1]
 
     def __enter__(self):
