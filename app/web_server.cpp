@@ -7,12 +7,15 @@
 
 #include "keys/reader.h"
 #include "platform/keys.h"
+#include "records/amp.h"
 #include "records/freqs.h"
 #include "records/handover.h"
 #include "records/locks.h"
 #include "records/sys.h"
 #include "records/trace.h"
 #include "remote/local_socket.h"
+#include "sweep/amplitude.h"
+#include "sweep/frequency.h"
 
 namespace {
 
@@ -20,11 +23,32 @@ bool Take_Key(std::int32_t code) { return num_queue_insert(code); }
 
 bool Press_Power() { return platform::Press_Power_Key() == 0; }
 
+/// Direct entry of the page: the same setters as the keys, with a typed value.
+bool Take_Setting(std::string_view name, double value) {
+    constexpr int typed = 2;
+    const std::lock_guard records(Command_Main_Mutex);
+    if (systeminit.load(std::memory_order_acquire) != 0 || Remote_Flag.load() != 0) return false;
+    if (name == "center") {
+        Set_Cent(typed, value);
+    } else if (name == "span") {
+        Set_Span(typed, value);
+    } else if (name == "reference") {
+        Set_Reflevel(typed, value);
+    } else {
+        return false;
+    }
+    return true;
+}
+
 void Tell_State(std::string& json) {
     const std::lock_guard records(Command_Main_Mutex);
     const auto word = [](bool value) { return value ? "true" : "false"; };
+    const auto screen = static_cast<std::size_t>(ScreenActive);
+    std::array<char, 128> values{};
+    std::snprintf(values.data(), values.size(), ",\"center\":%.0f,\"span\":%.0f,\"reference\":%d}",
+                  Freqs.center[screen] + Freqs.offset[screen], Freqs.span[screen], Amp.displayed_reference[screen]);
     json = "{\"model\":\"" + System_Information_Data.model + "\",\"starting\":" + word(systeminit.load() != 0) +
-           ",\"remote\":" + word(Remote_Flag.load() != 0) + "}";
+           ",\"remote\":" + word(Remote_Flag.load() != 0) + values.data();
 }
 
 void Tell_Trace(std::string& csv) {
@@ -44,4 +68,4 @@ void Tell_Trace(std::string& csv) {
 
 }  // namespace
 
-void web_server() { remote::Serve_Local_Socket({Take_Key, Press_Power, Tell_State, Tell_Trace}); }
+void web_server() { remote::Serve_Local_Socket({Take_Key, Take_Setting, Press_Power, Tell_State, Tell_Trace}); }

@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cerrno>
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -22,12 +24,12 @@ namespace {
 constexpr const char* folder_path = "/tmp/web_store";
 constexpr const char* socket_name = "talmiron.sock";
 constexpr int backlog = 5;
-constexpr std::size_t most_clients = 16, largest_backlog_of_answers = 1u << 20;
+constexpr std::size_t most_clients = 16, largest_backlog_of_answers = 1u << 20, longest_setting = 64;
 
 struct Client {
     int socket = -1;
     std::string input, output;
-    bool expects_key = false;
+    enum class Expects { command, key, setting } expects = Expects::command;
 };
 
 /// Address of the socket below its folder; a root can be deeper than a socket name is long.
@@ -68,21 +70,42 @@ void Answer_Text(Client& client, void (*write)(std::string& text)) {
     client.output += text;
 }
 
+/// A line of name and value. Locale-free, so that the point stays a point.
+bool Set(std::string_view line, const Local_Commands& commands) {
+    const std::size_t blank = line.find(' ');
+    if (blank == std::string_view::npos) return false;
+    double value = 0;
+    const char* last = line.data() + line.size();
+    const auto [end, error] = std::from_chars(line.data() + blank + 1, last, value);
+    return error == std::errc() && end == last && std::isfinite(value) && commands.set(line.substr(0, blank), value);
+}
+
 /// Executes what has arrived whole. False ends the connection.
 bool Execute(Client& client, const Local_Commands& commands) {
     while (!client.input.empty()) {
-        if (client.expects_key) {
+        if (client.expects == Client::Expects::key) {
             const auto code = static_cast<std::uint8_t>(client.input[0]);
             client.input.erase(0, 1);
-            client.expects_key = false;
+            client.expects = Client::Expects::command;
             Answer(client, commands.key(code) ? "OK" : "NO");
+            continue;
+        }
+        if (client.expects == Client::Expects::setting) {
+            const std::size_t end = client.input.find('\n');
+            if (end == std::string::npos) return client.input.size() <= longest_setting;
+            Answer(client, Set(client.input.substr(0, end), commands) ? "OK" : "NO");
+            client.input.erase(0, end + 1);
+            client.expects = Client::Expects::command;
             continue;
         }
         if (client.input.size() < 2) return true;
         const std::string command = client.input.substr(0, 2);
         client.input.erase(0, 2);
         if (command == "KY") {
-            client.expects_key = true;
+            client.expects = Client::Expects::key;
+            Answer(client, "ST");
+        } else if (command == "SE") {
+            client.expects = Client::Expects::setting;
             Answer(client, "ST");
         } else if (command == "PW") {
             Answer(client, commands.power() ? "OK" : "NO");
@@ -122,7 +145,7 @@ void Accept(int listener, std::vector<Client>& clients) {
         close(socket);
         return;
     }
-    clients.push_back({socket, {}, {}, false});
+    clients.push_back({.socket = socket, .input = {}, .output = {}});
 }
 
 /// One wait over the stop, the listener and all clients. False on the stop.

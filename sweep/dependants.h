@@ -12,5 +12,8 @@ void ExtendSpanWave(double old_start, double old_span);
 /// Starts the active trace's hold buffer again: -200 dBm for maximum hold, 40 dBm for minimum hold.
 void Restart_Hold_Buffer();
 
+/// The level scale has changed: graticule and traces are drawn again.
+void Level_Scale_Changed();
+
 /// Starts all maximum-hold traces again, when the level scale has changed.
 void Restart_Max_Hold_Traces();

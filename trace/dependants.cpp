@@ -46,6 +46,12 @@ void ExtendSpanWave(double old_start, double old_span) {
     Redraw_Traces(record);
 }
 
+void Level_Scale_Changed() {
+    Trace_Record& record = Active_Record();
+    for (std::size_t trace = 0; trace < traces; ++trace) Update_Rows(record, trace);
+    Ext_Frame();
+}
+
 void Restart_Hold_Buffer() {
     Trace_Record& record = Active_Record();
     const std::size_t trace = record.active & 3;

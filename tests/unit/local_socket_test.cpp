@@ -19,6 +19,11 @@ bool Take_Key(std::int32_t code) {
     last_key = code;
     return code != 200;
 }
+std::string settings;
+bool Take_Setting(std::string_view name, double value) {
+    settings += std::string(name) + '=' + std::to_string(value) + ';';
+    return name == "span";
+}
 bool No_Power() { return false; }
 void Tell_State(std::string& text) { text = "{\"model\":\"X\"}"; }
 void Tell_Trace(std::string& text) { text.assign(300'000, 't'); }
@@ -30,7 +35,7 @@ protected:
         last_key = -1;
         std::filesystem::create_directories(platform::Rooted("/tmp/web_store"));
         root.Write("/tmp/web_store/talmiron.sock", "an old file");
-        server = std::thread([] { remote::Serve_Local_Socket({Take_Key, No_Power, Tell_State, Tell_Trace}); });
+        server = std::thread([] { remote::Serve_Local_Socket({Take_Key, Take_Setting, No_Power, Tell_State, Tell_Trace}); });
     }
     void TearDown() override {
         platform::Request_Stop();
@@ -87,6 +92,21 @@ TEST_F(Local_Socket, KeysAreAnsweredHoweverTheirBytesAreCut) {
     EXPECT_EQ(last_key, 200);
     close(first);
     close(second);
+}
+
+TEST_F(Local_Socket, SettingsAreLinesOfNameAndNumber) {
+    settings.clear();
+    const int client = Connect();
+    Send(client, "SEspan 2.5e6\nSEcen");
+    EXPECT_EQ(Receive(client, 9), st + ok + st);
+    Send(client, "ter 1\nSEspan nan\nSEspan 1x\nSEspan\n");
+    EXPECT_EQ(Receive(client, 21), no + st + no + st + no + st + no);
+    EXPECT_EQ(settings, "span=2500000.000000;center=1.000000;");
+    Send(client, "SE");
+    EXPECT_EQ(Receive(client, 3), st);
+    Send(client, std::string(100, 'x'));
+    EXPECT_EQ(Receive(client, 1), "") << "a line without end ends the connection";
+    close(client);
 }
 
 TEST_F(Local_Socket, LongAnswersComeWholeAndUnknownCommandsEndTheirConnectionOnly) {

@@ -246,6 +246,7 @@ class Instrument {
                     ++keys_taken;
                     return true;
                 },
+                [](std::string_view name, double) { return name == "center"; },
                 [] { return ++powers, true; },
                 [](std::string& json) { json = R"({"model":"KVA7230","starting":false,"remote":true})"; },
                 [](std::string& csv) { csv = "frequency_hz,level_dbm\n1.000,-20.000\n"; },
