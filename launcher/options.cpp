@@ -29,10 +29,10 @@ std::string Check_Address(const std::string& text) {
 }
 
 std::string Clean_Root(const std::string& text) {
-    std::string root = std::filesystem::absolute(text).lexically_normal().string();
+    std::string root = text.empty() ? text : std::filesystem::absolute(text).lexically_normal().string();
     while (!root.empty() && root.back() == '/')
         root.pop_back();
-    if (text.empty() || root.empty())
+    if (root.empty())
         throw Usage{"the instrument root must be a folder of its own", 2};
     if (root.find('\n') != std::string::npos)
         throw Usage{"the name of the instrument root holds a line end", 2};

@@ -11,11 +11,12 @@ namespace platform {
 
 void Configure_From_Environment() {
     const char* root = std::getenv("KVA720_ROOT");
-    if (root == nullptr || *root == '\0') {
+    Set_Root(root != nullptr ? root : "");
+    // The PC's own files are no instrument's.
+    if (Root().empty()) {
         std::fputs("kva720: KVA720_ROOT names no instrument root (kva720-run sets it)\n", stderr);
         std::exit(2);
     }
-    Set_Root(root);
     const char* fast = std::getenv("KVA720_FAST");
     if (fast != nullptr && std::strcmp(fast, "1") == 0)
         Set_Clock_Mode(Clock_Mode::fast);

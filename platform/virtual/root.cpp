@@ -14,7 +14,8 @@ std::string& Folder() {
 }  // namespace
 
 void Set_Root(std::string folder) {
-    folder = std::filesystem::absolute(folder).lexically_normal().string();
+    if (!folder.empty())
+        folder = std::filesystem::absolute(folder).lexically_normal().string();
     while (!folder.empty() && folder.back() == '/')
         folder.pop_back();
     Folder() = std::move(folder);
