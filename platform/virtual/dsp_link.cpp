@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <string>
+#include <string_view>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/uio.h>
@@ -15,6 +17,7 @@
 
 #include "platform/root.h"
 #include "platform/virtual/device_files.h"
+#include "platform/virtual/faults.h"
 #include "platform/virtual/wait.h"
 
 namespace platform {
@@ -28,6 +31,8 @@ constexpr DSP_STATUS status_success = dsp_success_first;
 constexpr DSP_STATUS status_invalid = dsp_success_last + 1;  ///< a wrong argument or order of calls
 constexpr DSP_STATUS status_gone = dsp_success_last + 2;     ///< no core, or the instrument stops
 constexpr DSP_STATUS status_memory = dsp_success_last + 3;
+
+constexpr DSP_STATUS status_fault = dsp_success_last + 4;  ///< the board's fault switch
 
 constexpr std::size_t buffer_alignment = 128;
 constexpr std::size_t channels = 2;
@@ -106,6 +111,11 @@ Channel* Find_Channel(unsigned processor, unsigned channel) {
     return known ? &dsp.channel[channel] : nullptr;
 }
 
+/// Faults of a channel's calls name the channel too: "CHNL_issue 0".
+bool Channel_Fault(std::string_view call, unsigned channel) {
+    return Fault(std::string(call) + ' ' + std::to_string(channel));
+}
+
 DSP_STATUS Move(Processor from, Processor to, unsigned processor) {
     if (processor != dsp_processor || dsp.processor != from)
         return status_invalid;
@@ -116,6 +126,7 @@ DSP_STATUS Move(Processor from, Processor to, unsigned processor) {
 }  // namespace
 
 DSP_STATUS PROC_setup() {
+    if (Fault("PROC_setup")) return status_fault;
     std::lock_guard lock(link_mutex);
     Disconnect();
     dsp.socket = device_files::Connect_Device(Rooted(device_files::dsp_link));
@@ -126,11 +137,13 @@ DSP_STATUS PROC_setup() {
 }
 
 DSP_STATUS PROC_attach(unsigned processor) {
+    if (Fault("PROC_attach")) return status_fault;
     std::lock_guard lock(link_mutex);
     return Move(Processor::set_up, Processor::attached, processor);
 }
 
 DSP_STATUS POOL_open(unsigned pool, std::uint32_t buffer_size) {
+    if (Fault("POOL_open")) return status_fault;
     std::lock_guard lock(link_mutex);
     if (pool != 0 || buffer_size == 0 || buffer_size > device_files::link_buffer_limit)
         return status_invalid;
@@ -140,6 +153,7 @@ DSP_STATUS POOL_open(unsigned pool, std::uint32_t buffer_size) {
 
 // The virtual core has its program already; the image is not read.
 DSP_STATUS PROC_load(unsigned processor, const char* image, const char* size_text, const char* iterations_text) {
+    if (Fault("PROC_load")) return status_fault;
     if (image == nullptr || size_text == nullptr || iterations_text == nullptr)
         return status_invalid;
     std::lock_guard lock(link_mutex);
@@ -147,6 +161,7 @@ DSP_STATUS PROC_load(unsigned processor, const char* image, const char* size_tex
 }
 
 DSP_STATUS CHNL_create(unsigned processor, unsigned channel, Channel_Mode mode) {
+    if (Channel_Fault("CHNL_create", channel)) return status_fault;
     std::lock_guard lock(link_mutex);
     const auto wanted_mode = channel == dsp_channel_out ? Channel_Mode::output : Channel_Mode::input;
     if (processor != dsp_processor || channel >= channels || mode != wanted_mode)
@@ -156,6 +171,7 @@ DSP_STATUS CHNL_create(unsigned processor, unsigned channel, Channel_Mode mode) 
 }
 
 DSP_STATUS CHNL_allocateBuffer(unsigned processor, unsigned channel, void** buffer, std::uint32_t size) {
+    if (Fault("CHNL_allocateBuffer")) return status_fault;
     std::lock_guard lock(link_mutex);
     const bool fits = size > 0 && size <= device_files::link_buffer_limit;
     if (buffer == nullptr || !fits || Find_Channel(processor, channel) == nullptr)
@@ -174,11 +190,13 @@ DSP_STATUS CHNL_allocateBuffer(unsigned processor, unsigned channel, void** buff
 }
 
 DSP_STATUS PROC_start(unsigned processor) {
+    if (Fault("PROC_start")) return status_fault;
     std::lock_guard lock(link_mutex);
     return Move(Processor::loaded, Processor::started, processor);
 }
 
 DSP_STATUS CHNL_issue(unsigned processor, unsigned channel, void* buffer, std::uint32_t size) {
+    if (Channel_Fault("CHNL_issue", channel)) return status_fault;
     std::lock_guard lock(link_mutex);
     Channel* issued = Find_Channel(processor, channel);
     const auto known = std::ranges::find(dsp.buffers, buffer, &Buffer::memory);
@@ -196,6 +214,7 @@ DSP_STATUS CHNL_issue(unsigned processor, unsigned channel, void* buffer, std::u
 }
 
 DSP_STATUS CHNL_reclaim(unsigned processor, unsigned channel, void** buffer) {
+    if (Channel_Fault("CHNL_reclaim", channel)) return status_fault;
     std::lock_guard lock(link_mutex);
     Channel* issued = Find_Channel(processor, channel);
     if (issued == nullptr || issued->issued == nullptr || buffer == nullptr)
@@ -209,6 +228,7 @@ DSP_STATUS CHNL_reclaim(unsigned processor, unsigned channel, void** buffer) {
 }
 
 DSP_STATUS CHNL_freeBuffer(unsigned processor, unsigned channel, void* buffer) {
+    if (Fault("CHNL_freeBuffer")) return status_fault;
     std::lock_guard lock(link_mutex);
     const auto known = std::ranges::find(dsp.buffers, buffer, &Buffer::memory);
     if (Find_Channel(processor, channel) == nullptr || known == dsp.buffers.end())
@@ -222,6 +242,7 @@ DSP_STATUS CHNL_freeBuffer(unsigned processor, unsigned channel, void* buffer) {
 }
 
 DSP_STATUS CHNL_delete(unsigned processor, unsigned channel) {
+    if (Channel_Fault("CHNL_delete", channel)) return status_fault;
     std::lock_guard lock(link_mutex);
     Channel* deleted = Find_Channel(processor, channel);
     if (deleted == nullptr)
@@ -231,11 +252,13 @@ DSP_STATUS CHNL_delete(unsigned processor, unsigned channel) {
 }
 
 DSP_STATUS PROC_stop(unsigned processor) {
+    if (Fault("PROC_stop")) return status_fault;
     std::lock_guard lock(link_mutex);
     return Move(Processor::started, Processor::loaded, processor);
 }
 
 DSP_STATUS POOL_close(unsigned pool) {
+    if (Fault("POOL_close")) return status_fault;
     std::lock_guard lock(link_mutex);
     if (pool != 0 || !dsp.pool_open)
         return status_invalid;
@@ -244,6 +267,7 @@ DSP_STATUS POOL_close(unsigned pool) {
 }
 
 DSP_STATUS PROC_detach(unsigned processor) {
+    if (Fault("PROC_detach")) return status_fault;
     std::lock_guard lock(link_mutex);
     if (processor != dsp_processor || dsp.processor == Processor::absent)
         return status_invalid;
@@ -252,6 +276,7 @@ DSP_STATUS PROC_detach(unsigned processor) {
 }
 
 DSP_STATUS PROC_destroy() {
+    if (Fault("PROC_destroy")) return status_fault;
     std::lock_guard lock(link_mutex);
     if (dsp.processor == Processor::absent)
         return status_invalid;
