@@ -14,6 +14,7 @@
 #include "records/function.h"
 #include "records/handover.h"
 #include "records/locks.h"
+#include "records/sys.h"
 #include "records_fixture.h"
 #include "virtual_board/board.h"
 #include "virtual_board/scene.h"
@@ -130,6 +131,37 @@ TEST_F(Instrument, RemoteControlShowsItsPageUntilPreset) {
     EXPECT_EQ(keylink, &PresetLink[0]);
     Press({key_preset});
     EXPECT_TRUE(Eventually([] { return keylink == &FreqLink[0] && Remote_Flag == 0; }));
+}
+
+TEST_F(Instrument, ARecoveryIsToldOnce) {
+    Power_Cut();
+    root.Write("/opt/KVA720/recoverydonever", "1\n");
+    root.Write("/tmp/recoverydonever", "1\n");
+    platform::Reset_Stop();
+    Power_On();
+    EXPECT_EQ(root.Read("/opt/KVA720/recoverydonever"), "0\n");
+    bool told = false;
+    for (int y = 570; y < 598; ++y) {
+        for (int x = 258; x < 640; ++x) told |= fbOsd0.memory[y * fbOsd0.line + x * 2] != std::byte{0};
+    }
+    EXPECT_TRUE(told) << "the notice stands in the message area";
+}
+
+TEST_F(Instrument, WordsOfAnotherVersionAreReportedAndTheInstrumentRuns) {
+    Power_Cut();
+    std::string words = root.Read("/mnt/nand/wordlist.txt");
+    const std::size_t minor = words.find("1", 4);
+    words[minor] = '3';
+    root.Write("/mnt/nand/wordlist.txt", words);
+    root.Write("/mnt/nand/record.out", "1.0 2.0");
+    platform::Reset_Stop();
+    testing::internal::CaptureStdout();
+    Power_On();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "File could not be opened. \n");
+    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 420);
+    EXPECT_EQ(Checkversion, 1);
+    Press({key_span});
+    EXPECT_TRUE(Eventually([] { return keylink == &SpanLink[0]; }));
 }
 
 TEST_F(Instrument, ADeadBoardEndsTheTransferAndTheInstrumentLivesOn) {
