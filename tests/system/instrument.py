@@ -5,6 +5,8 @@ import queue
 import re
 import shutil
 import signal
+import socket
+import struct
 import subprocess
 import tempfile
 import threading
@@ -52,8 +54,8 @@ class Instrument:
                 self.process.wait(20)
             except subprocess.TimeoutExpired:
                 pass
-        if self.processes_left():
-            os.killpg(self.process.pid, signal.SIGKILL)
+        for entry in self.processes_left():
+            os.kill(int(entry.split()[0]), signal.SIGKILL)
         self.process.wait()
         shutil.rmtree(self.folder, ignore_errors=True)
 
@@ -109,7 +111,7 @@ class Instrument:
             raise Failure(f"still running after {limit} s") from None
 
     def processes_left(self):
-        """Ids and names of the processes of the instrument's group."""
+        """Ids and names of the processes of the instrument's session; each program has a group of its own."""
         left = []
         for entry in pathlib.Path("/proc").iterdir():
             if not entry.name.isdigit():
@@ -119,7 +121,7 @@ class Instrument:
             except OSError:
                 continue
             fields = rest.split()
-            if int(fields[2]) == self.process.pid and fields[0] != "Z":
+            if int(fields[3]) == self.process.pid and fields[0] != "Z":
                 left.append(f"{entry.name} ({name})")
         return left
 
@@ -130,3 +132,100 @@ class Instrument:
             if path.is_socket() or path.is_fifo() or path.suffix == ".lock" or path.name == "lock":
                 found.append(str(path.relative_to(self.root)))
         return found
+
+    def pid_of(self, program):
+        """The id of a process of the instrument by its program's name."""
+        for entry in self.processes_left():
+            number, name = entry.split(" ", 1)
+            if name == f"({program})":
+                return int(number)
+        raise Failure(f"no {program} among {self.processes_left()}")
+
+
+def processor_seconds(pid):
+    fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+class Raw_Client:
+    """A connection to the web server on which anything can be said."""
+
+    def __init__(self, http, patience=15):
+        host, _, port = http.rpartition(":")
+        self.http = http
+        self.socket = socket.create_connection((host, int(port)), timeout=patience)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def say(self, data):
+        self.socket.sendall(data if isinstance(data, bytes) else data.encode())
+
+    def read(self, count):
+        data = b""
+        while len(data) < count:
+            piece = self.socket.recv(count - len(data))
+            if not piece:
+                raise EOFError
+            data += piece
+        return data
+
+    def answer(self):
+        """The status of an HTTP answer; 0 when the server hung up without one."""
+        head = b""
+        try:
+            while not head.endswith(b"\r\n\r\n"):
+                head += self.read(1)
+        except (EOFError, ConnectionError):
+            return 0
+        return int(head.split()[1])
+
+    def upgrade(self, **headers):
+        lines = {"Host": self.http, "Upgrade": "websocket", "Connection": "Upgrade", "Sec-WebSocket-Version": "13",
+                 "Sec-WebSocket-Key": "dGhlIHNhbXBsZSBub25jZQ==", **headers}
+        self.say("GET /live HTTP/1.1\r\n" + "".join(f"{name}: {value}\r\n" for name, value in lines.items()) + "\r\n")
+        return self.answer()
+
+    def message(self):
+        """Opcode and payload of the next frame."""
+        head = self.read(2)
+        size = head[1] & 0x7f
+        if size == 126:
+            size, = struct.unpack(">H", self.read(2))
+        elif size == 127:
+            size, = struct.unpack(">Q", self.read(8))
+        return head[0] & 0x0f, self.read(size)
+
+    def text(self, text):
+        """Sends a text of up to 125 bytes."""
+        data = text.encode()
+        self.say(bytes([0x81, 0x80 | len(data), 0, 0, 0, 0]) + data)
+
+    def close_status(self):
+        """Reads on to the server's closing frame; 0 when the connection ends without one."""
+        try:
+            while True:
+                opcode, payload = self.message()
+                if opcode == 8:
+                    return struct.unpack(">H", payload[:2])[0]
+        except (EOFError, ConnectionError):
+            return 0
+
+    def watch(self, seconds):
+        """Pictures seen and their sizes in bytes during the time."""
+        sizes, limit = [], time.monotonic() + seconds
+        patience = self.socket.gettimeout()
+        try:
+            while (left := limit - time.monotonic()) > 0:
+                self.socket.settimeout(left)
+                opcode, payload = self.message()
+                if opcode == 2:
+                    sizes.append(len(payload))
+        except TimeoutError:
+            pass
+        finally:
+            self.socket.settimeout(patience)
+        return sizes

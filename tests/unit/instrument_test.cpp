@@ -165,7 +165,7 @@ TEST_F(Instrument, WordsOfAnotherVersionAreReportedAndTheInstrumentRuns) {
 }
 
 TEST_F(Instrument, ADeadBoardEndsTheTransferAndTheInstrumentLivesOn) {
-    board.reset();
+    board->Stop();
     Press({key_frequency, soft(0), '9', '0', '0', soft(1)});
     EXPECT_TRUE(Eventually([] { return Freqs.center[0] == 900e6; }));
 }
