@@ -189,6 +189,11 @@ void NUM2init() {
     hardware_key(*page.parent, true, fbVid0);
 }
 
+int Pending_Steps() {
+    const int up = std::max(AllKeyVar.up, AllKeyVar.right), down = std::max(AllKeyVar.down, AllKeyVar.left);
+    return up > 0 ? up : -down;
+}
+
 void Numberkey(std::int32_t code) {
     if (code == key_minus) {
         Type_Minus();

@@ -33,6 +33,9 @@ void NUM2init();
 /// Applies one code of the number pad, the arrows or the knob.
 void Numberkey(std::int32_t code);
 
+/// The step that a value handler is asked for: positive for up and right, negative for down and left.
+int Pending_Steps();
+
 /// Turns the typed number times 10 to the exponent into whole hertz, at most 103.30005 GHz, and shows it with its unit.
 double FunitChang(int exponent);
 

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "keys/numeric_entry.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "records/amp.h"
 #include "records/freqs.h"
 #include "records/function.h"
-#include "records/keystate.h"
 #include "sweep/dependants.h"
 #include "sweep/transfer.h"
 
@@ -26,11 +26,6 @@ bool Emc_Mode() { return EMC_Data.mode != 0; }
 bool At_75_Ohm() { return Amp.impedance[Screen()] == 1; }
 /// What the display adds to levels at the input.
 int Shown_Offset() { return Amp.offset[Screen()] + (At_75_Ohm() ? Amp.correction_75[Screen()] : 0); }
-
-int Pending_Steps() {
-    const int up = std::max(AllKeyVar.up, AllKeyVar.right), down = std::max(AllKeyVar.down, AllKeyVar.left);
-    return up > 0 ? up : -down;
-}
 
 int Whole(double value, int low, int high) {
     return static_cast<int>(std::lround(std::clamp(value, static_cast<double>(low), static_cast<double>(high))));
@@ -79,7 +74,8 @@ void Cal_AttnRefl_rule() {
 }
 
 void Cal_Ref_Level(int source, double value) {
-    if (source != source_typed) value = Amp.displayed_reference[Screen()] + Pending_Steps() * (source == source_knob ? 1 : Step_Width());
+    const int width = source == source_knob ? 1 : Step_Width();
+    if (source != source_typed) value = Amp.displayed_reference[Screen()] + Pending_Steps() * width;
     if (std::isnan(value)) return;
     const int shown = Whole(value, lowest_reference + Shown_Offset(), highest_reference + Shown_Offset());
     Put_Reference(shown - Shown_Offset());

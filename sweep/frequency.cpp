@@ -7,6 +7,7 @@
 #include <span>
 
 #include "keys/messages.h"
+#include "keys/numeric_entry.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "platform/clock.h"
@@ -38,12 +39,6 @@ double& Start() { return Active(Freqs.start); }
 double& Stop() { return Active(Freqs.stop); }
 double& Span() { return Active(Freqs.span); }
 double& Step() { return Active(Freqs.step); }
-
-/// Pending step: positive for up and right, negative for down and left.
-int Pending_Steps() {
-    const int up = std::max(AllKeyVar.up, AllKeyVar.right), down = std::max(AllKeyVar.down, AllKeyVar.left);
-    return up > 0 ? up : -down;
-}
 
 int Table_Index(std::span<const double> table, double value) {
     const bool down = AllKeyVar.down > 0 || AllKeyVar.left > 0;
