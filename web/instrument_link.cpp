@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -75,8 +76,7 @@ bool Instrument_Link::Connect() {
     name.sun_family = AF_UNIX;
     std::snprintf(name.sun_path, sizeof name.sun_path, "/proc/self/fd/%d/talmiron.sock", folder);
     socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    const bool connected =
-        socket_ >= 0 && connect(socket_, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0;
+    const bool connected = socket_ >= 0 && connect(socket_, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0;
     close(folder);
     if (!connected) Disconnect();
     return connected;
@@ -113,16 +113,28 @@ Key_Answer Instrument_Link::Receive_Answer() {
     return Key_Answer::unreachable;
 }
 
-Key_Answer Instrument_Link::Press_Key(std::uint8_t code) {
+/// A command that is answered "ST" and then takes a detail.
+Key_Answer Instrument_Link::Exchange(const char* command, std::span<const std::uint8_t> detail) {
     const Turn turn(*this);
     if (!turn || !Connect()) return Key_Answer::unreachable;
     std::array<std::uint8_t, 3> start{};
-    if (!Send(Command("KY")) || !Receive(start, Steady::now() + answer_limit_) ||
-        std::memcmp(start.data(), "ST", 3) != 0 || !Send({&code, 1})) {
+    if (!Send(Command(command)) || !Receive(start, Steady::now() + answer_limit_) ||
+        std::memcmp(start.data(), "ST", 3) != 0 || !Send(detail)) {
         Disconnect();
         return Key_Answer::unreachable;
     }
     return Receive_Answer();
+}
+
+Key_Answer Instrument_Link::Press_Key(std::uint8_t code) { return Exchange("KY", {&code, 1}); }
+
+Key_Answer Instrument_Link::Set(std::string_view name, double value) {
+    if (!(std::abs(value) < 1e15)) return Key_Answer::refused;
+    std::array<char, 64> line{};
+    const int size =
+        std::snprintf(line.data(), line.size(), "%.*s %.3f\n", static_cast<int>(name.size()), name.data(), value);
+    if (size <= 0 || static_cast<std::size_t>(size) >= line.size()) return Key_Answer::refused;
+    return Exchange("SE", {reinterpret_cast<const std::uint8_t*>(line.data()), static_cast<std::size_t>(size)});
 }
 
 Key_Answer Instrument_Link::Press_Power() {

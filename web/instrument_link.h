@@ -6,13 +6,14 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
 /// The instrument's local web socket, seen from the web server. Commands are two letters; the connection stays open.
 namespace web {
 
 enum class Key_Answer {
     taken,
-    refused,      ///< the key queue is full or the instrument is starting
+    refused,      ///< the key queue is full, the value is none, or the instrument is starting or under remote control
     unreachable,  ///< nobody answers
 };
 
@@ -28,6 +29,9 @@ public:
     /// is lost is not sent a second time.
     Key_Answer Press_Key(std::uint8_t code);
     Key_Answer Press_Power();
+
+    /// Sets a setting by its name; value in Hz or dBm, taken to three decimals.
+    Key_Answer Set(std::string_view name, double value);
 
     /// The instrument's description of itself, JSON; empty when it is there but does not answer in time, nothing when
     /// it cannot be reached.
@@ -45,6 +49,7 @@ private:
     void Disconnect();
     bool Send(std::span<const std::uint8_t> bytes);
     bool Receive(std::span<std::uint8_t> bytes, Deadline deadline);
+    Key_Answer Exchange(const char* command, std::span<const std::uint8_t> detail);
     Key_Answer Receive_Answer();
     std::optional<std::string> Ask_Text(const char* command, std::size_t most_bytes);
 

@@ -1,8 +1,7 @@
 #include "web/live.h"
 
 #include "web/delta.h"
-
-#include <nlohmann/json.hpp>
+#include "web/state.h"
 
 #include <algorithm>
 #include <array>
@@ -15,26 +14,13 @@ namespace {
 using namespace std::chrono_literals;
 using Steady = std::chrono::steady_clock;
 
-constexpr auto picture_interval = 36ms;
-constexpr auto state_interval = 1s;
+constexpr auto picture_interval = 25ms;
+constexpr auto state_interval = 500ms;
 constexpr auto goodbye_limit = 500ms;
 constexpr std::size_t most_texts = 16;
 constexpr std::array<std::uint8_t, 2> going_away{1001 >> 8, 1001 & 0xff};  // status of the closing frame
 
 }  // namespace
-
-std::string State_Message(const std::optional<std::string>& instrument_info) {
-    nlohmann::json state{{"instrument", "off"}};
-    if (!instrument_info) return state.dump();
-    const auto info = nlohmann::json::parse(*instrument_info, nullptr, false);
-    state["instrument"] = "on";
-    if (!info.is_object()) return state.dump();
-    if (const auto it = info.find("starting"); it != info.end() && it->is_boolean() && it->get<bool>())
-        state["instrument"] = "starting";
-    if (const auto it = info.find("model"); it != info.end() && it->is_string()) state["model"] = *it;
-    if (const auto it = info.find("remote"); it != info.end() && it->is_boolean()) state["remote"] = *it;
-    return state.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
-}
 
 Live::Live(Frame_Source& source, Instrument_Link& link) : source_(source), link_(link) {
     screen_thread_ = std::thread([this] { Watch_Screen(); });
@@ -56,9 +42,15 @@ bool Live::Has_Room() const {
     return !closing_ && viewers_ < most_viewers;
 }
 
-std::unique_ptr<Viewer> Live::Join(Send send) {
-    return std::unique_ptr<Viewer>(new Viewer(*this, std::move(send)));
+void Live::Ask_State() {
+    {
+        const std::lock_guard lock(mutex_);
+        state_asked_ = true;
+    }
+    changed_.notify_all();
 }
+
+std::unique_ptr<Viewer> Live::Join(Send send) { return std::unique_ptr<Viewer>(new Viewer(*this, std::move(send))); }
 
 void Live::Close() {
     std::unique_lock lock(mutex_);
@@ -103,6 +95,7 @@ void Live::Watch_State() {
     std::unique_lock lock(mutex_);
     while (!stopping_) {
         changed_.wait(lock, [this] { return stopping_ || viewers_ > 0; });
+        state_asked_ = false;
         lock.unlock();
         auto state = State_Message(link_.Info());
         lock.lock();
@@ -111,7 +104,7 @@ void Live::Watch_State() {
             ++state_number_;
             changed_.notify_all();
         }
-        changed_.wait_for(lock, state_interval, [this] { return stopping_; });
+        changed_.wait_for(lock, state_interval, [this] { return stopping_ || state_asked_; });
     }
 }
 
@@ -174,8 +167,8 @@ void Viewer::Serve() {
 
         for (const auto& text : texts) well = well && Send_Text(text);
         if (next && well) {
-            const auto message = encoder.Encode(shown ? std::span<const std::uint8_t>(shown->screen) :
-                                                        std::span<const std::uint8_t>(), next->screen);
+            const auto message = encoder.Encode(
+                shown ? std::span<const std::uint8_t>(shown->screen) : std::span<const std::uint8_t>(), next->screen);
             if (!message.empty()) well = send_(Live::Kind::binary, message);
         }
 

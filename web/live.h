@@ -18,10 +18,6 @@
 /// pictures and holds up nobody.
 namespace web {
 
-/// The state message: {"instrument":"on"|"starting"|"off", "model":..., "remote":...}; instrument_info is the
-/// instrument's own description, empty when it is too busy to answer, or nothing when it cannot be reached.
-std::string State_Message(const std::optional<std::string>& instrument_info);
-
 class Viewer;
 
 class Live {
@@ -39,6 +35,8 @@ public:
     Live& operator=(const Live&) = delete;
 
     bool Has_Room() const;
+    /// Has the state looked at now instead of at its next turn.
+    void Ask_State();
     /// Takes a viewer in. The screen follows at once; send is called from the viewer's thread only.
     std::unique_ptr<Viewer> Join(Send send);
     /// Tells every viewer that the instrument goes and waits a moment for those who are slow to hear it; nothing is
@@ -66,6 +64,7 @@ private:
     std::uint64_t picture_number_ = 0;
     std::string state_;
     std::uint64_t state_number_ = 0;
+    bool state_asked_ = false;
     std::size_t viewers_ = 0;
     std::size_t served_ = 0;  // viewers whose thread still sends
     bool closing_ = false;

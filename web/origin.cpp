@@ -25,6 +25,7 @@ std::optional<Authority> Parse_Authority(std::string_view text) {
         const auto digits = text.substr(colon + 1);
         const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), result.port);
         if (error != std::errc{} || end != digits.data() + digits.size()) return std::nullopt;
+        if (digits.front() == '0') return std::nullopt;
     }
     if (result.name.empty()) return std::nullopt;
     return result;

@@ -7,9 +7,9 @@
 namespace web {
 namespace {
 
-constexpr std::uint32_t most_pixels = 4096;         // a side of a layer
-constexpr std::uint32_t most_line_length = 65536;   // bytes
-constexpr int dimmest = 35;                         // percent of full light at the lowest back-light that is not dark
+constexpr std::uint32_t most_pixels = 4096;        // a side of a layer
+constexpr std::uint32_t most_line_length = 65536;  // bytes
+constexpr int dimmest = 35;                        // percent of full light at the lowest back-light that is not dark
 
 void Put_16(const std::byte* source, std::uint8_t* target, std::int64_t pixels, bool zero_transparent) {
     for (std::int64_t i = 0; i < pixels; ++i, target += 3) {
@@ -43,8 +43,10 @@ void Put_Layer(const Layer& layer, std::span<std::uint8_t> screen) {
     for (auto row = top; row < bottom; ++row) {
         const auto* source = layer.memory.data() + (row - y) * state.line_length + (left - x) * pixel_bytes;
         auto* target = screen.data() + 3 * (row * screen_width + left);
-        if (pixel_bytes == 2) Put_16(source, target, right - left, layer.zero_transparent);
-        else Put_24(source, target, right - left, layer.zero_transparent);
+        if (pixel_bytes == 2)
+            Put_16(source, target, right - left, layer.zero_transparent);
+        else
+            Put_24(source, target, right - left, layer.zero_transparent);
     }
 }
 

@@ -1,22 +1,23 @@
 #include "web/server.h"
 
-#include "web/key_codes.h"
 #include "web/live.h"
+#include "web/order.h"
 #include "web/origin.h"
 #include "web/page_files.h"
 #include "web/png_image.h"
 #include "web/screen.h"
+#include "web/state.h"
+#include "web/web_socket.h"
 
 #include <arpa/inet.h>
 #include <civetweb.h>
-#include <nlohmann/json.hpp>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <nlohmann/json.hpp>
 
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -38,7 +39,7 @@ namespace {
 using Parts = Server_Parts;
 
 constexpr long long most_body_bytes = 64 * 1024;
-constexpr std::size_t most_message_bytes = 1024;
+constexpr auto body_time = std::chrono::seconds(5);
 
 constexpr int no_content = 204;
 
@@ -67,10 +68,9 @@ int Send_Reply(mg_connection* connection, const Reply& reply) {
         mg_printf(connection, "\r\n");
         return reply.status;
     }
-    mg_printf(connection, "Content-Type: %.*s\r\nContent-Length: %zu\r\n\r\n",
-              static_cast<int>(reply.type.size()), reply.type.data(), reply.body.size());
-    if (std::strcmp(request->request_method, "HEAD") != 0)
-        mg_write(connection, reply.body.data(), reply.body.size());
+    mg_printf(connection, "Content-Type: %.*s\r\nContent-Length: %zu\r\n\r\n", static_cast<int>(reply.type.size()),
+              reply.type.data(), reply.body.size());
+    if (std::strcmp(request->request_method, "HEAD") != 0) mg_write(connection, reply.body.data(), reply.body.size());
     return reply.status;
 }
 
@@ -83,22 +83,23 @@ std::optional<std::string_view> Header(const mg_connection* connection, const ch
     return value ? std::optional<std::string_view>(value) : std::nullopt;
 }
 
-std::optional<long long> Whole_Number(std::string_view text) {
-    long long value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
-    return value;
+std::string Line(std::string_view text) { return std::string(text) + '\n'; }
+
+const char* Refusal(Key_Answer answer, Order::Act act) {
+    if (answer == Key_Answer::unreachable) return "the instrument does not answer";
+    return act == Order::Act::set ? "the instrument does not take this value now" : "the instrument takes no keys now";
 }
 
-const char* const no_such_key = "no such key\n";
-
-const char* Refusal(Key_Answer answer) {
-    return answer == Key_Answer::refused ? "the instrument takes no keys now\n" : "the instrument does not answer\n";
-}
-
-int Send_Key_Answer(mg_connection* connection, Key_Answer answer) {
-    if (answer == Key_Answer::taken) return Send_Reply(connection, {.status = no_content, .body = {}});
-    return Send_Status(connection, 503, Refusal(answer));
+Key_Answer Execute(Parts& parts, const Order& order) {
+    switch (order.act) {
+        case Order::Act::key: return parts.link.Press_Key(order.key);
+        case Order::Act::power: return parts.link.Press_Power();
+        case Order::Act::set: break;
+        case Order::Act::none: return Key_Answer::refused;
+    }
+    const auto answer = parts.link.Set(order.setting->name, order.value);
+    parts.live.Ask_State();
+    return answer;
 }
 
 int Get_Screen(Parts& parts, mg_connection* connection) {
@@ -106,8 +107,8 @@ int Get_Screen(Parts& parts, mg_connection* connection) {
     parts.source.Capture(screen);
     const auto file = Encode_Png(screen);
     if (file.empty()) return Send_Status(connection, 500, "no picture\n");
-    return Send_Reply(connection, {.type = "image/png",
-                                   .body = {reinterpret_cast<const char*>(file.data()), file.size()}});
+    return Send_Reply(connection,
+                      {.type = "image/png", .body = {reinterpret_cast<const char*>(file.data()), file.size()}});
 }
 
 int Get(Parts& parts, mg_connection* connection, std::string_view path) {
@@ -116,7 +117,7 @@ int Get(Parts& parts, mg_connection* connection, std::string_view path) {
     if (path == "/screen.png") return Get_Screen(parts, connection);
     if (path == "/trace.csv") {
         const auto trace = parts.link.Trace();
-        if (!trace || trace->empty()) return Send_Status(connection, 503, Refusal(Key_Answer::unreachable));
+        if (!trace || trace->empty()) return Send_Status(connection, 503, "the instrument does not answer\n");
         return Send_Reply(connection, {.type = "text/csv; charset=utf-8", .body = *trace});
     }
     if (path == "/state.json") {
@@ -128,29 +129,32 @@ int Get(Parts& parts, mg_connection* connection, std::string_view path) {
     return Send_Status(connection, 404, "no such page\n");
 }
 
-int Post(Parts& parts, mg_connection* connection, std::string_view path) {
-    constexpr std::string_view key = "/key/";
-    if (path.starts_with(key)) {
-        const auto code = Whole_Number(path.substr(key.size()));
-        if (!code || !Is_Key_Code(*code)) return Send_Status(connection, 400, no_such_key);
-        return Send_Key_Answer(connection, parts.link.Press_Key(static_cast<std::uint8_t>(*code)));
-    }
-    if (path == "/power") return Send_Key_Answer(connection, parts.link.Press_Power());
+int Post(Parts& parts, mg_connection* connection, std::string_view path, std::string_view body) {
     if (path == "/scpi") return Send_Status(connection, 501, "remote control is off\n");
-    return Send_Status(connection, 404, "no such page\n");
+    const auto order = Parse_Post(path, body);
+    if (order.act == Order::Act::none) return Send_Status(connection, order.status, Line(order.fault));
+    const auto answer = Execute(parts, order);
+    if (answer == Key_Answer::taken) return Send_Reply(connection, {.status = no_content, .body = {}});
+    return Send_Status(connection, 503, Line(Refusal(answer, order.act)));
 }
 
 /// Takes the body off the wire, so that closing does not cut the answer off. Returns 0, or the status that refuses it.
-int Take_Body(mg_connection* connection, const mg_request_info& request) {
+/// Byte by byte, since the library waits for all that is asked for and its patience starts anew with each piece.
+int Take_Body(mg_connection* connection, const mg_request_info& request, std::string& body) {
     if (mg_get_header(connection, "Transfer-Encoding")) return 411;
     if (request.content_length > most_body_bytes) return 413;
-    std::array<char, 4096> scrap;
-    for (auto left = request.content_length; left > 0;) {
-        const int count = mg_read(connection, scrap.data(), scrap.size());
-        if (count <= 0) break;
-        left -= count;
+    const auto limit = std::chrono::steady_clock::now() + body_time;
+    for (auto left = request.content_length; left > 0; --left) {
+        char byte;
+        if (mg_read(connection, &byte, 1) != 1 || std::chrono::steady_clock::now() > limit) return 408;
+        body += byte;
     }
     return 0;
+}
+
+const char* Body_Fault(int status) {
+    if (status == 408) return "the body does not come\n";
+    return status == 411 ? "a body needs its length\n" : "the body is too long\n";
 }
 
 bool Allowed(const Parts& parts, const mg_connection* connection, int port) {
@@ -166,75 +170,52 @@ int On_Request(mg_connection* connection) {
     if (!Allowed(parts, connection, request.server_port)) return Send_Status(connection, 403, "not from here\n");
     const std::string_view method = request.request_method;
     const std::string_view path = request.local_uri_raw ? request.local_uri_raw : "";
-    if (const int refused = Take_Body(connection, request))
-        return Send_Status(connection, refused, "a body of this size is not taken\n");
+    std::string body;
+    if (const int refused = Take_Body(connection, request, body))
+        return Send_Status(connection, refused, Body_Fault(refused));
     if (path == "/live") {
         if (method == "GET" && mg_get_header(connection, "Upgrade")) return 0;
         return Send_Reply(connection, {.status = 426, .body = "a web socket\n", .extra = "Upgrade: websocket\r\n"});
     }
     if (method == "GET" || method == "HEAD") return Get(parts, connection, path);
-    if (method == "POST") return Post(parts, connection, path);
+    if (method == "POST") return Post(parts, connection, path, body);
     return Send_Reply(connection, {.status = 405, .body = "GET or POST\n", .extra = "Allow: GET, HEAD, POST\r\n"});
 }
 
-// The web socket. Its handlers run in the connection's own thread, one after the other.
+// The web socket. Its handlers run in the connection's own thread.
 
 int On_Connect(const mg_connection*, void* data) { return static_cast<Parts*>(data)->live.Has_Room() ? 0 : 1; }
 
-constexpr int Opcode(Live::Kind kind) {
-    switch (kind) {
-    case Live::Kind::text: return MG_WEBSOCKET_OPCODE_TEXT;
-    case Live::Kind::binary: return MG_WEBSOCKET_OPCODE_BINARY;
-    case Live::Kind::close: break;
-    }
-    return MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE;
+std::string Error_Message(const Order& order, const char* text) {
+    nlohmann::json message{{"error", text}};
+    if (order.setting) message["set"] = order.setting->name;
+    return message.dump();
 }
 
-void On_Ready(mg_connection* connection, void* data) {
-    auto viewer = static_cast<Parts*>(data)->live.Join([connection](Live::Kind kind, auto message) {
-        return mg_websocket_write(connection, Opcode(kind), reinterpret_cast<const char*>(message.data()),
-                                  message.size()) > 0;
-    });
-    mg_set_user_connection_data(connection, viewer.release());
-}
-
-void On_Close(const mg_connection* connection, void*) {
-    delete static_cast<Viewer*>(mg_get_user_connection_data(connection));
-    mg_set_user_connection_data(connection, nullptr);
-}
-
-std::string Error_Message(std::string_view text) {
-    while (text.ends_with('\n')) text.remove_suffix(1);
-    return nlohmann::json{{"error", text}}.dump();
+/// Where a setting stands after it was set; the instrument may have limited it.
+std::string Set_Message(Parts& parts, const Setting& setting) {
+    nlohmann::json message{{"set", setting.name}};
+    const auto state = nlohmann::json::parse(State_Message(parts.link.Info()));
+    if (const auto value = state.find(setting.name); value != state.end()) message["value"] = *value;
+    return message.dump();
 }
 
 /// The answer to a page's message; empty when there is nothing to say.
 std::string Execute_Message(Parts& parts, std::string_view message) {
-    const auto request = nlohmann::json::parse(message, nullptr, false);
-    if (!request.is_object()) return Error_Message("no such message");
-    auto answer = Key_Answer::taken;
-    if (const auto key = request.find("key"); key != request.end()) {
-        if (!key->is_number_integer() || !Is_Key_Code(key->get<long long>())) return Error_Message(no_such_key);
-        answer = parts.link.Press_Key(key->get<std::uint8_t>());
-    } else if (const auto power = request.find("power"); power != request.end() && *power == true) {
-        answer = parts.link.Press_Power();
-    } else {
-        return Error_Message("no such message");
-    }
-    return answer == Key_Answer::taken ? "" : Error_Message(Refusal(answer));
+    const auto order = Parse_Message(message);
+    if (order.act == Order::Act::none) return Error_Message(order, order.fault);
+    const auto answer = Execute(parts, order);
+    if (answer != Key_Answer::taken) return Error_Message(order, Refusal(answer, order.act));
+    return order.act == Order::Act::set ? Set_Message(parts, *order.setting) : "";
 }
 
-int On_Message(mg_connection* connection, int bits, char* message, std::size_t size, void* data) {
+void On_Ready(mg_connection* connection, void* data) {
     auto& parts = *static_cast<Parts*>(data);
-    auto* viewer = static_cast<Viewer*>(mg_get_user_connection_data(connection));
-    const int opcode = bits & 0x0f;
-    const bool whole = (bits & 0x80) != 0;
-    if (opcode == MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE) return 0;
-    if (opcode == MG_WEBSOCKET_OPCODE_PING || opcode == MG_WEBSOCKET_OPCODE_PONG) return 1;
-    if (!viewer || opcode != MG_WEBSOCKET_OPCODE_TEXT || !whole || size > most_message_bytes) return 0;
-    if (auto answer = Execute_Message(parts, {message, size}); !answer.empty()) viewer->Tell(std::move(answer));
-    return 1;
+    Serve_Viewer(connection, parts.live, [&](std::string_view text) { return Execute_Message(parts, text); });
 }
+
+/// All messages are served before; what comes after them ends the connection.
+int On_Message(mg_connection*, int, char*, std::size_t, void*) { return 0; }
 
 /// Why an address cannot be listened on; the library does not tell.
 std::string Listen_Failure(in_addr address, int port) {
@@ -291,16 +272,24 @@ std::unique_ptr<Server> Server::Start(const Server_Options& options, std::string
 
     const auto port = options.listen + ":" + std::to_string(options.port);
     const char* settings[] = {
-        "listening_ports", port.c_str(),
-        "num_threads", "40",
-        "request_timeout_ms", "10000",
-        "websocket_timeout_ms", "10000",
-        "enable_websocket_ping_pong", "yes",
-        "tcp_nodelay", "1",
-        "enable_auth_domain_check", "no",
-        "access_control_allow_origin", "",
-        "access_control_allow_methods", "",
-        "access_control_allow_headers", "",
+        "listening_ports",
+        port.c_str(),
+        "num_threads",
+        "40",
+        "request_timeout_ms",
+        "5000",
+        "websocket_timeout_ms",
+        "10000",
+        "tcp_nodelay",
+        "1",
+        "enable_auth_domain_check",
+        "no",
+        "access_control_allow_origin",
+        "",
+        "access_control_allow_methods",
+        "",
+        "access_control_allow_headers",
+        "",
         nullptr,
     };
     mg_callbacks callbacks{};
@@ -316,7 +305,7 @@ std::unique_ptr<Server> Server::Start(const Server_Options& options, std::string
         return nullptr;
     }
     parts->port = listening.port;
-    mg_set_websocket_handler(parts->context, "/live", On_Connect, On_Ready, On_Message, On_Close, parts.get());
+    mg_set_websocket_handler(parts->context, "/live", On_Connect, On_Ready, On_Message, nullptr, parts.get());
     return std::unique_ptr<Server>(new Server(std::move(parts)));
 }
 

@@ -8,6 +8,7 @@ import base64
 import contextlib
 import os
 import re
+import socket
 import struct
 import subprocess
 import sys
@@ -18,8 +19,9 @@ from selenium import webdriver
 from selenium.webdriver.chrome.options import Options
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
 
-from instrument import Failure, Instrument
+from instrument import Failure, Instrument, Raw_Client
 
 # Where the screen shows the values: left, top, right, bottom.
 CENTER_BAND = (10, 511, 260, 530)
@@ -94,6 +96,25 @@ class Panel:
         answer = subprocess.run(["tesseract", "stdin", "stdout", "--psm", "7"], input=self.grab(band, 4, True),
                                 capture_output=True, check=True)
         return answer.stdout.decode().strip()
+
+    def field(self, name):
+        return self.driver.find_element(By.ID, f"set-{name}")
+
+    def enter(self, name, text):
+        """Types into a field and presses Enter, without waiting for what becomes of it."""
+        field = self.field(name)
+        field.click()
+        field.send_keys(text, Keys.ENTER)
+
+    def value(self, name):
+        return self.field(name).get_attribute("value")
+
+    def refused(self, name):
+        return self.field(name).get_attribute("aria-invalid") == "true"
+
+    def notice(self):
+        element = self.driver.find_element(By.ID, "notice")
+        return element.text if element.is_displayed() else ""
 
     def banner(self):
         element = self.driver.find_element(By.ID, "banner")
@@ -182,6 +203,129 @@ def check_span(instrument, panel):
     expect_frequencies(instrument, 432.92e6, 434.92e6)
 
 
+def expect_value(panel, name, text):
+    await_that(lambda: f"the field {name} shows {panel.value(name)!r} and not {text!r}", lambda: panel.value(name) == text)
+
+
+def check_fields(instrument, panel):
+    """Typed values, and what a key press does to a field; nothing typed in a field is a key."""
+    expect_value(panel, "center", "433.92 MHz")
+    panel.enter("center", "0.9 GHz")
+    expect_value(panel, "center", "900 MHz")
+    expect_shown(panel, CENTER_BAND, "Center", 900)
+    panel.enter("span", "500k")
+    expect_value(panel, "span", "500 kHz")
+    expect_frequencies(instrument, 899.75e6, 900.25e6)
+    panel.enter("reference", "-20")
+    expect_value(panel, "reference", "-20 dBm")
+
+    panel.enter("center", "fast 7")
+    await_that("a frequency that is none is not marked", lambda: panel.refused("center"))
+    expect(panel.notice() == "Not a frequency", f"the page says {panel.notice()!r}")
+    expect(panel.value("center") == "fast 7", "the refused text is gone")
+    panel.field("center").send_keys(Keys.F1, Keys.ESCAPE)
+    expect(panel.value("center") == "900 MHz" and not panel.refused("center"), "Escape did not bring the value back")
+
+    panel.press("Frequency")
+    expect(instrument.request("/set/center", "POST", body=b"433.92")[0] == 204, "a script cannot set the center")
+    expect_value(panel, "center", "433.92 MHz")
+    for path, value, wanted in (("center", b"433.92 V", 400), ("colour", b"1", 400), ("span", b"2M", 204)):
+        status, _ = instrument.request(f"/set/{path}", "POST", body=value)
+        expect(status == wanted, f"{value} for {path} is answered {status}")
+    expect_value(panel, "span", "2 MHz")
+    panel.driver.refresh()
+    expect_value(panel, "center", "433.92 MHz")
+
+
+FRAME_RATE = 30  # pictures a second at least while the screen moves
+
+
+def check_viewers(instrument):
+    """Several viewers get moving pictures although one of them does not read."""
+    with contextlib.ExitStack() as stack:
+        stuck, *viewers = [stack.enter_context(Raw_Client(instrument.http)) for _ in range(4)]
+        stuck.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
+        for viewer in (stuck, *viewers):
+            expect(viewer.upgrade() == 101, "no web socket")
+        seconds = 3
+        viewers[0].watch(seconds)  # by now the buffers of the one that does not read are full
+        sizes = viewers[0].watch(seconds)
+        rate = len(sizes) / seconds
+        print(f"  {rate:.1f} pictures a second, {sum(sizes) / max(1, len(sizes)):.0f} bytes each", flush=True)
+        expect(rate >= FRAME_RATE, f"{rate:.1f} pictures a second")
+        for viewer in viewers[1:]:
+            expect(viewer.watch(0.5), "another viewer sees nothing")
+
+
+def check_hostile(instrument, panel):
+    """Requests and frames that no page sends are refused, and nobody else notices."""
+    def status(text, patience=15):
+        with Raw_Client(instrument.http, patience) as client:
+            client.say(text)
+            return client.answer()
+
+    host = f"Host: {instrument.http}\r\n"
+    for line, wanted in (("GET / HTTP/1.1\r\nHost: evil.example\r\n\r\n", 403),
+                         (f"POST /set/center HTTP/1.1\r\n{host}Origin: http://evil.example\r\nContent-Length: 1\r\n\r\n1",
+                          403),
+                         (f"GET /../../etc/passwd HTTP/1.1\r\n{host}\r\n", 404),
+                         (f"GET /%2e%2e/%2e%2e/etc/passwd HTTP/1.1\r\n{host}\r\n", 404),
+                         (f"POST /set/center HTTP/1.1\r\n{host}Content-Length: 99999999999\r\n\r\n", 413),
+                         (f"POST /set/center HTTP/1.1\r\n{host}Transfer-Encoding: chunked\r\n\r\n", 411),
+                         (f"DELETE / HTTP/1.1\r\n{host}\r\n", 405)):
+        got = status(line)
+        expect(got == wanted, f"{line!r} is answered {got}")
+    for garbage in (b"\0" * 100, b"GET\r\n\r\n", b"GET / HTTP/9\r\n\r\n", b"\xff\xfe / HTTP/1.1\r\n\r\n",
+                    f"GET / HTTP/1.1\r\n{host}X: {'x' * 100000}\r\n\r\n"):
+        try:
+            got = status(garbage)
+        except (ConnectionError, TimeoutError) as refusal:
+            expect(not isinstance(refusal, TimeoutError), f"{garbage[:20]!r} is neither answered nor refused")
+            got = 0
+        expect(got == 0 or got >= 400, f"{garbage[:20]!r} is answered {got}")
+
+    with contextlib.ExitStack() as stack:
+        def client():
+            return stack.enter_context(Raw_Client(instrument.http))
+
+        slow = [client() for _ in range(8)]
+        for one in slow:
+            one.say(f"POST /set/center HTTP/1.1\r\n{host}Content-Length: 9\r\n\r\n1")
+        drip, begin = client(), time.monotonic()
+        drip.say(f"GET / HTTP/1.1\r\n{host}X: ")
+        for frame, wanted in ((b"\x81\x01x", 1002), (b"\x01\x80\0\0\0\0", 1002), (b"\x82\x80\0\0\0\0", 1003),
+                              (b"\x81\xff\x7f\xff\xff\xff\xff\xff\xff\xff", 1009), (b"\xf1\x80\0\0\0\0", 1002)):
+            bad = client()
+            expect(bad.upgrade() == 101, "no web socket")
+            bad.say(frame)
+            got = bad.close_status()
+            expect(got == wanted, f"the frame {frame} is answered with status {got}")
+        expect(client().upgrade(Origin="http://evil.example") == 403, "a web socket for another origin")
+        for one in slow:
+            got = one.answer()
+            expect(got == 408, f"a body that does not come is answered {got}")
+        try:
+            while time.monotonic() < begin + PATIENCE:
+                drip.say("x")
+                time.sleep(0.2)
+            raise Failure("headers that never end are waited for")
+        except ConnectionError:
+            pass
+    expect(panel.banner() == "", f"the page says {panel.banner()!r}")
+    check_trace_moves(panel)
+
+
+def check_lost_connection(instrument, panel):
+    """The page says so and comes back by itself."""
+    panel.driver.execute_script("WebSocket.prototype.send = function () { this.close(); }")
+    panel.press("Frequency")
+    await_that("the page does not say that the connection is lost", lambda: "lost" in panel.banner())
+    await_that(lambda: f"the page still says {panel.banner()!r}", lambda: panel.banner() == "")
+    expect_value(panel, "center", "433.92 MHz")
+    panel.driver.refresh()
+    await_that("the screen stays blank", lambda: panel.colours() > 8)
+
+
 def check_trace_moves(panel):
     before = panel.grab(GRATICULE)
     await_that("the trace stands still", lambda: panel.grab(GRATICULE) != before)
@@ -224,6 +368,10 @@ def run(instrument, panel):
         ("centre frequency by keys", lambda: check_center(instrument, panel)),
         ("span by keys", lambda: check_span(instrument, panel)),
         ("moving trace", lambda: check_trace_moves(panel)),
+        ("fields", lambda: check_fields(instrument, panel)),
+        ("several viewers", lambda: check_viewers(instrument)),
+        ("hostile requests", lambda: check_hostile(instrument, panel)),
+        ("lost connection", lambda: check_lost_connection(instrument, panel)),
         ("screen image", lambda: check_screen_image(instrument)),
         ("other origins", lambda: check_strangers(instrument, panel)),
         ("power key", lambda: check_power(instrument, panel)),

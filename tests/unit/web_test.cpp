@@ -23,13 +23,17 @@
 #include "temp_root.h"
 #include "virtual_board/devices.h"
 #include "web/delta.h"
+#include "web/frame_reader.h"
 #include "web/frame_source.h"
 #include "web/instrument_link.h"
 #include "web/live.h"
+#include "web/order.h"
 #include "web/origin.h"
 #include "web/png_image.h"
 #include "web/screen.h"
 #include "web/server.h"
+#include "web/setting.h"
+#include "web/state.h"
 
 namespace {
 
@@ -45,7 +49,10 @@ struct Plane {
     std::vector<std::byte> memory;
 
     Plane(std::uint32_t width, std::uint32_t height, std::uint32_t bits, std::uint32_t slack = 0) {
-        state = {.width = width, .height = height, .bits_per_pixel = bits, .line_length = width * bits / 8 + slack,
+        state = {.width = width,
+                 .height = height,
+                 .bits_per_pixel = bits,
+                 .line_length = width * bits / 8 + slack,
                  .enabled = 1};
         memory.resize(std::size_t{state.line_length} * height);
     }
@@ -164,7 +171,8 @@ std::set<int> Apply(std::span<const std::uint8_t> message, Pixels& shown) {
     Pixels body(count * (2 + web::tile_bytes));
     uLongf size = body.size();
     EXPECT_EQ(uncompress(body.data(), &size, message.data() + web::delta_header_bytes,
-                         message.size() - web::delta_header_bytes), Z_OK);
+                         message.size() - web::delta_header_bytes),
+              Z_OK);
     EXPECT_EQ(size, body.size());
     std::set<int> tiles;
     const auto* pixel = body.data() + 2 * count;
@@ -215,27 +223,156 @@ TEST(Web_Origin, TakesItsOwnPageAndProgramsOnly) {
     EXPECT_TRUE(web::Origin_Allowed(local, std::nullopt, std::nullopt));
     EXPECT_TRUE(origin("http://127.0.0.1:8080"));
     EXPECT_TRUE(origin("http://localhost:8080"));
-    for (const char* text : {"null", "", "http://", "http://127.0.0.1", "http://127.0.0.1:8081",
-                             "https://127.0.0.1:8080", "http://evil.example:8080", "http://evil.example",
-                             "http://127.0.0.1:8080.evil.example"})
+    for (const char* text :
+         {"null", "", "http://", "http://127.0.0.1", "http://127.0.0.1:8081", "https://127.0.0.1:8080",
+          "http://evil.example:8080", "http://evil.example", "http://127.0.0.1:8080.evil.example"})
         EXPECT_FALSE(origin(text)) << text;
     EXPECT_TRUE(web::Origin_Allowed(everywhere, "http://bench7.lab.example", "bench7.lab.example"));
     EXPECT_FALSE(web::Origin_Allowed(everywhere, "http://evil.example", "bench7.lab.example"));
     EXPECT_FALSE(web::Origin_Allowed(everywhere, "http://evil.example", std::nullopt));
 }
 
+// ---- What is asked for
+
+TEST(Web_Order, ValuesAreReadAsPeopleTypeThem) {
+    struct Row {
+        const char* text;
+        web::Unit unit;
+        double value;
+    };
+    constexpr auto hertz = web::Unit::hertz, dbm = web::Unit::dbm;
+    for (const auto& [text, unit, value] : std::initializer_list<Row>{{"433.92", hertz, 433.92e6},
+                                                                      {"433.92M", hertz, 433.92e6},
+                                                                      {" 2 GHz\r\n", hertz, 2e9},
+                                                                      {"500KHZ", hertz, 500e3},
+                                                                      {"9k", hertz, 9e3},
+                                                                      {"100 Hz", hertz, 100},
+                                                                      {".5g", hertz, 5e8},
+                                                                      {"-0.5", hertz, -5e5},
+                                                                      {"0", hertz, 0},
+                                                                      {"-20", dbm, -20},
+                                                                      {"\u221220.5 dBm", dbm, -20.5},
+                                                                      {"+3dbm", dbm, 3}}) {
+        const auto read = web::Parse_Value(unit, text);
+        ASSERT_TRUE(read) << text;
+        EXPECT_NEAR(*read, value, std::abs(value) * 1e-15) << text;
+    }
+    for (const char* text : {"", " ", "MHz", "433.92 V", "433,92", "1.2.3", "4 3", "--2", "+-2", "nan", "inf", "-inf",
+                             "1e999", "1e9 GHz", "0x10", "2 GHz 3", "1\xff", "2 dBm"})
+        EXPECT_FALSE(web::Parse_Value(hertz, text)) << text;
+    for (const char* text : {"-20 MHz", "1001", "1e400", "-"}) EXPECT_FALSE(web::Parse_Value(dbm, text)) << text;
+    EXPECT_FALSE(web::Parse_Value(hertz, std::string(web::longest_value, '1')));
+    EXPECT_FALSE(web::Parse_Value(hertz, "2" + std::string(web::longest_value, ' ')));
+    EXPECT_FALSE(web::Parse_Value(hertz, std::string_view("2\0MHz", 5)));
+}
+
+TEST(Web_Order, MessagesThatAreNoneSayWhy) {
+    using Act = web::Order::Act;
+    EXPECT_EQ(web::Parse_Message(R"({"key":38})").key, 38);
+    EXPECT_EQ(web::Parse_Message(R"({"power":true})").act, Act::power);
+    const auto set = web::Parse_Message(R"({"set":"span","value":"2 GHz"})");
+    EXPECT_EQ(set.act, Act::set);
+    EXPECT_STREQ(set.setting->name, "span");
+    EXPECT_EQ(set.value, 2e9);
+    for (const char* bad :
+         {"", "{", "[]", "null", "{}", R"({"power":1})", R"({"power":"true"})", R"({"key":"1"})",
+          R"({"key":18446744073709551615})", R"({"key":1e1})", R"({"key":null})", R"({"set":1})", R"({"set":"span"})",
+          R"({"set":"span","value":2})", R"({"set":"x","value":"2"})", R"({"set":"span","value":"-20 dBm"})",
+          R"({"set":"sp\u0000an","value":"2"})", "{\"set\":\"\xff\",\"value\":\"2\"}"}) {
+        const auto order = web::Parse_Message(bad);
+        EXPECT_EQ(order.act, Act::none) << bad;
+        EXPECT_EQ(order.status, 400) << bad;
+        EXPECT_STRNE(order.fault, "") << bad;
+    }
+    EXPECT_EQ(web::Parse_Message(std::string(1024, '[')).act, Act::none);
+    EXPECT_EQ(web::Parse_Post("/power/", "").status, 404);
+    EXPECT_EQ(web::Parse_Post("/set/center/", "1").status, 400);
+    EXPECT_EQ(web::Parse_Post("/set/", "1").status, 400);
+    EXPECT_EQ(web::Parse_Post("/set/reference", "-20").value, -20);
+}
+
+// ---- Frames of a viewer
+
+using Event = web::Frame_Reader::Event;
+
+std::string Frame(int first, std::string_view payload, bool masked = true) {
+    std::string frame{char(first)};
+    const char mask = char(masked ? 0x80 : 0);
+    if (payload.size() < 126)
+        frame += char(mask | payload.size());
+    else
+        frame += {char(mask | 126), char(payload.size() >> 8), char(payload.size())};
+    if (!masked) return frame.append(payload);
+    frame += "\x12\x34\x56\x78";
+    for (std::size_t i = 0; i < payload.size(); ++i) frame += char(payload[i] ^ "\x12\x34\x56\x78"[i % 4]);
+    return frame;
+}
+
+std::span<const std::uint8_t> Bytes(const std::string& text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+TEST(Web_Frames, AreReadInAnyPieces) {
+    const std::string longest(web::Frame_Reader::longest_message, 'x');
+    const auto stream = Frame(0x81, "hello") + Frame(0x8a, "") + Frame(0x81, longest) + Frame(0x89, "p") +
+                        Frame(0x81, std::string(126, 'y')) + Frame(0x88, "\x03\xe8");
+    for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, stream.size()}) {
+        web::Frame_Reader reader;
+        std::vector<Event> events;
+        std::vector<std::string> payloads;
+        for (std::size_t at = 0; at < stream.size(); at += piece) {
+            auto input = Bytes(stream).subspan(at, std::min(piece, stream.size() - at));
+            for (Event event; (event = reader.Take(input)) != Event::none;) {
+                events.push_back(event);
+                payloads.emplace_back(reader.Payload());
+            }
+        }
+        EXPECT_EQ(events, (std::vector{Event::text, Event::pong, Event::text, Event::ping, Event::text, Event::close}));
+        EXPECT_EQ(payloads, (std::vector<std::string>{"hello", "", longest, "p", std::string(126, 'y'), "\x03\xe8"}));
+    }
+}
+
+TEST(Web_Frames, ViolationsAreFoundInTheHead) {
+    struct Row {
+        std::string head;
+        int status;
+    };
+    const std::string mask(4, '\0');
+    for (const auto& [head, status] :
+         std::initializer_list<Row>{{Frame(0x81, "", false), 1002},      // not masked
+                                    {Frame(0x01, ""), 1002},             // a fragment
+                                    {Frame(0x80, ""), 1002},             // the rest of none
+                                    {Frame(0xc1, ""), 1002},             // reserved bit
+                                    {Frame(0x83, ""), 1002},             // reserved opcode
+                                    {Frame(0x82, ""), 1003},             // binary
+                                    {std::string("\x89\xfe", 2), 1002},  // a ping of more than 125 bytes
+                                    {std::string("\x81\xff", 2), 1009},  // a length of eight bytes
+                                    {std::string("\x81\xfe\x04\x01", 4) + mask, 1009},
+                                    {std::string("\x81\xfe\x00\x7d", 4) + mask, 1002}}) {
+        web::Frame_Reader reader;
+        auto input = Bytes(head);
+        EXPECT_EQ(reader.Take(input), Event::violation) << testing::PrintToString(head);
+        EXPECT_EQ(reader.Close_Status(), status) << testing::PrintToString(head);
+        const auto good = Frame(0x81, "x");
+        input = Bytes(good);
+        EXPECT_EQ(reader.Take(input), Event::violation);
+    }
+}
+
 // ---- The instrument's side
 
 std::atomic<int> keys_taken, last_key, powers;
+std::atomic<double> center;
 std::atomic<bool> takes_keys;
 
 /// The instrument's own end of the local socket, with a key queue that only counts.
 class Instrument {
-  public:
+public:
     Instrument() {
         std::filesystem::create_directories(platform::Rooted("/tmp/web_store"));
         keys_taken = powers = 0;
         last_key = -1;
+        center = 0;
         takes_keys = true;
         platform::Reset_Stop();
         thread_ = std::thread([] {
@@ -246,9 +383,16 @@ class Instrument {
                     ++keys_taken;
                     return true;
                 },
-                [](std::string_view name, double) { return name == "center"; },
+                [](std::string_view name, double value) {
+                    if (!takes_keys || name != "center") return false;
+                    center = std::clamp(value, 0.0, 3.25e9);
+                    return true;
+                },
                 [] { return ++powers, true; },
-                [](std::string& json) { json = R"({"model":"KVA7230","starting":false,"remote":true})"; },
+                [](std::string& json) {
+                    json = R"({"model":"KVA7230","starting":false,"remote":true,"center":)" +
+                           std::to_string(static_cast<long long>(center)) + "}";
+                },
                 [](std::string& csv) { csv = "frequency_hz,level_dbm\n1.000,-20.000\n"; },
             });
         });
@@ -262,7 +406,7 @@ class Instrument {
         platform::Reset_Stop();
     }
 
-  private:
+private:
     std::thread thread_;
 };
 
@@ -286,7 +430,7 @@ TEST(Web_Link, KeysReachTheInstrumentAndFollowItsRestart) {
 
 /// An instrument that follows a script on each connection instead of the protocol.
 class Odd_Instrument {
-  public:
+public:
     explicit Odd_Instrument(std::function<void(int socket)> script) {
         const std::filesystem::path folder = platform::Rooted("/tmp/web_store");
         std::filesystem::create_directories(folder);
@@ -310,14 +454,15 @@ class Odd_Instrument {
     }
     std::atomic<int> connections = 0;
 
-  private:
+private:
     int listener_;
     std::thread thread_;
 };
 
 void Wait_For_End(int socket) {
     char scrap[64];
-    while (recv(socket, scrap, sizeof scrap, 0) > 0) {}
+    while (recv(socket, scrap, sizeof scrap, 0) > 0) {
+    }
 }
 
 TEST(Web_Link, ALostKeyIsNotSentTwice) {
@@ -360,6 +505,8 @@ TEST(Web_Link, StateIsToldInPlainWords) {
     EXPECT_EQ(web::State_Message("[1,2"), R"({"instrument":"on"})");
     EXPECT_EQ(web::State_Message(R"({"model":"KVA7200","starting":true,"remote":false,"x":1})"),
               R"({"instrument":"starting","model":"KVA7200","remote":false})");
+    EXPECT_EQ(web::State_Message(R"({"center":433920000,"span":2e6,"reference":"-20","stop":1})"),
+              R"({"center":433920000,"instrument":"on","span":2000000.0})");
     EXPECT_EQ(web::State_Message(R"({"model":7,"starting":1,"remote":null})"), R"({"instrument":"on"})");
 }
 
@@ -409,7 +556,7 @@ TEST(Web_Source, ADeviceCutShortUnderItsMappingIsLeftOut) {
 // ---- The server, over its wires
 
 class Client {
-  public:
+public:
     explicit Client(int port) {
         socket_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in name{};
@@ -450,8 +597,10 @@ class Client {
     }
 
     std::string Upgrade(const std::string& more = "") {
-        Write("GET /live HTTP/1.1\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
-              "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n" + more + "\r\n");
+        Write(
+            "GET /live HTTP/1.1\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
+            "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n" +
+            more + "\r\n");
         return Read_Head();
     }
     struct Message {
@@ -479,7 +628,7 @@ class Client {
         Write(frame + text);
     }
 
-  private:
+private:
     int socket_;
 };
 
@@ -558,8 +707,22 @@ TEST(Web_Server, OnlyItsOwnPageAndProgramsPressKeys) {
     EXPECT_NE(Ask(port, "GET /trace.csv").find("\r\n\r\nfrequency_hz,level_dbm\n1.000,-20.000\n"), std::string::npos);
 }
 
-std::span<const std::uint8_t> Bytes(const std::string& text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+TEST(Web_Server, SettingsAreSetByScripts) {
+    const Temp_Root root;
+    const auto server = Start_Server();
+    const auto set = [&](const std::string& name, const std::string& value) {
+        return Status(Ask(server->Port(), "POST /set/" + name,
+                          "Content-Length: " + std::to_string(value.size()) + "\r\n", value));
+    };
+    EXPECT_EQ(set("center", "1"), 503);
+    const Instrument instrument;
+    EXPECT_EQ(set("center", "433.92 MHz\n"), 204);
+    EXPECT_EQ(center, 433.92e6);
+    for (const char* value : {"", "x", "1e300", "-20 dBm"}) EXPECT_EQ(set("center", value), 400) << value;
+    EXPECT_EQ(set("colour", "1"), 400);
+    EXPECT_EQ(set("center", std::string(5000, '1')), 400);
+    EXPECT_EQ(set("span", "2"), 503);  // which this instrument refuses
+    EXPECT_EQ(center, 433.92e6);
 }
 
 TEST(Web_Server, LiveScreenFollowsTheInstrumentAndTakesKeys) {
@@ -588,6 +751,20 @@ TEST(Web_Server, LiveScreenFollowsTheInstrumentAndTakesKeys) {
         while (answer.find("instrument\":") != answer.npos);
         EXPECT_TRUE(answer.starts_with(R"({"error":)")) << bad << ": " << answer;
     }
+    const auto await_texts = [&](std::set<std::string> wanted) {
+        while (!wanted.empty()) {
+            const auto message = viewer.Read_Kind(text_message);
+            if (message.opcode < 0) break;
+            wanted.erase(message.text);
+        }
+        EXPECT_EQ(wanted, std::set<std::string>{});
+    };
+    // The state may be told before the answer.
+    viewer.Write_Text(R"({"set":"center","value":"9 GHz"})");
+    await_texts({R"({"set":"center","value":3250000000})",
+                 R"({"center":3250000000,"instrument":"on","model":"KVA7230","remote":true})"});
+    viewer.Write_Text(R"({"set":"center","value":"much"})");
+    await_texts({R"({"error":"not a frequency","set":"center"})"});
     EXPECT_EQ(last_key, 16);
     EXPECT_EQ(keys_taken, 1);
 
@@ -595,6 +772,31 @@ TEST(Web_Server, LiveScreenFollowsTheInstrumentAndTakesKeys) {
     EXPECT_EQ(viewer.Read_Kind(text_message).text, R"({"closing":true})");
     EXPECT_EQ(viewer.Read_Kind(closing).text, "\x03\xe9");
     end.join();
+}
+
+TEST(Web_Server, AViewerThatBreaksTheRulesIsClosedAndNobodyElse) {
+    const Temp_Root root;
+    virtual_board::Make_Frame_Devices();
+    Fill_Video(1);
+    const Instrument instrument;
+    const auto server = Start_Server();
+    Client good(server->Port());
+    EXPECT_EQ(Status(good.Upgrade()), 101);
+    const std::string bad_text = Frame(0x81, "\xff\xfe{\"key\":1}");
+    for (const auto& bytes : {Frame(0x81, R"({"key":1})", false), Frame(0x01, R"({"key":1})"), Frame(0x82, "x"),
+                              std::string("\x81\xff\0\0\0\0\x7f\xff\0\0", 10)}) {
+        Client bad(server->Port());
+        EXPECT_EQ(Status(bad.Upgrade()), 101);
+        bad.Write(bad_text + bytes);  // what is no text is answered, what is no frame ends it
+        EXPECT_EQ(bad.Read_Kind(closing).text[0], '\x03') << testing::PrintToString(bytes);
+    }
+    EXPECT_EQ(keys_taken, 0);
+    good.Write(Frame(0x89, "still here"));
+    EXPECT_EQ(good.Read_Kind(10).text, "still here");
+    Fill_Video(2);
+    EXPECT_EQ(good.Read_Kind(binary_message).opcode, binary_message);
+    good.Write(Frame(0x88, "\x03\xe8"));
+    EXPECT_EQ(good.Read_Kind(closing).text, "\x03\xe8");
 }
 
 TEST(Web_Server, AViewerThatStopsReadingHoldsUpNobody) {

@@ -1,6 +1,7 @@
 // The front panel: keys, shortcuts, connection.
 import {Screen} from "/screen.js";
 import {Knob} from "/knob.js";
+import {Fields} from "/fields.js";
 
 const $ = (id) => document.getElementById(id);
 
@@ -10,9 +11,8 @@ const hardKeys = {
     ["Frequency", 0, "f"], ["Span", 1, "s"], ["Amplitude", 2, "a"], ["Autoset", 3, "u"],
     ["BW", 4, "b"], ["Measure", 5, "e"], ["Trace", 6, "t"], ["Display", 7, "d"],
     ["Sweep", 8, "w"], ["Sweep mode", 12], ["Trigger", 11, "g"], ["Limit line", 10, "l"],
-    ["EMC", 9, "c"],
   ],
-  "marker-keys": [["Marker", 16, "m"], ["Marker to", 17, "k"], ["Peak search", 18, "p"]],
+  "marker-keys": [["Marker", 16, "m"], ["Marker to", 17, "k"], ["Peak search", 18, "p"], ["EMC", 9, "c"]],
   "file-keys": [["File", 13, "i"], ["Save", 14, "v"], ["Recall", 15, "r"], ["Quick save", 23, "q"]],
   "system-keys": [["Mode", 20, "o"], ["Sequence", 19, "n"], ["System", 21, "y"], ["Preset", 22]],
 };
@@ -31,11 +31,16 @@ shortcuts.set(",", ".".charCodeAt(0));
 shortcuts.set("[", 119);
 shortcuts.set("]", 122);
 
-let socket, screen, offSaid = false, powerPressed = false, retry = 500, noticeTimer;
+let socket, screen, fields, offSaid = false, powerPressed = false, retry = 500, noticeTimer;
+
+function send(message) {
+  if (socket?.readyState !== WebSocket.OPEN) return false;
+  socket.send(JSON.stringify(message));
+  return true;
+}
 
 function press(code) {
-  if (socket?.readyState !== WebSocket.OPEN) return;
-  socket.send(JSON.stringify({key: code}));
+  if (!send({key: code})) return;
   const button = document.querySelector(`button[data-key="${code}"]`);
   if (!button) return;
   button.classList.add("pressed");
@@ -81,9 +86,11 @@ function buildKeys() {
     const button = event.target.closest("button[data-key]");
     if (button) press(Number(button.dataset.key));
   });
-  // A click leaves the focus where it is, so that Enter stays the instrument's key.
+  // A click on a key leaves the focus where it is, so that Enter stays the instrument's key; only a field gives it up.
   $("instrument").addEventListener("mousedown", (event) => {
-    if (event.target.closest("button[data-key]")) event.preventDefault();
+    if (!event.target.closest("button[data-key], canvas")) return;
+    event.preventDefault();
+    if (document.activeElement instanceof HTMLInputElement) document.activeElement.blur();
   });
 }
 
@@ -108,6 +115,7 @@ function listenToKeyboard() {
   document.addEventListener("keydown", (event) => {
     if (event.ctrlKey || event.altKey || event.metaKey || $("power-dialog").open) return;
     const focused = document.activeElement;
+    if (focused instanceof HTMLInputElement) return;
     if (event.key === "Enter" && focused instanceof HTMLButtonElement) return;  // the focused key is pressed
     const code = shortcuts.get(event.key.length === 1 ? event.key.toLowerCase() : event.key);
     if (code === undefined) return;
@@ -123,9 +131,7 @@ function listenToPower() {
     dialog.showModal();
   });
   dialog.addEventListener("close", () => {
-    if (dialog.returnValue !== "off" || socket?.readyState !== WebSocket.OPEN) return;
-    powerPressed = true;
-    socket.send(JSON.stringify({power: true}));
+    if (dialog.returnValue === "off" && send({power: true})) powerPressed = true;
   });
 }
 
@@ -150,11 +156,13 @@ function hear(message) {
     powerPressed = false;
     notice(message.error[0].toUpperCase() + message.error.slice(1));
   }
+  if (message.set) fields.answer(message);
   if (message.closing) offSaid = true;
   if (!message.instrument) return;
   if (message.instrument === "off") instrumentOff();
   else banner("");
   offSaid = message.instrument === "off";
+  fields.show(message);
   $("remote").hidden = !message.remote;
   if (message.model) $("model").textContent = message.model.replace(/^KVA/, "");
 }
@@ -175,6 +183,7 @@ function connect() {
   mine.onclose = () => {
     if (offSaid || powerPressed) instrumentOff();
     else banner("Connection lost – reconnecting…");
+    fields.show({});
     $("notice").hidden = true;
     setTimeout(connect, retry);
     retry = Math.min(retry * 1.5, 4000);
@@ -186,5 +195,6 @@ listenToScreen();
 listenToKeyboard();
 listenToPower();
 screen = new Screen($("screen"));
+fields = new Fields(document.querySelectorAll("input[data-set]"), send, notice);
 new Knob($("knob"), press);
 connect();
