@@ -19,7 +19,7 @@ void Clear(const Frame_Descriptor& layer, Rect area);
 /// Outline of one pixel.
 void Frame(const Frame_Descriptor& layer, Rect area, Colour colour);
 
-/// Copies a picture of 24-bit pixels, width by height, to x, y.
+/// Copies a picture of 24-bit pixels, width by height, all of which must be there, to x, y.
 void Copy_Picture(const Frame_Descriptor& layer, const std::uint8_t* picture, int x, int y, int width, int height);
 
 /// Keeps the area in the layer's back buffer, and brings it back.

@@ -55,7 +55,7 @@ void Open_And_Map(Frame_Descriptor& layer, const char* device) {
 }
 
 void Control(const Frame_Descriptor& layer, int (*request)(int, std::uint32_t), std::uint32_t value, const char* name) {
-    if (request(layer.device, value) < 0) std::perror(name);
+    Report(request(layer.device, value) < 0, name);
 }
 
 }  // namespace
@@ -88,13 +88,11 @@ void fb_free(Frame_Descriptor& layer) {
 }
 
 void fb_endisable_win(const Frame_Descriptor& layer, bool on) {
-    if (platform::Frame_Enable_Window(layer.device, on) < 0) std::perror("FBIO_ENABLE_DISABLE_WIN");
+    Report(platform::Frame_Enable_Window(layer.device, on) < 0, "FBIO_ENABLE_DISABLE_WIN");
 }
 
 void fb_endisable_att(const Frame_Descriptor& layer, bool on) {
-    if (platform::Frame_Enable_Attribute_Window(layer.device, on) < 0) {
-        std::perror("FBIO_ENABLE_DISABLE_ATTRIBUTE_WIN");
-    }
+    Report(platform::Frame_Enable_Attribute_Window(layer.device, on) < 0, "FBIO_ENABLE_DISABLE_ATTRIBUTE_WIN");
 }
 
 void fb_blend_set(const Frame_Descriptor& layer, std::uint32_t factor) {
@@ -110,11 +108,29 @@ void fb_backcolor_set(const Frame_Descriptor& layer, std::uint32_t colour) {
 }
 
 void fb_win_position(const Frame_Descriptor& layer, std::int32_t x, std::int32_t y) {
-    if (platform::Frame_Set_Position(layer.device, x, y) < 0) std::perror("FBIO_SETPOSX");
+    Report(platform::Frame_Set_Position(layer.device, x, y) < 0, "FBIO_SETPOSX");
 }
 
 void fb_win_zoom(const Frame_Descriptor& layer, std::uint32_t x, std::uint32_t y) {
-    if (platform::Frame_Set_Zoom(layer.device, x, y) < 0) std::perror("FBIO_SETZOOM");
+    Report(platform::Frame_Set_Zoom(layer.device, x, y) < 0, "FBIO_SETZOOM");
+}
+
+void fb_video_set(const Frame_Descriptor& layer, std::uint32_t component_order) {
+    platform::Frame_Video_Config config;
+    if (Report(platform::Frame_Get_Video_Config(layer.device, config) < 0, "FBIO_GET_VIDEO_CONFIG_PARAMS")) return;
+    config.component_order = component_order;
+    Report(platform::Frame_Set_Video_Config(layer.device, config) < 0, "FBIO_SET_VIDEO_CONFIG_PARAMS");
+}
+
+void fb_bimp_set(const Frame_Descriptor& layer, std::uint32_t attenuation) {
+    platform::Frame_Bitmap_Config config;
+    if (Report(platform::Frame_Get_Bitmap_Config(layer.device, config) < 0, "FBIO_GET_BITMAP_CONFIG_PARAMS")) return;
+    config.attenuation = attenuation;
+    Report(platform::Frame_Set_Bitmap_Config(layer.device, config) < 0, "FBIO_SET_BITMAP_CONFIG_PARAMS");
+}
+
+void fb_fillup_attribute(const Frame_Descriptor& layer, std::uint32_t attribute) {
+    Control(layer, platform::Frame_Fill_Attribute, attribute, "FBIO_SETATTRIBUTE");
 }
 
 void fb_getset_blink(const Frame_Descriptor& layer, std::uint32_t blink) {

@@ -4,7 +4,8 @@
 
 #include "display/colour.h"
 
-/// The four layers of the screen.
+/// The four layers of the screen. The controls (fb_ and a verb) are one request of the driver each; one that fails
+/// prints its request's name with perror and changes nothing.
 
 constexpr std::uint32_t screen_width = 800;
 constexpr std::uint32_t screen_height = 600;
@@ -35,16 +36,22 @@ Frame_Descriptor& fb_init(Frame_Descriptor& layer, const char* device, std::uint
 Frame_Descriptor& fb_init_ohter(Frame_Descriptor& layer, const char* device, std::uint32_t width, std::uint32_t height,
                                 std::uint32_t bits);
 
-/// Unmaps and closes a layer and forgets its mappings. For the end of the process, and for tests.
+/// Unmaps and closes a layer, and with it the mappings that were replaced. For the end of the process, and for tests.
 void fb_free(Frame_Descriptor& layer);
 
 void fb_endisable_win(const Frame_Descriptor& layer, bool on);
 void fb_endisable_att(const Frame_Descriptor& layer, bool on);
-void fb_blend_set(const Frame_Descriptor& layer, std::uint32_t factor);       ///< 0 clear to 7 opaque
+void fb_blend_set(const Frame_Descriptor& layer, std::uint32_t factor);  ///< 0 clear to 7 opaque
 void fb_blend_setattr(const Frame_Descriptor& layer, std::uint32_t attribute);
-void fb_backcolor_set(const Frame_Descriptor& layer, std::uint32_t colour);   ///< 0xRRGGBB
+void fb_backcolor_set(const Frame_Descriptor& layer, std::uint32_t colour);  ///< 0xRRGGBB
 void fb_win_position(const Frame_Descriptor& layer, std::int32_t x, std::int32_t y);
 void fb_win_zoom(const Frame_Descriptor& layer, std::uint32_t x, std::uint32_t y);
+/// Order of the components in a video window's pixels: 0 R, G, B, 1 the other way round.
+void fb_video_set(const Frame_Descriptor& layer, std::uint32_t component_order);
+/// Attenuation of a bitmap window's colours: 0 off, 1 on.
+void fb_bimp_set(const Frame_Descriptor& layer, std::uint32_t attenuation);
+/// Gives every pixel of the attribute plane one attribute, 0 to 15.
+void fb_fillup_attribute(const Frame_Descriptor& layer, std::uint32_t attribute);
 void fb_getset_blink(const Frame_Descriptor& layer, std::uint32_t blink);
 void fb_set_cursor(const Frame_Descriptor& layer, std::uint32_t cursor);
 /// Shows a layer.

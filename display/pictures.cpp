@@ -1,8 +1,11 @@
 #include "display/pictures.h"
 
+#include <algorithm>
 #include <array>
 #include <csetjmp>
 #include <cstdio>
+#include <cstring>
+#include <limits>
 #include <string>
 
 #include <jpeglib.h>
@@ -40,14 +43,22 @@ struct Jpeg_Error {
     std::jmp_buf leave;
 };
 
-[[noreturn]] void Leave(j_common_ptr info) {
-    std::longjmp(reinterpret_cast<Jpeg_Error*>(info->err)->leave, 1);
-}
+[[noreturn]] void Leave(j_common_ptr info) { std::longjmp(reinterpret_cast<Jpeg_Error*>(info->err)->leave, 1); }
 
 void Say_Nothing(j_common_ptr) {}
 
+/// Where a picture goes: width by height pixels of 24 bits; and how much of that it filled.
+struct Canvas {
+    std::uint8_t* pixels;
+    int width, height;
+    int filled_width = 0, filled_height = 0;
+};
+
+constexpr unsigned longest_side = 2048;
+
 /// The frame that a decoding error jumps out of: it holds no destructors, and what it holds is released on both ways.
-bool Decode(std::FILE* file, int width, int height, std::uint8_t* pixels, std::uint8_t* row, unsigned row_pixels) {
+/// A file that ends early decodes with a warning and counts as damaged.
+bool Decode(std::FILE* file, Canvas& canvas, std::uint8_t* row) {
     jpeg_decompress_struct info;
     Jpeg_Error error;
     info.err = jpeg_std_error(&error.manager);
@@ -60,24 +71,25 @@ bool Decode(std::FILE* file, int width, int height, std::uint8_t* pixels, std::u
     jpeg_create_decompress(&info);
     jpeg_stdio_src(&info, file);
     jpeg_read_header(&info, TRUE);
-    info.out_color_space = JCS_RGB;
-    jpeg_start_decompress(&info);
-    if (info.output_width > row_pixels) {
+    if (info.image_width > longest_side || info.image_height > longest_side) {
         jpeg_destroy_decompress(&info);
         return false;
     }
-    const unsigned copied = info.output_width < static_cast<unsigned>(width) ? info.output_width
-                                                                             : static_cast<unsigned>(width);
+    info.out_color_space = JCS_RGB;
+    jpeg_start_decompress(&info);
+    canvas.filled_width = std::min(canvas.width, static_cast<int>(info.output_width));
+    canvas.filled_height = std::min(canvas.height, static_cast<int>(info.output_height));
     while (info.output_scanline < info.output_height) {
-        const unsigned y = info.output_scanline;
+        const int y = static_cast<int>(info.output_scanline);
         jpeg_read_scanlines(&info, &row, 1);
-        if (y >= static_cast<unsigned>(height)) continue;
-        std::uint8_t* target = pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(width) * 3;
-        for (unsigned i = 0; i < copied * 3; ++i) target[i] = row[i];
+        if (y >= canvas.filled_height) continue;
+        std::memcpy(canvas.pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(canvas.width) * 3, row,
+                    static_cast<std::size_t>(canvas.filled_width) * 3);
     }
     jpeg_finish_decompress(&info);
+    const bool whole = error.manager.num_warnings == 0;
     jpeg_destroy_decompress(&info);
-    return true;
+    return whole;
 }
 
 constexpr std::size_t largest_pixels = static_cast<std::size_t>(screen_width) * screen_height;
@@ -102,27 +114,40 @@ std::FILE* Open_Picture(std::string_view name) {
     return std::fopen(platform::Rooted("/mnt/nand/picture/" + std::string(name)).c_str(), "rb");
 }
 
-}  // namespace
-
-bool Load_Picture(std::string_view name, int width, int height, std::span<std::uint8_t> pixels) {
-    if (width <= 0 || height <= 0) return false;
-    if (pixels.size() < static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3) return false;
+bool Load(std::string_view name, Canvas& canvas, std::size_t room) {
+    const bool sized = canvas.width > 0 && canvas.height > 0 &&
+                       static_cast<std::size_t>(canvas.width) * static_cast<std::size_t>(canvas.height) <= room / 3;
+    if (!sized) {
+        std::fprintf(stderr, "picture %.*s has no size of %d by %d\n", static_cast<int>(name.size()), name.data(),
+                     canvas.width, canvas.height);
+        return false;
+    }
     std::FILE* file = Open_Picture(name);
     if (!file) {
         std::fprintf(stderr, "picture %.*s cannot be opened\n", static_cast<int>(name.size()), name.data());
         return false;
     }
-    constexpr unsigned row_pixels = 2048;
-    static std::array<std::uint8_t, row_pixels * 3> row;
-    const bool good = Decode(file, width, height, pixels.data(), row.data(), row_pixels);
+    static std::array<std::uint8_t, longest_side * 3> row;
+    const bool good = Decode(file, canvas, row.data());
     std::fclose(file);
     if (!good) std::fprintf(stderr, "picture %.*s is damaged\n", static_cast<int>(name.size()), name.data());
     return good;
 }
 
+}  // namespace
+
+bool Load_Picture(std::string_view name, int width, int height, std::span<std::uint8_t> pixels) {
+    Canvas canvas{pixels.data(), width, height};
+    return Load(name, canvas, pixels.size());
+}
+
 void Show_Picture_File(std::string_view name, int width, int height, int x, int y, const Frame_Descriptor& layer) {
-    if (!layer.memory || !Load_Picture(name, width, height, decoded)) return;
-    display::Copy_Picture(layer, decoded.data(), x, y, width, height);
+    Canvas canvas{decoded.data(), width, height};
+    if (!layer.memory || !Load(name, canvas, decoded.size())) return;
+    for (int row = 0; row < canvas.filled_height && y <= std::numeric_limits<int>::max() - row; ++row) {
+        const auto* pixels = canvas.pixels + static_cast<std::size_t>(row) * static_cast<std::size_t>(width) * 3;
+        display::Copy_Picture(layer, pixels, x, y + row, canvas.filled_width, 1);
+    }
 }
 
 void Show_Picture(int number, int width, int height, int x, int y, int target) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <string>
 
 #include FT_GLYPH_H
@@ -23,24 +24,40 @@ const char* Font_File(int number) {
     }
 }
 
-void Copy_Glyph(const FT_Bitmap& bitmap, int x, int top, std::span<std::uint8_t> mask, int row_length) {
-    const int rows = row_length > 0 ? static_cast<int>(mask.size()) / row_length : 0;
+/// Largest size of text in pixels, and largest side of a glyph's picture, that are taken for meant.
+constexpr int largest_size = 600;
+constexpr long largest_glyph = 4096;
+
+/// Rows of a mask.
+std::int64_t Rows(std::span<const std::uint8_t> mask, int row_length) {
+    return row_length > 0 ? static_cast<std::int64_t>(mask.size()) / row_length : 0;
+}
+
+void Copy_Glyph(const FT_Bitmap& bitmap, int x, std::int64_t top, std::span<std::uint8_t> mask, int row_length) {
+    const std::int64_t rows = Rows(mask, row_length);
     const int width = static_cast<int>(bitmap.width);
     const int first = std::max(0, -x), last = std::min(width, row_length - x);
     if (first >= last) return;
     for (int row = 0; row < static_cast<int>(bitmap.rows); ++row) {
-        const int y = top + row;
+        const std::int64_t y = top + row;
         if (y < 0 || y >= rows) continue;
         const std::uint8_t* source = bitmap.buffer + static_cast<std::ptrdiff_t>(row) * bitmap.pitch;
-        std::copy(source + first, source + last, mask.begin() + static_cast<std::ptrdiff_t>(y) * row_length + x + first);
+        std::copy(source + first, source + last, mask.begin() + y * row_length + x + first);
     }
 }
 
 /// Advance of the loaded glyph: the box of the glyph, not the font's advance, so that boxes stand at equal gaps.
 int Advance(const FT_GlyphSlot slot, int spacing) {
-    const long box = slot->metrics.width / 64;
+    const long box = std::clamp(slot->metrics.width / 64, 0L, largest_glyph);
     const bool blank = slot->format == FT_GLYPH_FORMAT_OUTLINE && slot->outline.n_points == 0;
-    return static_cast<int>(blank ? slot->metrics.horiAdvance / 64 : box) + spacing;
+    return static_cast<int>(blank ? std::clamp(slot->metrics.horiAdvance / 64, 0L, largest_glyph) : box) + spacing;
+}
+
+/// A damaged font may call for a picture of any size.
+bool Drawable(FT_Glyph glyph) {
+    FT_BBox box;
+    FT_Glyph_Get_CBox(glyph, FT_GLYPH_BBOX_PIXELS, &box);
+    return box.xMax - box.xMin <= largest_glyph && box.yMax - box.yMin <= largest_glyph;
 }
 
 struct Line {
@@ -56,10 +73,10 @@ Line Decode(std::string_view text) {
         const auto lead = static_cast<std::uint8_t>(text[i++]);
         int follow = lead >= 0xf0 ? 3 : lead >= 0xe0 ? 2 : lead >= 0xc0 ? 1 : 0;
         std::uint32_t code = follow == 3 ? lead & 7u : follow == 2 ? lead & 15u : follow == 1 ? lead & 31u : lead;
-        if (follow == 0 && lead >= 0x80) code = 0xfffd;
-        while (follow-- > 0 && i < text.size() && (static_cast<std::uint8_t>(text[i]) & 0xc0) == 0x80) {
+        for (; follow > 0 && i < text.size() && (static_cast<std::uint8_t>(text[i]) & 0xc0) == 0x80; --follow) {
             code = code << 6 | (static_cast<std::uint8_t>(text[i++]) & 63u);
         }
+        if (follow > 0 || (lead >= 0x80 && lead < 0xc0)) code = 0xfffd;
         line.text[line.count++] = code;
     }
     return line;
@@ -85,7 +102,8 @@ std::array<std::uint8_t, static_cast<std::size_t>(line_mask_width) * line_mask_h
 std::span<const std::uint8_t> Render_Line(std::string_view text, display::Rect area, int baseline,
                                           const display::Text_Style& style, display::Align align) {
     const Line line = Decode(text);
-    const std::span mask(line_mask.data(), static_cast<std::size_t>(area.width) * static_cast<std::size_t>(area.height));
+    const std::span mask(line_mask.data(),
+                         static_cast<std::size_t>(area.width) * static_cast<std::size_t>(area.height));
     std::fill(mask.begin(), mask.end(), std::uint8_t{0});
     const int x = align == display::Align::left ? 0 : Start(align, area.width, Width(line, style.face, style.size));
     wchar_box(line.Characters(), x, baseline, style.size, mask, area.width, nullptr, display::Face_Handle(style.face),
@@ -106,10 +124,11 @@ FT_Error load_font_face(int number, FT_Library library, FT_Face& face) {
     return FT_New_Face(library, platform::Rooted(Font_File(number)).c_str(), 0, &face);
 }
 
-void wchar_box(std::span<const std::uint32_t> text, int x, int y, int size, std::span<std::uint8_t> mask, int row_length,
-               int* width, FT_Face face, int spacing) {
+void wchar_box(std::span<const std::uint32_t> text, int x, int y, int size, std::span<std::uint8_t> mask,
+               int row_length, int* width, FT_Face face, int spacing) {
     if (width) *width = 0;
-    if (!face) return;
+    if (!face || size <= 0 || size > largest_size) return;
+    spacing = std::clamp(spacing, -largest_size, largest_size);
     FT_Set_Char_Size(face, size * 64, 0, 120, 120);
     FT_Set_Pixel_Sizes(face, static_cast<FT_UInt>(size), static_cast<FT_UInt>(size));
     int advance = 0;
@@ -119,9 +138,10 @@ void wchar_box(std::span<const std::uint32_t> text, int x, int y, int size, std:
         if (FT_Load_Glyph(face, FT_Get_Char_Index(face, character), FT_LOAD_DEFAULT) == 0 &&
             FT_Get_Glyph(face->glyph, &glyph) == 0) {
             advance = Advance(face->glyph, spacing);
-            if (!mask.empty() && FT_Glyph_To_Bitmap(&glyph, FT_RENDER_MODE_NORMAL, nullptr, 1) == 0) {
+            if (!mask.empty() && Drawable(glyph) &&
+                FT_Glyph_To_Bitmap(&glyph, FT_RENDER_MODE_NORMAL, nullptr, 1) == 0) {
                 const auto& bitmap = reinterpret_cast<FT_BitmapGlyph>(glyph)->bitmap;
-                const int bearing = static_cast<int>(face->glyph->metrics.horiBearingY / 64);
+                const std::int64_t bearing = face->glyph->metrics.horiBearingY / 64;
                 if (bitmap.pixel_mode == FT_PIXEL_MODE_GRAY) Copy_Glyph(bitmap, pen, y - bearing - 1, mask, row_length);
             }
             FT_Done_Glyph(glyph);
@@ -134,14 +154,16 @@ void wchar_box(std::span<const std::uint32_t> text, int x, int y, int size, std:
 void draw_bitmap(std::span<const std::uint8_t> mask, display::Colour fg, display::Colour bg, int x, int y, int width,
                  int height, const Frame_Descriptor& layer, int column_limit) {
     if (width <= 0) return;
-    height = std::min(height, static_cast<int>(mask.size()) / width);
-    const display::Rect area = display::Clip(layer, {x, y, std::min(width, column_limit - x), height});
+    height = static_cast<int>(std::min<std::int64_t>(height, Rows(mask, width)));
+    const std::int64_t columns = std::clamp<std::int64_t>(std::int64_t{column_limit} - x, 0, width);
+    const display::Rect area = display::Clip(layer, {x, y, static_cast<int>(columns), height});
     for (int row = area.y; row < area.y + area.height; ++row) {
         const std::uint8_t* source = mask.data() + static_cast<std::ptrdiff_t>(row - y) * width + (area.x - x);
         std::byte* line = layer.memory + static_cast<std::size_t>(row) * layer.line;
         for (int column = area.x; column < area.x + area.width; ++column) {
             const std::uint8_t a = *source++;
-            const display::Colour mixed{process_bitmap_color(a, fg.red, bg.red), process_bitmap_color(a, fg.green, bg.green),
+            const display::Colour mixed{process_bitmap_color(a, fg.red, bg.red),
+                                        process_bitmap_color(a, fg.green, bg.green),
                                         process_bitmap_color(a, fg.blue, bg.blue)};
             if (layer.bits == 24) {
                 display::Put_24(layer, column, row, mixed);
@@ -156,11 +178,12 @@ void draw_bitmap(std::span<const std::uint8_t> mask, display::Colour fg, display
 void draw_bitmap_over(std::span<const std::uint8_t> mask, display::Colour fg, int x, int y, int width, int height,
                       const Frame_Descriptor& layer) {
     if (width <= 0 || layer.bits != 24) return;
-    height = std::min(height, static_cast<int>(mask.size()) / width);
+    height = static_cast<int>(std::min<std::int64_t>(height, Rows(mask, width)));
     const display::Rect area = display::Clip(layer, {x, y, width, height});
     for (int row = area.y; row < area.y + area.height; ++row) {
         const std::uint8_t* source = mask.data() + static_cast<std::ptrdiff_t>(row - y) * width + (area.x - x);
-        std::byte* pixel = layer.memory + static_cast<std::size_t>(row) * layer.line + static_cast<std::size_t>(area.x) * 3;
+        std::byte* pixel =
+            layer.memory + static_cast<std::size_t>(row) * layer.line + static_cast<std::size_t>(area.x) * 3;
         for (int i = 0; i < area.width; ++i, pixel += 3) {
             const std::uint8_t a = *source++;
             if (a == 0) continue;
@@ -187,7 +210,8 @@ void Draw_Field(const Frame_Descriptor& layer, Rect area, int baseline, std::str
                 Align align) {
     area = Fit(area);
     const auto mask = Render_Line(text, area, baseline, style, align);
-    draw_bitmap(mask, style.colour, style.ground, area.x, area.y, area.width, area.height, layer, area.x + area.width);
+    draw_bitmap(mask, style.colour, style.ground, area.x, area.y, area.width, area.height, layer,
+                std::numeric_limits<int>::max());
 }
 
 void Draw_Text_Over(const Frame_Descriptor& layer, Rect area, int baseline, std::string_view text,

@@ -26,8 +26,8 @@ FT_Error load_font_face(int number, FT_Library library, FT_Face& face);
 /// Renders count characters with the baseline at x, y into a mask of row_length bytes a row, and adds up the width.
 /// Each glyph advances by its box width plus the spacing; a glyph without a box (a blank) by the font's advance.
 /// An empty destination only measures; width may be null. Nothing is written outside the mask.
-void wchar_box(std::span<const std::uint32_t> text, int x, int y, int size, std::span<std::uint8_t> mask, int row_length,
-               int* width, FT_Face face, int spacing);
+void wchar_box(std::span<const std::uint32_t> text, int x, int y, int size, std::span<std::uint8_t> mask,
+               int row_length, int* width, FT_Face face, int spacing);
 
 /// One component of a blended pixel: background + round((foreground - background) * mask / 255).
 constexpr std::uint8_t process_bitmap_color(std::uint8_t mask, std::uint8_t foreground, std::uint8_t background) {
@@ -35,14 +35,14 @@ constexpr std::uint8_t process_bitmap_color(std::uint8_t mask, std::uint8_t fore
     return static_cast<std::uint8_t>(background + ((t + (t >> 8) + 127) >> 8));
 }
 
-/// Blends a mask onto a layer at x, y, not beyond column_limit (exclusive). A zero of the mask writes the background on a
-/// 24-bit layer and 0, clear, on a 16-bit one.
-void draw_bitmap(std::span<const std::uint8_t> mask, display::Colour foreground, display::Colour background, int x, int y,
-                 int width, int height, const Frame_Descriptor& layer, int column_limit);
+/// Blends a mask onto a layer at x, y, not beyond column_limit (exclusive). A zero of the mask writes the background on
+/// a 24-bit layer and 0, clear, on a 16-bit one.
+void draw_bitmap(std::span<const std::uint8_t> mask, display::Colour foreground, display::Colour background, int x,
+                 int y, int width, int height, const Frame_Descriptor& layer, int column_limit);
 
 /// Blends a mask onto what the 24-bit layer shows; zeros of the mask leave it as it is.
-void draw_bitmap_over(std::span<const std::uint8_t> mask, display::Colour foreground, int x, int y, int width, int height,
-                      const Frame_Descriptor& layer);
+void draw_bitmap_over(std::span<const std::uint8_t> mask, display::Colour foreground, int x, int y, int width,
+                      int height, const Frame_Descriptor& layer);
 
 namespace display {
 

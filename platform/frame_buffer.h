@@ -29,6 +29,23 @@ struct Frame_State {
     std::uint32_t zoom_x = 1, zoom_y = 1;
     std::uint32_t blink = 0;
     std::uint32_t cursor = 0;
+    std::uint32_t component_order = 0;     ///< of a video window's pixels
+    std::uint32_t expansion = 0;           ///< of the video windows to the panel
+    std::uint32_t palette = 0;             ///< of a bitmap window
+    std::uint32_t attenuation = 0;         ///< of a bitmap window's colours
+    std::uint32_t attribute_fill = 0;      ///< what the attribute plane was last filled with
+};
+
+/// Settings of a video window that the driver keeps as one record.
+struct Frame_Video_Config {
+    std::uint32_t component_order = 0;  ///< 0 as R, G, B, 1 the other way round
+    std::uint32_t expansion = 0;        ///< 0 none
+};
+
+/// Settings of a bitmap window that the driver keeps as one record.
+struct Frame_Bitmap_Config {
+    std::uint32_t palette = 0;      ///< 0 the driver's own
+    std::uint32_t attenuation = 0;  ///< 0 full colours, 1 attenuated
 };
 
 /// Opens a device read and write; returns its descriptor, or -1.
@@ -57,5 +74,13 @@ int Frame_Set_Cursor(int device, std::uint32_t cursor);
 
 /// The layer's present state, as the display hardware has it.
 int Frame_Get_State(int device, Frame_State& state);
+
+int Frame_Get_Video_Config(int device, Frame_Video_Config& config);
+int Frame_Set_Video_Config(int device, const Frame_Video_Config& config);
+int Frame_Get_Bitmap_Config(int device, Frame_Bitmap_Config& config);
+int Frame_Set_Bitmap_Config(int device, const Frame_Bitmap_Config& config);
+
+/// Gives every pixel of the attribute plane one attribute, 0 to 15.
+int Frame_Fill_Attribute(int device, std::uint32_t attribute);
 
 }  // namespace platform

@@ -245,4 +245,46 @@ int Frame_Set_Cursor(int device, std::uint32_t cursor) {
     return Set_Field(device, offsetof(Frame_State, cursor), cursor);
 }
 
+int Frame_Get_Video_Config(int device, Frame_Video_Config& config) {
+    Frame_State state;
+    if (Frame_Get_State(device, state) != 0)
+        return -1;
+    config = {state.component_order, state.expansion};
+    return 0;
+}
+
+int Frame_Set_Video_Config(int device, const Frame_Video_Config& config) {
+    if (config.component_order > 1)
+        return Refuse(EINVAL);
+    return With_Frame(device, true, [&](Frame_Control& control) {
+        Store(control, offsetof(Frame_State, component_order), config.component_order);
+        Store(control, offsetof(Frame_State, expansion), config.expansion);
+        return 0;
+    });
+}
+
+int Frame_Get_Bitmap_Config(int device, Frame_Bitmap_Config& config) {
+    Frame_State state;
+    if (Frame_Get_State(device, state) != 0)
+        return -1;
+    config = {state.palette, state.attenuation};
+    return 0;
+}
+
+int Frame_Set_Bitmap_Config(int device, const Frame_Bitmap_Config& config) {
+    if (config.attenuation > 1)
+        return Refuse(EINVAL);
+    return With_Frame(device, true, [&](Frame_Control& control) {
+        Store(control, offsetof(Frame_State, palette), config.palette);
+        Store(control, offsetof(Frame_State, attenuation), config.attenuation);
+        return 0;
+    });
+}
+
+int Frame_Fill_Attribute(int device, std::uint32_t attribute) {
+    if (attribute > 15)
+        return Refuse(EINVAL);
+    return Set_Field(device, offsetof(Frame_State, attribute_fill), attribute);
+}
+
 }  // namespace platform

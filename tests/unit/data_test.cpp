@@ -11,6 +11,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -48,7 +49,7 @@ struct Word_List {
 
 /// Reads a word list with nothing forgiven: every separator, line end and section end must be where the format has it.
 class Strict_Reader {
-  public:
+public:
     explicit Strict_Reader(const std::string& bytes) {
         for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
             text_ += static_cast<char16_t>(static_cast<unsigned char>(bytes[i]) |
@@ -69,7 +70,7 @@ class Strict_Reader {
         return list;
     }
 
-  private:
+private:
     void Expect(std::u16string_view wanted) {
         good_ = good_ && text_.compare(place_, wanted.size(), wanted) == 0;
         place_ += wanted.size();
@@ -140,8 +141,7 @@ TEST(Word_List_Files, Hold_Their_Sections_In_Order) {
 
         ASSERT_FALSE(categories.empty());
         EXPECT_LT(categories.back().number, keys::cat_count);
-        for (std::size_t i = 1; i < categories.size(); ++i)
-            EXPECT_LT(categories[i - 1].number, categories[i].number);
+        for (std::size_t i = 1; i < categories.size(); ++i) EXPECT_LT(categories[i - 1].number, categories[i].number);
     }
 }
 
@@ -210,7 +210,7 @@ struct Ink {
 };
 
 class Word_Ink : public testing::Test {
-  protected:
+protected:
     void SetUp() override {
         ASSERT_EQ(FT_Init_FreeType(&library_), 0);
         ASSERT_EQ(FT_New_Face(library_, "/usr/share/fonts/truetype/liberation/LiberationSans-Bold.ttf", 0, &bold_), 0);
@@ -235,7 +235,7 @@ class Word_Ink : public testing::Test {
         return ink;
     }
 
-  private:
+private:
     FT_Library library_ = nullptr;
     FT_Face bold_ = nullptr, regular_ = nullptr;
 };
@@ -400,16 +400,136 @@ TEST(Picture_Files, Icons_Differ_And_Wear_Their_Colour) {
         for (const char* detector : {"NML", "PK+", "PK-", "SMP", "AVG", "QP"})
             check("ICON" + letter + "_" + detector + ".jpg", 34, 33, accents[trace]);
     }
-    for (const std::string what : {"LAN", "USB", "EXT", "RMT"}) {
+    for (const std::string what : {"LAN", "USB", "SD", "EXT", "RMT", "TG", "EMC", "SEQ", "AVG"}) {
         check(what + "_on.jpg", 38, 16, palette::pass);
         check(what + "_off.jpg", 38, 16, palette::label);
     }
+    for (const char* sign : {"SWP_cont", "SWP_single", "TRG_free", "TRG_video", "TRG_external", "TRG_line"})
+        check(std::string(sign) + ".jpg", 38, 16, palette::label);
+    for (const auto& [supply, colour] : std::map<std::string, Colour>{{"AC", palette::pass},
+                                                                      {"AC charge", palette::trace_a},
+                                                                      {"AC charge full", palette::pass},
+                                                                      {"bat 25", palette::attention},
+                                                                      {"bat 50", palette::label},
+                                                                      {"bat 75", palette::label},
+                                                                      {"bat 100", palette::label}})
+        check(supply + ".jpg", 38, 16, colour);
+    for (int number = 1; number <= 10; ++number) {
+        const std::string name = "MKR" + std::to_string(number) + ".jpg";
+        check("P" + name, 21, 22, palette::frame);
+        if (number > 6) continue;
+        check(name, 21, 22, palette::value);
+        check("D" + name, 21, 22, palette::value);
+    }
+    for (const auto& [kind, colour] : std::map<std::string, Colour>{{"folder", palette::trace_a},
+                                                                    {"up", palette::trace_a},
+                                                                    {"state", palette::label},
+                                                                    {"trace", palette::trace_a},
+                                                                    {"limit", palette::attention},
+                                                                    {"correction", palette::trace_b},
+                                                                    {"picture", palette::trace_d},
+                                                                    {"sequence", palette::trace_c},
+                                                                    {"table", palette::label},
+                                                                    {"recording", palette::label},
+                                                                    {"other", palette::label}})
+        check("file_" + kind + ".jpg", 20, 20, colour);
+    for (const char* drive : {"memory", "USB", "SD"})
+        check(std::string("drive_") + drive + ".jpg", 20, 20, palette::label);
     check("LXI.jpg", 34, 18, palette::pass);
     check("LXIG.jpg", 34, 18, palette::frame);
     check("Logo.jpg", 135, 21, palette::value);
     EXPECT_EQ(static_cast<int>(different.size()), icons) << "two icons are the same picture";
     for (const char* name : {"Logo.jpg", "LXI.jpg", "LXIG.jpg"})
         EXPECT_EQ(Contents(share + "/mtd14/" + name), Contents(share + "/nand/picture/" + name)) << name;
+}
+
+/// Share of a picture's pixels that have exactly one of the colours of flat drawing.
+double Flat(const Picture& picture) {
+    constexpr std::array flat{palette::ground, palette::bar, palette::grid, palette::frame, Colour{}};
+    int count = 0;
+    for (const Colour colour : flat) count += picture.Count(0, picture.height, colour, 0);
+    return static_cast<double>(count) / (picture.width * picture.height);
+}
+
+TEST(Picture_Files, Screen_Frames_And_Tables_Are_Flat_And_Have_Their_Sizes) {
+    struct Sized {
+        const char* name;
+        int width, height;
+    };
+    constexpr auto frames = std::to_array<Sized>({
+        {"partialmain", 654, 600},
+        {"upscreen", 601, 201},
+        {"downscreen", 601, 201},
+        {"uppergrid_screen", 601, 301},
+        {"uppergrid_screen_for_fsk", 601, 301},
+        {"spectrogram", 601, 451},
+        {"spectrogram_split", 601, 201},
+        {"topographic", 601, 451},
+        {"topographic_split", 601, 201},
+        {"acpr_table", 601, 143},
+        {"ocbwtable", 601, 143},
+        {"sem_table", 601, 143},
+        {"Peak_Table", 601, 143},
+        {"Marker_Table", 601, 143},
+        {"harmonic_table", 601, 143},
+        {"toi_table", 601, 143},
+        {"jitter_table", 601, 143},
+        {"ndb_table", 601, 68},
+        {"cnr_table", 601, 68},
+        {"cso_table", 601, 68},
+        {"ctb_table", 601, 68},
+        {"p1db_table", 601, 68},
+        {"chpower_table", 601, 68},
+        {"sequence", 600, 450},
+        {"powermeter", 655, 545},
+    });
+    // What a program goes on drawing in must be the palette's own colour; scales of colours take up to a fiftieth.
+    for (const auto& [name, width, height] : frames)
+        EXPECT_GT(Flat(Show(std::string(name) + ".jpg", width, height)), 0.93) << name;
+}
+
+TEST(Picture_Files, Graticules_Have_Their_Lines_Where_Traces_Are_Drawn) {
+    struct Graticule {
+        const char* name;
+        int height, first, rows, pitch;
+    };
+    constexpr auto graticules = std::to_array<Graticule>({{"upscreen", 201, 0, 201, 20},
+                                                          {"downscreen", 201, 0, 201, 20},
+                                                          {"uppergrid_screen", 301, 0, 301, 30},
+                                                          {"spectrogram", 451, 0, 251, 25},
+                                                          {"topographic", 451, 300, 151, 15}});
+    for (const auto& [name, height, first, rows, pitch] : graticules) {
+        const Picture picture = Show(std::string(name) + ".jpg", 601, height);
+        for (int row = 0; row < rows; ++row) {
+            // Between two vertical lines, left of any sign in a corner.
+            const Colour wanted = row == 0 || row == rows - 1 ? palette::frame
+                                  : row % pitch == 0          ? palette::grid
+                                                              : palette::ground;
+            ASSERT_LE(Picture::Distance(picture.At(30, first + row), wanted), 2) << name << ", row " << row;
+        }
+        for (int column = 0; column <= 600; ++column) {
+            const Colour wanted = column == 0 || column == 600 ? palette::frame
+                                  : column % 60 == 0           ? palette::grid
+                                                               : palette::ground;
+            ASSERT_LE(Picture::Distance(picture.At(column, first + rows - 2), wanted), 2)
+                << name << ", column " << column;
+        }
+    }
+}
+
+TEST(Picture_Files, Scales_Of_Colours_Run_Through_The_Palettes) {
+    for (const auto& [name, height, top] : {std::tuple{"spectrogram", 451, 256},
+                                            {"topographic", 451, 284},
+                                            {"spectrogram_split", 201, 6},
+                                            {"topographic_split", 201, 6}}) {
+        const Picture picture = Show(std::string(name) + ".jpg", 601, height);
+        constexpr std::array stops{palette::scale_least, palette::scale_low, palette::scale_middle, palette::scale_high,
+                                   palette::scale_most};
+        for (int i = 0; i < 5; ++i) {
+            const int x = std::clamp(100 + i * 100, 102, 498);
+            EXPECT_LE(Picture::Distance(picture.At(x, top + 4), stops[static_cast<std::size_t>(i)]), 8) << name << i;
+        }
+    }
 }
 
 }  // namespace

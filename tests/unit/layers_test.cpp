@@ -1,5 +1,8 @@
+#include <climits>
 #include <cstdio>
 #include <cstring>
+#include <limits>
+#include <vector>
 
 #include <jpeglib.h>
 
@@ -123,6 +126,158 @@ TEST_F(Layers, ControlsReachTheDisplay) {
     EXPECT_EQ(state.enabled, 0u) << "a layer that is opened is dark until it is shown";
 }
 
+/// A control and the request that it makes.
+struct Layer_Control {
+    const char* request;
+    void (*call)(const Frame_Descriptor&);
+};
+
+TEST_F(Layers, AFailingControlReportsItsRequestAndChangesNothing) {
+    constexpr std::array controls = std::to_array<Layer_Control>({
+        {"FBIO_ENABLE_DISABLE_WIN", [](const Frame_Descriptor& f) { fb_endisable_win(f, true); }},
+        {"FBIO_ENABLE_DISABLE_WIN", window_display},
+        {"FBIO_ENABLE_DISABLE_ATTRIBUTE_WIN", [](const Frame_Descriptor& f) { fb_endisable_att(f, true); }},
+        {"FBIO_SET_BITMAP_BLEND_FACTOR", [](const Frame_Descriptor& f) { fb_blend_set(f, 3); }},
+        {"FBIO_SETATTRIBUTE", [](const Frame_Descriptor& f) { fb_blend_setattr(f, 2); }},
+        {"FBIO_SETATTRIBUTE", [](const Frame_Descriptor& f) { fb_fillup_attribute(f, 7); }},
+        {"FBIO_SET_BACKG_COLOR", [](const Frame_Descriptor& f) { fb_backcolor_set(f, 0x112233); }},
+        {"FBIO_GET_VIDEO_CONFIG_PARAMS", [](const Frame_Descriptor& f) { fb_video_set(f, 1); }},
+        {"FBIO_GET_BITMAP_CONFIG_PARAMS", [](const Frame_Descriptor& f) { fb_bimp_set(f, 1); }},
+        {"FBIO_SET_BLINK_INTERVAL", [](const Frame_Descriptor& f) { fb_getset_blink(f, 5); }},
+        {"FBIO_SET_CURSOR", [](const Frame_Descriptor& f) { fb_set_cursor(f, 6); }},
+        {"FBIO_SETPOSX", [](const Frame_Descriptor& f) { fb_win_position(f, 8, 9); }},
+        {"FBIO_SETZOOM", [](const Frame_Descriptor& f) { fb_win_zoom(f, 2, 3); }},
+    });
+    const auto said = [](auto call) {
+        testing::internal::CaptureStderr();
+        call();
+        return testing::internal::GetCapturedStderr();
+    };
+    Frame_Descriptor gone = fbOsd0;
+    gone.device = -1;
+    for (const auto& control : controls) {
+        const std::string text = said([&] { control.call(gone); });
+        EXPECT_TRUE(text.starts_with(std::string(control.request) + ": ")) << text;
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 1) << text;
+    }
+    for (const auto& control : controls) EXPECT_EQ(said([&] { control.call(fbOsd0); }), "") << control.request;
+    platform::Frame_State set;
+    ASSERT_EQ(platform::Frame_Get_State(fbOsd0.device, set), 0);
+    EXPECT_EQ(set.enabled & set.attribute_enabled & set.component_order & set.attenuation, 1u);
+    EXPECT_EQ((std::array{set.blend_factor, set.attribute, set.attribute_fill, set.background, set.blink, set.cursor,
+                          set.zoom_x, set.zoom_y}),
+              (std::array<std::uint32_t, 8>{3, 2, 7, 0x112233, 5, 6, 2, 3}));
+    EXPECT_EQ(set.x + set.y, 17);
+
+    // What the driver refuses leaves what was set before.
+    EXPECT_TRUE(said([] { fb_blend_set(fbOsd0, 8); }).starts_with("FBIO_SET_BITMAP_BLEND_FACTOR: "));
+    EXPECT_TRUE(said([] { fb_win_zoom(fbOsd0, 4, 0); }).starts_with("FBIO_SETZOOM: "));
+    EXPECT_TRUE(said([] { fb_video_set(fbOsd0, 2); }).starts_with("FBIO_SET_VIDEO_CONFIG_PARAMS: "));
+    EXPECT_TRUE(said([] { fb_bimp_set(fbOsd0, 2); }).starts_with("FBIO_SET_BITMAP_CONFIG_PARAMS: "));
+    EXPECT_TRUE(said([] { fb_fillup_attribute(fbOsd0, 16); }).starts_with("FBIO_SETATTRIBUTE: "));
+    platform::Frame_State after;
+    ASSERT_EQ(platform::Frame_Get_State(fbOsd0.device, after), 0);
+    EXPECT_EQ(std::memcmp(&set, &after, sizeof set), 0);
+}
+
+TEST_F(Layers, FreeingALayerGivesItsReplacedMappingsBackToo) {
+    const auto mappings = [] {
+        std::ifstream maps("/proc/self/maps");
+        const std::string device = platform::Rooted("/dev/fb/0");
+        int count = 0;
+        for (std::string line; std::getline(maps, line);)
+            count += line.ends_with(device) || line.find(device + " ") != line.npos;
+        return count;
+    };
+    fb_init(fbOsd0, "/dev/fb/0", 800, 600, 16);
+    fb_init(fbOsd0, "/dev/fb/0", 800, 600, 16);
+    EXPECT_EQ(mappings(), 3);
+    fb_free(fbOsd0);
+    EXPECT_EQ(mappings(), 0);
+    EXPECT_EQ(fbOsd0.memory, nullptr);
+    fb_free(fbOsd0);
+}
+
+/// Layers on the heap, with guard bytes on both sides of their memory and at the end of each line.
+class Guarded_Layer {
+public:
+    static constexpr std::uint32_t width = 40, height = 30;
+    explicit Guarded_Layer(std::uint32_t bits) {
+        line_ = width * bits / 8 + guard;
+        bytes_.assign(guard + line_ * height, mark);
+        for (std::uint32_t y = 0; y < height; ++y)
+            std::fill_n(bytes_.begin() + guard + y * line_, line_ - guard, std::byte{});
+        back_ = bytes_;
+        layer = {.memory = bytes_.data() + guard,
+                 .back = back_.data() + guard,
+                 .width = width,
+                 .height = height,
+                 .bits = bits,
+                 .line = line_,
+                 .size = line_ * height};
+    }
+    bool Whole() const {
+        for (const auto* bytes : {&bytes_, &back_}) {
+            for (std::uint32_t y = 0; y <= height; ++y) {
+                const auto first = bytes->begin() + y * line_;
+                if (!std::all_of(first, first + guard, [](std::byte b) { return b == mark; })) return false;
+            }
+        }
+        return true;
+    }
+    Frame_Descriptor layer;
+
+private:
+    static constexpr std::uint32_t guard = 64;
+    static constexpr std::byte mark{0xa5};
+    std::uint32_t line_ = 0;
+    std::vector<std::byte> bytes_, back_;
+};
+
+TEST(Drawing, NothingIsWrittenOutsideALayer) {
+    constexpr int lowest = std::numeric_limits<int>::min(), highest = std::numeric_limits<int>::max();
+    constexpr std::array places{lowest, lowest + 1, -45, -1, 0, 1, 29, 39, 40, highest - 1, highest};
+    constexpr int side = 41;
+    const std::vector<std::uint8_t> mask(side * side, 200), picture(side * side * 3, 77);
+    const Colour fg{200, 100, 50}, bg{1, 2, 3};
+    for (const std::uint32_t bits : {16u, 24u}) {
+        Guarded_Layer guarded(bits);
+        const Frame_Descriptor& layer = guarded.layer;
+        for (const int x : places) {
+            for (const int y : places) {
+                for (const int extent : places) {
+                    const display::Rect area{x, y, extent, extent};
+                    display::Fill(layer, area, fg);
+                    display::Frame(layer, area, fg);
+                    display::Keep(layer, area);
+                    display::Clear(layer, area);
+                    display::Restore(layer, area);
+                    draw_bitmap(mask, fg, bg, x, y, side, extent, layer, extent);
+                    draw_bitmap(mask, fg, bg, x, y, extent, side, layer, highest);
+                    draw_bitmap_over(mask, fg, x, y, extent, extent, layer);
+                }
+                display::Copy_Picture(layer, picture.data(), x, y, side, side);
+                display::Draw_Field(layer, {x, y, highest, highest}, y, "text", {.colour = fg, .ground = bg},
+                                    display::Align::right);
+                display::Draw_Text_Over(layer, {x, y, x, y}, x, "text", {.colour = fg, .ground = bg},
+                                        display::Align::centre);
+            }
+        }
+        EXPECT_TRUE(guarded.Whole()) << bits;
+    }
+}
+
+TEST(Drawing, AFrameHasAllItsEdgesAndNoOther) {
+    Guarded_Layer guarded(24);
+    display::Frame(guarded.layer, {2, 3, 5, 4}, {255, 255, 255});
+    display::Frame(guarded.layer, {20, 20, 0, 4}, {255, 255, 255});
+    int set = 0;
+    for (std::uint32_t y = 0; y < guarded.height; ++y)
+        for (std::uint32_t x = 0; x < guarded.width; ++x)
+            set += guarded.layer.memory[y * guarded.layer.line + x * 3] != std::byte{};
+    EXPECT_EQ(set, 2 * 5 + 2 * 2);
+}
+
 TEST_F(Layers, ColoursTurnIntoYCbCr) {
     std::array<std::uint32_t, 4> plane{};
     RGB_YCbCr(plane.data(), 2, 2, 1, 1, {255, 0, 0});
@@ -162,15 +317,30 @@ TEST_F(Layers, DamagedPicturesNeverDoHarm) {
     root.Write("/mnt/nand/picture/key_off.jpg", good);
     Show_Picture_File("key_off.jpg", 20, 60, 790, 590, fbVid0);
     EXPECT_EQ(Video(799, 599), (Colour{200, 200, 200}));
+    EXPECT_EQ(Video(789, 599), Colour{});
+    display::Fill(fbVid0, {0, 0, 100, 100}, {1, 2, 3});
+    Show_Picture_File("key_off.jpg", 60, 60, 0, 0, fbVid0);
+    EXPECT_EQ(Video(39, 29), (Colour{200, 200, 200}));
+    EXPECT_EQ(Video(40, 29), (Colour{1, 2, 3})) << "a picture smaller than its place draws what it has";
+    EXPECT_EQ(Video(39, 30), (Colour{1, 2, 3}));
+    for (const int place : {INT_MIN, -39, 799, INT_MAX}) Show_Picture_File("key_off.jpg", 40, 30, place, place, fbVid0);
+
     testing::internal::CaptureStderr();
-    for (std::size_t cut = 0; cut < good.size(); cut += 7) {
+    display::Fill(fbVid0, {0, 0, 100, 100}, {1, 2, 3});
+    Show_Picture_File("key_off.jpg", INT_MAX, INT_MAX, 0, 0, fbVid0);
+    Show_Picture_File("key_off.jpg", 40, -1, 0, 0, fbVid0);
+    for (std::size_t cut = 0; cut + 1 < good.size(); cut += 7) {
         root.Write("/mnt/nand/picture/key_off.jpg", good.substr(0, cut));
         Show_Picture_File("key_off.jpg", 40, 30, 0, 0, fbVid0);
+        EXPECT_EQ(Video(5, 5), (Colour{1, 2, 3})) << "a file of " << cut << " bytes was drawn";
         std::string flipped = good;
         flipped[cut] = static_cast<char>(~flipped[cut]);
         root.Write("/mnt/nand/picture/key_off.jpg", flipped);
-        Show_Picture_File("key_off.jpg", 40, 30, 0, 0, fbVid0);
+        Show_Picture_File("key_off.jpg", 40, 30, 0, 50, fbVid0);
     }
+    root.Write("/mnt/nand/picture/key_off.jpg", Jpeg(2049, 8));
+    Show_Picture_File("key_off.jpg", 40, 30, 0, 0, fbVid0);
+    EXPECT_EQ(Video(5, 5), (Colour{1, 2, 3})) << "beyond the longest side";
     Show_Picture_File("none.jpg", 40, 30, 0, 0, fbVid0);
     Show_Picture(99, 40, 30, 0, 0, target_video0);
     const std::string said = testing::internal::GetCapturedStderr();

@@ -1,0 +1,164 @@
+// Known things drawn on the virtual frame buffers, composed as the front panel does, against reference pictures.
+
+#include <cmath>
+#include <cstdio>
+
+#include "display/draw.h"
+#include "display/pictures.h"
+#include "display/text.h"
+#include "keys/soft_keys.h"
+#include "keys/status_blocks.h"
+#include "keys/words.h"
+#include "palette.h"
+#include "records/freqs.h"
+#include "records/sweep.h"
+#include "records/sys.h"
+#include "tests/screens/reference.h"
+#include "tests/unit/records_fixture.h"
+#include "trace/plot.h"
+#include "virtual_board/devices.h"
+#include "virtual_board/seed.h"
+
+namespace {
+
+using screen_tests::Expect_Screen;
+
+/// A root as a new instrument has it, its layers shown, its faces loaded, the background drawn.
+class Screens : public Records {
+protected:
+    void SetUp() override {
+        Records::SetUp();
+        virtual_board::Seed_Root(KVA720_SHARE, "KVA7230");
+        virtual_board::Make_Frame_Devices();
+        fb_init(fbOsd0, "/dev/fb/0", screen_width, screen_height, 16);
+        fb_init(fbVid0, "/dev/fb/1", screen_width, screen_height, 24);
+        ASSERT_EQ(FT_Init_FreeType(&library), 0);
+        ASSERT_EQ(load_font_face(face_bold, library, pFTFaceARIABOLD), 0);
+        ASSERT_EQ(load_font_face(face_regular, library, pFTFaceARIA), 0);
+        ASSERT_EQ(load_font_face(face_seven_segment, library, pFTFaceNI7SEG), 0);
+        bottom_init(fbVid0);
+        Show_Picture(picture_background, screen_width, screen_height, 0, 0, target_video0);
+        window_display(fbVid0);
+        window_display(fbOsd0);
+    }
+    void TearDown() override {
+        fb_free(fbOsd0);
+        fb_free(fbVid0);
+        virtual_board::Remove_Frame_Devices();
+        FT_Done_FreeType(library);
+        pFTFaceARIABOLD = pFTFaceARIA = pFTFaceNI7SEG = nullptr;
+        Records::TearDown();
+    }
+    FT_Library library = nullptr;
+};
+
+/// A page with all that a key can look like: plain, highlighted, greyed, with a value, with choices, without function.
+Menu_Page Example_Page() {
+    Menu_Page page;
+    page.title = En(keys::enFrequencyBig);
+    page.label = {En(keys::enCenterFreq), En(keys::enStartFreq),  En(keys::enStopFreq),
+                  En(keys::enCFStep),     En(keys::enFreqOffset), nullptr,
+                  En(keys::enRefLevel)};
+    page.disabled[2] = 1;
+    page.highlight = 1;
+    page.face = [](int key, Key_Face& face) {
+        if (key == 1) std::snprintf(face.value.data(), face.value.size(), "1.234 567 89 GHz");
+        if (key == 3) face = {.value = {"2.000 MHz"}, .choice = {keys::selectAuto, keys::selectMan}, .chosen = 1};
+    };
+    return page;
+}
+
+TEST_F(Screens, SoftKeys) {
+    parse_txt_file(Word_List_Path(0));
+    const Menu_Page page = Example_Page();
+    hardware_key(page, true, fbVid0);
+    Expect_Screen("soft_keys");
+}
+
+TEST_F(Screens, SoftKeysInJapanese) {
+    parse_txt_file(Word_List_Path(static_cast<int>(Language_Choice::japanese)));
+    const Menu_Page page = Example_Page();
+    hardware_key(page, true, fbVid0);
+    Expect_Screen("soft_keys_japanese");
+}
+
+/// A carrier with skirts over a slope, and a stored trace below it.
+void Draw_Example_Traces() {
+    Trace_Record& record = Trace_Data[0];
+    record.mode = {trace_clear_write, trace_view, trace_blank, trace_blank};
+    for (std::size_t point = 0; point < trace_points; ++point) {
+        const double offset = (static_cast<double>(point) - 200) / 6;
+        record.rows[0][point] = static_cast<std::uint16_t>(440 - 300 / (1 + offset * offset) - point / 20);
+        record.rows[1][point] = static_cast<std::uint16_t>(470 + 10 * std::sin(static_cast<double>(point) / 15));
+    }
+    Ext_Frame();
+}
+
+TEST_F(Screens, GraticuleWithTraces) {
+    Draw_Example_Traces();
+    Expect_Screen("graticule");
+    // Sweeps that go over it point by point leave nothing of what was there.
+    const screen_tests::Screen before = screen_tests::Composed();
+    Trace_Record& record = Trace_Data[0];
+    const Trace_Rows rows = record.rows;
+    for (std::size_t point = 0; point < trace_points; ++point) {
+        record.rows[0][point] = static_cast<std::uint16_t>(58 + point * 450 / 600);
+        record.rows[1][point] = 100;
+        Trace_plot_line(record, static_cast<int>(point));
+    }
+    EXPECT_GT(screen_tests::Differing_Pixels(screen_tests::Composed(), before), trace_points);
+    record.rows = rows;
+    for (int point = 0; point < trace_points; ++point) Trace_plot_line(record, point);
+    Expect_Screen("graticule");
+}
+
+TEST_F(Screens, StatusBlocksAndClock) {
+    parse_txt_file(Word_List_Path(0));
+    System_Information_Data.model = "KVA7230";
+    Freqs.center[0] = 433.92e6;
+    Freqs.span[0] = 2e6;
+    Sweep_Data.single = 1;
+    Sweep_Data.time[0] = 0.0359;
+    mode_str_init();
+    Show_Picture(picture_logo, 135, 21, 2, 2, target_video0);
+    Draw_Model();
+    Draw_Sweep_State();
+    Draw_Status_Blocks();
+    Draw_Average_Count(12);
+    Draw_Clock();
+    const screen_tests::Screen before = screen_tests::Composed();
+    platform::Step_Clock(std::chrono::hours(10) + std::chrono::seconds(55));
+    Draw_Clock();
+    Expect_Screen("status");
+    EXPECT_GT(screen_tests::Differing_Pixels(screen_tests::Composed(), before), screen_tests::pixel_tolerance / 4);
+}
+
+TEST_F(Screens, SplitScreenWithMarkersAndIcons) {
+    Show_Picture_File("upscreen.jpg", 601, 201, 10, 58, fbVid0);
+    Show_Picture_File("topographic_split.jpg", 601, 201, 10, 332, fbVid0);
+    constexpr std::array markers{"MKR1.jpg", "MKR6.jpg", "DMKR2.jpg", "PMKR10.jpg"};
+    constexpr std::array icons{"LAN_on.jpg",    "SD_off.jpg",    "SWP_cont.jpg",
+                               "TRG_video.jpg", "AC charge.jpg", "bat 25.jpg"};
+    int x = 60;
+    for (const char* marker : markers) Show_Picture_File(marker, 21, 22, std::exchange(x, x + 90), 100, fbVid0);
+    x = 330;
+    for (const char* icon : icons) Show_Picture_File(icon, 38, 16, std::exchange(x, x + 44), 4, fbVid0);
+    Show_Picture_File("tr_AMAX.jpg", 34, 18, 618, 105, fbVid0);
+    Show_Picture_File("ICONA_PK+.jpg", 34, 33, 618, 123, fbVid0);
+    Expect_Screen("split_screen");
+}
+
+TEST_F(Screens, MeasurementWithResults) {
+    Show_Picture_File("uppergrid_screen.jpg", 601, 301, 10, 58, fbVid0);
+    Show_Picture_File("ocbwtable.jpg", 601, 143, 10, 366, fbVid0);
+    display::Draw_Field(fbOsd0, {22, 370, 180, 18}, 14, "Occupied bandwidth",
+                        {face_regular, 12, display::palette::label, display::palette::bar});
+    display::Draw_Field(fbOsd0, {22, 396, 180, 34}, 28, "3.842 MHz",
+                        {face_bold, 20, display::palette::value, display::palette::bar});
+    display::Draw_Field(fbOsd0, {225, 396, 180, 34}, 28, "-110.4",
+                        {face_seven_segment, 24, display::palette::trace_a, display::palette::bar},
+                        display::Align::right);
+    Expect_Screen("measurement");
+}
+
+}  // namespace
