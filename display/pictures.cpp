@@ -116,7 +116,7 @@ std::FILE* Open_Picture(std::string_view name) {
 
 bool Load(std::string_view name, Canvas& canvas, std::size_t room) {
     const bool sized = canvas.width > 0 && canvas.height > 0 &&
-                       static_cast<std::size_t>(canvas.width) * static_cast<std::size_t>(canvas.height) <= room / 3;
+                       static_cast<std::size_t>(canvas.height) <= room / 3 / static_cast<std::size_t>(canvas.width);
     if (!sized) {
         std::fprintf(stderr, "picture %.*s has no size of %d by %d\n", static_cast<int>(name.size()), name.data(),
                      canvas.width, canvas.height);

@@ -46,7 +46,7 @@ bool Sleep_Real(Duration time) {
         const auto left = std::chrono::duration_cast<Duration>(end - std::chrono::steady_clock::now());
         if (left <= Duration::zero())
             return true;
-        const timespec limit{.tv_sec = left.count() / 1'000'000'000, .tv_nsec = left.count() % 1'000'000'000};
+        const timespec limit{.tv_sec = left.count() / 1'000'000'000, .tv_nsec = static_cast<long>(left.count() % 1'000'000'000)};
         pollfd stop{Stop_Fd(), POLLIN, 0};
         ::ppoll(&stop, 1, &limit, nullptr);
     }

@@ -16,6 +16,7 @@ int Open_Fpga_Int(const char* device) {
 }
 
 std::optional<std::uint8_t> Read_Fpga_Event(int device) {
+    if (device < 0) return std::nullopt;
     while (Wait_Ready(device, POLLIN)) {
         std::uint8_t event = 0;
         const auto size = ::recv(device, &event, 1, 0);

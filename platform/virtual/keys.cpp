@@ -16,6 +16,7 @@ int Open_Key_Device(const char* device) {
 }
 
 std::optional<std::uint8_t> Read_Key(int device) {
+    if (device < 0) return std::nullopt;
     while (Wait_Ready(device, POLLIN)) {
         std::uint8_t key = 0;
         const auto size = ::read(device, &key, 1);
