@@ -36,9 +36,7 @@ int To_Int(double value, int low, int high) {
 }
 
 /// Linear voltage of a level, as zero-span samples are given: 20 log10(v) + 10 is dBm.
-double Zero_Span_Volts(double dbm) {
-    return std::pow(10.0, 0.05 * (dbm - 10.0));
-}
+double Zero_Span_Volts(double dbm) { return std::pow(10.0, 0.05 * (dbm - 10.0)); }
 
 /// Simulated time moved on by some sweeps; it starts again at 0 after 36 years, which fast sweeps can reach.
 std::int64_t Moved_On(std::int64_t input_ns, std::int64_t sweeps, std::int64_t sweep_ns) {
@@ -54,11 +52,11 @@ void Store_Sample(std::span<double> memory, std::size_t element, double value) {
 }  // namespace
 
 std::optional<Sweep_Settings> Parse_Sweep_Message(std::span<const double> message) {
-    constexpr std::array needed = {
-        platform::sweep_center,    platform::sweep_start,     platform::sweep_stop, platform::sweep_span,
-        platform::sweep_rbw_index, platform::sweep_vbw_index, platform::sweep_time, platform::sweep_attenuation,
-        platform::sweep_fft,       platform::sweep_points,    platform::sweep_steps, platform::sweep_preamplifier,
-        platform::sweep_emi};
+    constexpr std::array needed = {platform::sweep_center, platform::sweep_start,       platform::sweep_stop,
+                                   platform::sweep_span,   platform::sweep_rbw_index,   platform::sweep_vbw_index,
+                                   platform::sweep_time,   platform::sweep_attenuation, platform::sweep_fft,
+                                   platform::sweep_points, platform::sweep_steps,       platform::sweep_preamplifier,
+                                   platform::sweep_emi};
     for (const std::size_t element : needed) {
         if (element >= message.size() || !std::isfinite(message[element])) {
             return std::nullopt;
@@ -78,7 +76,8 @@ std::optional<Sweep_Settings> Parse_Sweep_Message(std::span<const double> messag
         s.start_hz = center - 0.5 * span;
         s.stop_hz = center + 0.5 * span;
     }
-    s.rbw_hz = Rbw_Hertz(To_Int(message[platform::sweep_rbw_index], -1, 100), message[platform::sweep_emi] == 1.0);
+    s.emi = message[platform::sweep_emi] == 1.0;
+    s.rbw_hz = Rbw_Hertz(To_Int(message[platform::sweep_rbw_index], -1, 100), s.emi);
     s.vbw_hz = Vbw_Hertz(To_Int(message[platform::sweep_vbw_index], -1, 100));
     const double time_s = std::clamp(message[platform::sweep_time], shortest_sweep_s, longest_sweep_s);
     s.time_ns = std::llround(time_s * 1e9);
@@ -109,9 +108,7 @@ void Core::Handle_Message(std::span<const double> message) {
     }
     const bool has_value = message.size() > 1 && std::isfinite(message[1]);
     switch (To_Int(message[0], -1, 1000)) {
-        case platform::code_sweep:
-            Take_Settings(message);
-            break;
+        case platform::code_sweep: Take_Settings(message); break;
         case platform::code_single_sweep:
             if (!has_value) {
                 return;
@@ -125,8 +122,7 @@ void Core::Handle_Message(std::span<const double> message) {
                 Restart();
             }
             break;
-        default:
-            break;
+        default: break;
     }
 }
 
@@ -161,9 +157,7 @@ void Core::Restart() {
     receiver.Begin_Sweep(sweep_input_ns);
 }
 
-std::int64_t Core::Sweep_Clock_Ns() const {
-    return options.fast ? fast_sweep_ns : receiver.Settings().time_ns;
-}
+std::int64_t Core::Sweep_Clock_Ns() const { return options.fast ? fast_sweep_ns : receiver.Settings().time_ns; }
 
 /// Clock at which a point of the present sweep is complete.
 std::int64_t Core::Due_Ns(int of_point) const {
@@ -208,6 +202,8 @@ void Core::Write_Point() {
     store(platform::negative_peak_samples, values.negative);
     store(platform::sample_samples, values.sample);
     store(platform::average_samples, values.average);
+    store(platform::quasi_peak_samples, values.quasi_peak);
+    store(platform::emi_average_samples, values.emi_average);
     written = (written + 1) % platform::sample_counter_end;
     platform::Store_Element(memory.data(), platform::written_count, written);
     point++;

@@ -5,24 +5,23 @@
 #include <cmath>
 #include <utility>
 
+#include "virtual_board/random.h"
 #include "virtual_board/resolution_filter.h"
 
 namespace virtual_board {
 
 namespace {
 
-constexpr double bins_per_rbw = 8.0;  ///< a carrier between two bins loses 0.05 dB
+constexpr double bins_per_rbw = 8.0;             ///< a carrier between two bins loses 0.05 dB
 constexpr std::int64_t bins_per_noise_step = 4;  ///< the noise's density is looked up anew after so many bins
-constexpr double most_rate_rbw = 8192.0;  ///< widest segment's rate over the RBW: transforms of 65536
+constexpr double most_rate_rbw = 8192.0;         ///< widest segment's rate over the RBW: transforms of 65536
 constexpr double oversampling = 1.5;
 constexpr std::size_t longest_transform = 1 << 17;
 constexpr double most_segments = 1024.0;
 constexpr std::size_t most_kept_samples = 1 << 24;
 constexpr double least_rate_rbw = 40.0;  ///< of a recording
 
-double Widest(double rate_hz, double rbw_hz) {
-    return rate_hz / oversampling - 2.0 * filter_reach * rbw_hz;
-}
+double Widest(double rate_hz, double rbw_hz) { return rate_hz / oversampling - 2.0 * filter_reach * rbw_hz; }
 
 }  // namespace
 
@@ -75,6 +74,8 @@ void Fft_Analysis::Configure(const Front_End& with) {
             segments[i].zoomed = std::move(old[i].zoomed);
         }
     }
+    video_map = Video_Map(s.vbw_hz, s.rbw_hz);
+    weighting = Weighting_Of(0.5 * (s.start_hz + s.stop_hz), s.rbw_hz, s.emi);
     points.resize(static_cast<std::size_t>(s.points));
     rate_hz = 0.0;
 }
@@ -103,7 +104,7 @@ Point_Values Fft_Analysis::Measure(int point) {
         Analyse(segments[next_segment], next_segment);
         next_segment++;
     }
-    return points[static_cast<std::size_t>(point)].Values();
+    return points[static_cast<std::size_t>(point)].Values(weighting);
 }
 
 /// Prepares window, transform and buffers for a sample rate.
@@ -183,17 +184,17 @@ void Fft_Analysis::Add_Recording(const Iq_Loop& loop, std::int64_t time_ns) {
         at = at + 1 < loop.Size() ? at + 1 : 0;
     }
     fft->Transform(frame, signal);
+    const float scale = static_cast<float>(front_end.gain) / sum;
     for (std::complex<float>& bin : signal) {
-        bin /= sum;
+        bin *= scale;
     }
 }
 
 void Fft_Analysis::Add_Lines(double center_hz, const Segment& segment, std::int64_t time_ns) {
     const double reach = filter_reach * rbw_hz;
     const auto length = static_cast<std::int64_t>(fft->Length());
-    const auto add = [&](const Line& line) {
-        const double offset = line.frequency_hz - center_hz;
-        const std::complex<double> value = line.At(time_ns);
+    const auto add = [&](double frequency_hz, std::complex<double> value) {
+        const double offset = frequency_hz - center_hz;
         const auto first = std::max(-length / 2, static_cast<std::int64_t>(std::ceil((offset - reach) / bin_hz)));
         const auto last = std::min(length / 2 - 1, static_cast<std::int64_t>(std::floor((offset + reach) / bin_hz)));
         for (std::int64_t bin = first; bin <= last; bin++) {
@@ -201,11 +202,19 @@ void Fft_Analysis::Add_Lines(double center_hz, const Segment& segment, std::int6
             signal[static_cast<std::size_t>((bin + length) % length)] += std::complex<float>(value * response);
         }
     };
-    for (const Line& line : Lines_Between(*front_end.input, segment.low_hz - reach, segment.high_hz + reach)) {
-        add(line);
+    const double low = segment.low_hz - reach;
+    const double high = segment.high_hz + reach;
+    for (const Line& line : Lines_Between(front_end.input->lines, low, high)) {
+        add(line.frequency_hz, front_end.gain * line.At(time_ns));
     }
-    if (segment.low_hz < reach && segment.high_hz > -reach) {
-        add(front_end.Feedthrough());
+    for (const Line& line : Lines_Between(front_end.own_lines, low, high)) {
+        add(line.frequency_hz, line.At(time_ns));
+    }
+    for (const Drifting_Line& line : front_end.input->drifting) {
+        const double frequency = line.Frequency(time_ns);
+        if (frequency > low && frequency < high) {
+            add(frequency, front_end.gain * line.At(time_ns));
+        }
     }
 }
 
@@ -262,7 +271,7 @@ void Fft_Analysis::Detect(const Segment& segment, double center_hz, double indep
             if (video_values > 1.0) {
                 points[static_cast<std::size_t>(p)].Add_Filtered(value, independent, Quieted_Dbm(value, video_values));
             } else {
-                points[static_cast<std::size_t>(p)].Add(value, independent);
+                points[static_cast<std::size_t>(p)].Add(value, independent, video_map);
             }
         }
     }

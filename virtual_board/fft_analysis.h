@@ -4,9 +4,10 @@
 #include <optional>
 #include <vector>
 
+#include "virtual_board/detectors.h"
 #include "virtual_board/fft.h"
+#include "virtual_board/front_end.h"
 #include "virtual_board/iq_loop.h"
-#include "virtual_board/receiver.h"
 
 namespace virtual_board {
 
@@ -40,9 +41,11 @@ private:
     void Detect(const Segment& segment, double center_hz, double independent);
 
     Front_End front_end;
-    double rbw_hz = 1.0;          ///< of the filter in use
-    double noise_scale = 1.0;     ///< of the noise power, where rbw_hz is wider than the one set
-    double video_values = 1.0;    ///< independent values that the video filter joins
+    double rbw_hz = 1.0;        ///< of the filter in use
+    double noise_scale = 1.0;   ///< of the noise power, where rbw_hz is wider than the one set
+    double video_values = 1.0;  ///< independent values that the video filter joins
+    Video_Map video_map{1e6, 1e6};
+    Weighting weighting{};
     double low_edge_hz = 0.0, point_width_hz = 0.0;
     std::vector<Segment> segments;
     std::vector<Point_Detector> points;

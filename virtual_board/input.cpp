@@ -46,6 +46,27 @@ Line Make_Line(double frequency_hz, double amplitude, double phase_rad) {
             .phase_step = Turns_To_Phase(frequency_hz * 1e-9)};
 }
 
+double Drifting_Line::Frequency(std::int64_t time_ns) const {
+    const double angle = 2.0 * M_PI * std::fmod(static_cast<double>(time_ns) * 1e-9, period_s) / period_s;
+    return frequency_hz + 0.5 * range_hz * std::sin(angle);
+}
+
+std::complex<double> Drifting_Line::At(std::int64_t time_ns) const {
+    const double angle = 2.0 * M_PI * std::fmod(static_cast<double>(time_ns) * 1e-9, period_s) / period_s;
+    const double turns = 0.5 * range_hz * period_s / (2.0 * M_PI) * (1.0 - std::cos(angle));
+    return amplitude * Unit_Phasor(phase + phase_step * static_cast<std::uint64_t>(time_ns) + Turns_To_Phase(turns));
+}
+
+Drifting_Line Make_Drifting_Line(double frequency_hz, double amplitude, double range_hz, double period_s,
+                                 double phase_rad) {
+    return {.frequency_hz = frequency_hz,
+            .amplitude = amplitude,
+            .range_hz = range_hz,
+            .period_s = period_s,
+            .phase = Turns_To_Phase(phase_rad / (2.0 * M_PI)),
+            .phase_step = Turns_To_Phase(frequency_hz * 1e-9)};
+}
+
 double Noise_Band::Power_Through(double frequency_hz, double rbw_hz) const {
     const double low = center_hz - 0.5 * bandwidth_hz - frequency_hz;
     const double high = center_hz + 0.5 * bandwidth_hz - frequency_hz;
@@ -58,22 +79,16 @@ double Noise_Band::Power_Through(double frequency_hz, double rbw_hz) const {
     return power_mw / bandwidth_hz * passed;
 }
 
-void Sort_Lines(Input& input) {
-    std::ranges::stable_sort(input.lines, {}, &Line::frequency_hz);
-}
+void Sort_Lines(Input& input) { std::ranges::stable_sort(input.lines, {}, &Line::frequency_hz); }
 
-std::span<const Line> Lines_Between(const Input& input, double low_hz, double high_hz) {
-    const auto first = std::ranges::lower_bound(input.lines, low_hz, {}, &Line::frequency_hz);
-    const auto last = std::ranges::upper_bound(first, input.lines.end(), high_hz, {}, &Line::frequency_hz);
+std::span<const Line> Lines_Between(std::span<const Line> lines, double low_hz, double high_hz) {
+    const auto first = std::ranges::lower_bound(lines, low_hz, {}, &Line::frequency_hz);
+    const auto last = std::ranges::upper_bound(first, lines.end(), high_hz, {}, &Line::frequency_hz);
     return {first, last};
 }
 
-double To_Milliwatts(double dbm) {
-    return std::pow(10.0, 0.1 * dbm);
-}
+double To_Milliwatts(double dbm) { return std::pow(10.0, 0.1 * dbm); }
 
-double To_Dbm(double milliwatts) {
-    return milliwatts > 1e-40 ? 10.0 * std::log10(milliwatts) : -400.0;
-}
+double To_Dbm(double milliwatts) { return milliwatts > 1e-40 ? 10.0 * std::log10(milliwatts) : -400.0; }
 
 }  // namespace virtual_board

@@ -1,8 +1,11 @@
 #include "virtual_board/modulation.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <complex>
+
+#include "virtual_board/fft.h"
 
 namespace virtual_board {
 
@@ -64,12 +67,60 @@ std::vector<Line> Keyed_Carrier(double frequency_hz, double level_dbm, double pe
         for (const On_Time& stretch : on) {
             const double x = M_PI * f * stretch.length;
             const double sinc = x == 0.0 ? 1.0 : std::sin(x) / x;
-            sum += std::polar(stretch.length / period_s * sinc,
-                              -2.0 * M_PI * f * (stretch.start + 0.5 * stretch.length));
+            sum +=
+                std::polar(stretch.length / period_s * sinc, -2.0 * M_PI * f * (stretch.start + 0.5 * stretch.length));
         }
         sum *= std::exp(-0.5 * (2.0 * M_PI * f * sigma) * (2.0 * M_PI * f * sigma));
         if (std::abs(sum) > least_part) {
             lines.push_back(Make_Line(frequency_hz + f, amplitude * std::abs(sum), phase_rad + std::arg(sum)));
+        }
+    }
+    return lines;
+}
+
+std::vector<Line> Frequency_Keyed_Carrier(double frequency_hz, double level_dbm, double deviation_hz,
+                                          const std::vector<bool>& bits, double bit_s, double rise_s,
+                                          double phase_rad) {
+    constexpr double least_keyed_part = 3e-4;  ///< -70 dB, far below the phase noise of such a carrier
+    constexpr double samples_per_turn = 32.0;
+    const auto wanted = static_cast<std::size_t>(samples_per_turn * deviation_hz * bit_s);
+    const std::size_t per_bit = std::bit_ceil(std::max<std::size_t>(64, wanted));
+    const std::size_t length = per_bit * bits.size();
+    const double step_s = bit_s / static_cast<double>(per_bit);
+    const auto level_of = [&](std::size_t bit) { return bits[bit % bits.size()] ? 1.0 : -1.0; };
+    // The place in a bit, from -1/2 to 1/2, tells which neighbour the frequency comes from or goes to.
+    const auto keyed = [&](std::size_t n) {
+        const double place = (static_cast<double>(n % per_bit) + 0.5) / static_cast<double>(per_bit) - 0.5;
+        const std::size_t bit = n / per_bit;
+        const double own = level_of(bit);
+        const double other = level_of(place < 0.0 ? bit + bits.size() - 1 : bit + 1);
+        const double to_edge = (0.5 - std::abs(place)) * bit_s;
+        const double share = to_edge < 0.5 * rise_s ? 0.5 - 0.5 * std::sin(M_PI * to_edge / rise_s) : 0.0;
+        return own + share * (other - own);
+    };
+    double turns = 0.0;
+    std::vector<double> phase(length);
+    for (std::size_t n = 0; n < length; n++) {
+        phase[n] = turns;
+        turns += deviation_hz * step_s * keyed(n);
+    }
+    const double left_over = turns - std::round(turns);
+    std::vector<std::complex<float>> wave(length), spectrum(length);
+    for (std::size_t n = 0; n < length; n++) {
+        const double even = left_over * static_cast<double>(n) / static_cast<double>(length);
+        wave[n] = std::complex<float>(std::polar(1.0, 2.0 * M_PI * (phase[n] - even)));
+    }
+    Fft(length).Transform(wave, spectrum);
+    const double amplitude = std::sqrt(To_Milliwatts(level_dbm));
+    const double period_s = bit_s * static_cast<double>(bits.size());
+    std::vector<Line> lines;
+    for (std::size_t k = 0; k < length; k++) {
+        const std::complex<double> part = std::complex<double>(spectrum[k]) / static_cast<double>(length);
+        if (std::abs(part) > least_keyed_part) {
+            const double turn =
+                k < length / 2 ? static_cast<double>(k) : static_cast<double>(k) - static_cast<double>(length);
+            lines.push_back(Make_Line(frequency_hz + (turn + left_over) / period_s, amplitude * std::abs(part),
+                                      phase_rad + std::arg(part)));
         }
     }
     return lines;

@@ -34,4 +34,10 @@ struct On_Time {
 std::vector<Line> Keyed_Carrier(double frequency_hz, double level_dbm, double period_s, std::span<const On_Time> on,
                                 double rise_s, double phase_rad);
 
+/// A carrier whose frequency is deviation_hz above its middle where a bit is set and as much below where not, again and
+/// again, of constant level and continuous phase; it changes within rise_s as a cosine does. The phase that one round
+/// leaves over is spread evenly, which moves all lines a little.
+std::vector<Line> Frequency_Keyed_Carrier(double frequency_hz, double level_dbm, double deviation_hz,
+                                          const std::vector<bool>& bits, double bit_s, double rise_s, double phase_rad);
+
 }  // namespace virtual_board

@@ -22,31 +22,25 @@ constexpr double value_spacing_rbw = 1.0 / 6.0;
 /// Time spacing, in units of 1/RBW, above which noise is drawn per value and below which it flows over a time grid.
 constexpr double noise_grid_spacing = 0.45;
 constexpr double noise_grid_step = 0.25;
+/// Where a point has many values, the noise's break between two points does not show and closer ones are drawn too.
+constexpr double least_tap_spacing = 0.2;
+constexpr int many_noise_values = 64;
 /// A recording is brought to a lower rate first when that saves at least this factor.
 constexpr double worthwhile_zoom = 4.0;
 /// Narrower than this a filter is always measured by FFT: the direct sum would grow without bound.
 constexpr double narrowest_swept_hz = 1000.0;
 
-constexpr double thermal_dbm_hz = -174.0;
-/// The noise figure is even between these and rises towards 0 Hz and the highest frequency.
-constexpr double even_from_hz = 1e6, even_to_hz = 2.5e9, highest_hz = 3.25e9, noise_rise_db = 3.0;
-
-/// E(ln |s + n|^2) for a steady signal in complex Gaussian noise, less ln of the noise power; ratio is signal over
-/// noise. It is ln(ratio) + E1(ratio), E1 after Abramowitz and Stegun 5.1.53 and 5.1.56.
-double Mean_Log(double ratio) {
-    const double x = ratio;
-    if (x <= 1.0) {
-        return -0.57721566 +
-               x * (0.99999193 + x * (-0.24991055 + x * (0.05519968 + x * (-0.00976004 + x * 0.00107857))));
-    }
-    if (x > 50.0) {
-        return std::log(x);
-    }
-    const double fraction = (x * x + 2.334733 * x + 0.250621) / (x * x + 3.330657 * x + 1.681534);
-    return std::log(x) + fraction * std::exp(-x) / x;
-}
-
-constexpr double db_per_neper = 4.342944819032518;  // 10 / ln 10
+/// With EMI filters the values are close enough to show every pulse.
+constexpr double emi_values_per_rbw = 4.0, emi_values_per_wide_rbw = 2.0, wide_emi_rbw_hz = 200e3;
+constexpr double most_emi_values_per_point = 1 << 19;
+/// A point shorter than this is too short for the meters to move.
+constexpr double least_network_time_s = 10e-3;
+/// How long the detectors have stood at the frequency when a zero span begins.
+constexpr double settling_s = 0.25;
+constexpr int most_settling_values = 4096, most_emi_settling_values = 1 << 16;
+/// The video filter is run in time where values lie this much closer than its time constant.
+constexpr double least_video_values = 2.0;
+constexpr double widest_video_filter = 10.0;  ///< times the RBW
 
 }  // namespace
 
@@ -69,89 +63,7 @@ double Vbw_Hertz(int index) {
     return index >= 0 && index < static_cast<int>(table.size()) ? table[static_cast<std::size_t>(index)] : 1e6;
 }
 
-double Noise_Figure(double frequency_hz, bool preamplifier) {
-    const double f = std::abs(frequency_hz);
-    const double low = std::max(0.0, 1.0 - f / even_from_hz);
-    const double high = std::clamp((f - even_to_hz) / (highest_hz - even_to_hz), 0.0, 1.0);
-    return (preamplifier ? 12.0 : 24.0) + noise_rise_db * (low + high);
-}
-
-void Front_End::Set(const Sweep_Settings& new_settings) {
-    settings = new_settings;
-    even_noise = To_Milliwatts(thermal_dbm_hz + Noise_Figure(even_from_hz, settings.preamplifier) +
-                               settings.attenuation_db) * enbw_factor * settings.rbw_hz;
-}
-
-double Front_End::Noise_Power(double frequency_hz) const {
-    double power = even_noise;
-    if (frequency_hz < even_from_hz || frequency_hz > even_to_hz) {
-        power *= To_Milliwatts(Noise_Figure(frequency_hz, false) - Noise_Figure(even_from_hz, false));
-    }
-    for (const Noise_Band& band : input->noise) {
-        power += band.Power_Through(frequency_hz, settings.rbw_hz);
-    }
-    return power;
-}
-
-Line Front_End::Feedthrough() const {
-    return Make_Line(0.0, std::sqrt(To_Milliwatts(feedthrough_dbm + settings.attenuation_db)), 0.0);
-}
-
-double Front_End::Point_Width() const {
-    return settings.points > 1 ? (settings.stop_hz - settings.start_hz) / (settings.points - 1) : 0.0;
-}
-
-double Quieted_Dbm(const Envelope_Value& value, double independent) {
-    const double dbm = To_Dbm(value.power);
-    if (independent <= 1.0) {
-        return dbm;
-    }
-    const double mean = To_Dbm(value.noise_power) + db_per_neper * Mean_Log(value.signal_power / value.noise_power);
-    return mean + (dbm - mean) / std::sqrt(independent);
-}
-
-void Point_Detector::Add_Average(const Envelope_Value& value, double independent) {
-    if (independent <= 1.0) {
-        sum += value.power;
-    } else {
-        const double mean = value.signal_power + value.noise_power;
-        sum += std::max(0.0, mean + (value.power - mean) / std::sqrt(independent));
-    }
-    count++;
-}
-
-void Point_Detector::Add(const Envelope_Value& value, double independent) {
-    max_power = count == 0 ? value.power : std::max(max_power, value.power);
-    min_power = count == 0 ? value.power : std::min(min_power, value.power);
-    last_power = value.power;
-    Add_Average(value, independent);
-}
-
-void Point_Detector::Add_Filtered(const Envelope_Value& value, double independent, double filtered_dbm) {
-    filtered = true;
-    max_dbm = count == 0 ? filtered_dbm : std::max(max_dbm, filtered_dbm);
-    min_dbm = count == 0 ? filtered_dbm : std::min(min_dbm, filtered_dbm);
-    last_dbm = filtered_dbm;
-    Add_Average(value, independent);
-}
-
-Point_Values Point_Detector::Values() const {
-    if (count == 0) {
-        return {};
-    }
-    const double average = To_Dbm(sum / static_cast<double>(count));
-    if (filtered) {
-        return {max_dbm, min_dbm, last_dbm, average};
-    }
-    return {To_Dbm(max_power), To_Dbm(min_power), To_Dbm(last_power), average};
-}
-
-Receiver::Receiver(std::shared_ptr<const Input> input, std::uint64_t seed)
-    : front_end{.input = std::move(input), .seed = seed, .settings = {}} {
-    if (front_end.input == nullptr) {
-        throw std::invalid_argument("a receiver without an input");
-    }
-}
+Receiver::Receiver(std::shared_ptr<const Input> input, std::uint64_t seed) : front_end(std::move(input), seed) {}
 
 Receiver::~Receiver() = default;
 
@@ -161,7 +73,9 @@ void Receiver::Configure(const Sweep_Settings& settings) {
     }
     front_end.Set(settings);
     configured = true;
-    feedthrough = front_end.Feedthrough();
+    weighting = Weighting_Of(0.5 * (settings.start_hz + settings.stop_hz), settings.rbw_hz, settings.emi);
+    network.reset();
+    network_ns.reset();
     const bool wanted = settings.fft || settings.rbw_hz < narrowest_swept_hz;
     if (wanted && Fft_Analysis::Possible(front_end)) {
         if (fft_analysis == nullptr) {
@@ -175,7 +89,13 @@ void Receiver::Configure(const Sweep_Settings& settings) {
     work_ns = Work_Ns();
     fft_analysis.reset();
     Prepare_Swept();
+    Prepare_Recording();
     Prepare_Noise();
+    tuned_step = 0;
+    if (Zero_Span()) {
+        tuned_step = Make_Line(settings.start_hz, 1.0, 0.0).phase_step;
+        Gather_Lines(settings.start_hz, settings.start_hz);
+    }
 }
 
 void Receiver::Prepare_Swept() {
@@ -184,10 +104,28 @@ void Receiver::Prepare_Swept() {
     const double point_s = static_cast<double>(s.time_ns) * 1e-9 / s.points;
     const int steps = width > 0.0 ? (s.steps + s.points - 1) / s.points : 1;
     const double least = std::clamp(std::ceil(width / (value_spacing_rbw * s.rbw_hz)), 1.0 * steps, 8.0 * steps);
-    const double most = std::max(most_values_per_point, most_values_per_step * steps);
-    values_per_point = static_cast<int>(std::max(least, std::min(std::floor(2.0 * point_s * s.rbw_hz), most)));
+    double wanted = std::min(std::floor(2.0 * point_s * s.rbw_hz),
+                             static_cast<double>(std::max(most_values_per_point, most_values_per_step * steps)));
+    if (s.emi) {
+        const double density = s.rbw_hz > wide_emi_rbw_hz ? emi_values_per_wide_rbw : emi_values_per_rbw;
+        wanted = std::min(std::ceil(density * point_s * s.rbw_hz), most_emi_values_per_point);
+    }
+    values_per_point = static_cast<int>(std::max(least, wanted));
     value_spacing_ns = static_cast<double>(s.time_ns) / s.points / values_per_point;
+    signals.resize(static_cast<std::size_t>(values_per_point));
+    video_map = Video_Map(s.vbw_hz, s.rbw_hz);
+    const double values_per_video = 1e9 / (2.0 * M_PI * s.vbw_hz * value_spacing_ns);
+    video_runs =
+        s.vbw_hz < s.rbw_hz || (s.vbw_hz < widest_video_filter * s.rbw_hz && values_per_video > least_video_values);
+    if (Zero_Span() || (s.emi && point_s > least_network_time_s)) {
+        network.emplace(weighting, value_spacing_ns * 1e-9);
+        envelopes.resize(signals.size());
+    }
+}
 
+void Receiver::Prepare_Recording() {
+    const Sweep_Settings& s = front_end.settings;
+    const double width = front_end.Point_Width();
     loop_filter.reset();
     if (!front_end.input->recording) {
         return;
@@ -216,16 +154,12 @@ void Receiver::Prepare_Noise() {
     const double low = s.start_hz - front_end.Point_Width();
     const double high = s.stop_hz + front_end.Point_Width();
     steady_noise = front_end.Noise_Power(s.start_hz);
-    noise_varies = high > low && (low < even_from_hz || high > even_to_hz);
-    for (const Noise_Band& band : front_end.input->noise) {
-        const double half = 0.5 * band.bandwidth_hz + filter_reach * s.rbw_hz;
-        noise_varies |= high > low && low < band.center_hz + half && high > band.center_hz - half;
-    }
+    noise_varies = front_end.Noise_Varies(low, high);
 
     // Noise behind the filter is white noise through the impulse response at the spacing of the values.
     const double spacing = value_spacing_ns * 1e-9 * s.rbw_hz;
     noise_taps.clear();
-    if (spacing >= noise_grid_spacing) {
+    if (spacing >= noise_grid_spacing || (values_per_point >= many_noise_values && spacing >= least_tap_spacing)) {
         const int side = spacing > 1.1 ? 0 : static_cast<int>(std::ceil(1.06 / spacing));
         double square = 0.0;
         for (int k = -side; k <= side; k++) {
@@ -241,12 +175,52 @@ void Receiver::Prepare_Noise() {
     white.resize(noise.size() + noise_taps.size());
 }
 
+/// Gathers the lines that the filter lets through while it is tuned from low_hz to high_hz.
+void Receiver::Gather_Lines(double low_hz, double high_hz) {
+    const double reach = filter_reach * front_end.settings.rbw_hz;
+    bank.Clear();
+    bank.Add(Lines_Between(front_end.input->lines, low_hz - reach, high_hz + reach), front_end.gain);
+    bank.Add(Lines_Between(front_end.own_lines, low_hz - reach, high_hz + reach), 1.0);
+}
+
 void Receiver::Begin_Sweep(std::int64_t start_ns) {
     sweep_start_ns = start_ns;
     video_dbm.reset();
     if (fft_analysis != nullptr) {
         fft_analysis->Begin_Sweep(start_ns);
+    } else if (Zero_Span() && network_ns != start_ns) {
+        Settle_Network();
     }
+}
+
+/// Lets the quasi-peak and EMI average detectors stand as if they had been at this frequency for long.
+void Receiver::Settle_Network() {
+    const int most = front_end.settings.emi ? most_emi_settling_values : most_settling_values;
+    const auto count = static_cast<std::size_t>(
+        std::clamp(settling_s * emi_values_per_rbw * front_end.settings.rbw_hz, 64.0, static_cast<double>(most)));
+    const double spacing_ns = settling_s * 1e9 / static_cast<double>(count);
+    const std::int64_t first_ns = sweep_start_ns - static_cast<std::int64_t>(settling_s * 1e9);
+    Random random(Combine_Seed(~front_end.seed, static_cast<std::uint64_t>(sweep_start_ns)));
+    std::array<std::complex<double>, 64> settling_block;
+    Envelope_Histogram levels;
+    const double noise_amplitude = std::sqrt(steady_noise);
+    for (std::size_t done = 0; done < count; done += settling_block.size()) {
+        const std::int64_t block_ns = first_ns + static_cast<std::int64_t>(spacing_ns * static_cast<double>(done));
+        bank.Fill({.first_ns = block_ns,
+                   .spacing_ns = spacing_ns,
+                   .first_hz = front_end.settings.start_hz,
+                   .rbw_hz = front_end.settings.rbw_hz,
+                   .reference_step = tuned_step},
+                  settling_block);
+        for (std::size_t v = 0; v < settling_block.size(); v++) {
+            const std::int64_t time_ns = block_ns + static_cast<std::int64_t>(spacing_ns * static_cast<double>(v));
+            const std::complex<double> other = Uneven_Signal(front_end.settings.start_hz, time_ns);
+            levels.Add(std::norm(settling_block[v] + other + noise_amplitude * random.Complex_Normal()));
+        }
+    }
+    network->Settle(levels);
+    const double each = static_cast<double>(bank.Size()) + 40.0 + (loop_filter ? loop_filter->Work_Ns() : 0.0);
+    work_ns += static_cast<double>(count) * each;
 }
 
 /// Noise of unit mean power for the values of a point, the first at first_ns.
@@ -285,32 +259,29 @@ void Receiver::Fill_Noise(int point, std::int64_t first_ns) {
     }
 }
 
-std::complex<double> Receiver::Signal(double frequency_hz, std::int64_t time_ns, std::span<const Line> lines) {
+/// What is not made of steady lines: drifting carriers and the recording.
+std::complex<double> Receiver::Uneven_Signal(double frequency_hz, std::int64_t time_ns) {
     const double rbw = front_end.settings.rbw_hz;
     const double reach = filter_reach * rbw;
     std::complex<double> sum = 0.0;
-    const auto add = [&](const Line& line) {
-        const double offset = line.frequency_hz - frequency_hz;
-        if (std::abs(offset) < reach) {
-            sum += Filter_Response(offset, rbw) * line.At(time_ns);
+    for (const Drifting_Line& line : front_end.input->drifting) {
+        if (std::abs(line.frequency_hz - frequency_hz) < reach + 0.5 * line.range_hz) {
+            sum += Filter_Response(line.Frequency(time_ns) - frequency_hz, rbw) * line.At(time_ns);
         }
-    };
-    for (const Line& line : lines) {
-        add(line);
     }
-    add(feedthrough);
+    if (sum != 0.0) {
+        sum *= std::conj(Unit_Phasor(tuned_step * static_cast<std::uint64_t>(time_ns)));
+    }
     if (loop_filter) {
         const Iq_Loop& recording = *front_end.input->recording;
         if (std::abs(frequency_hz - recording.center_hz) < 0.5 * recording.rate_hz + reach) {
             sum += loop_filter->Envelope(frequency_hz, time_ns);
         }
     }
-    return sum;
+    return front_end.gain * sum;
 }
 
-double Receiver::Work_Ns() const {
-    return work_ns + (fft_analysis != nullptr ? fft_analysis->Work_Ns() : 0.0);
-}
+double Receiver::Work_Ns() const { return work_ns + (fft_analysis != nullptr ? fft_analysis->Work_Ns() : 0.0); }
 
 Point_Values Receiver::Measure(int point) {
     if (fft_analysis != nullptr) {
@@ -319,35 +290,79 @@ Point_Values Receiver::Measure(int point) {
     const Sweep_Settings& s = front_end.settings;
     const double width = front_end.Point_Width();
     const double center = front_end.Point_Center(point);
-    const double reach = filter_reach * s.rbw_hz + 0.5 * width;
-    const std::span<const Line> lines = Lines_Between(*front_end.input, center - reach, center + reach);
     const double point_ns = static_cast<double>(s.time_ns) / s.points;
     const auto first_ns = sweep_start_ns + static_cast<std::int64_t>(point_ns * point);
     Fill_Noise(point, first_ns);
+    Fill_Signals(point, first_ns);
 
     const double spacing = value_spacing_ns * 1e-9 * s.rbw_hz;
     const double independent = std::max(1.0, spacing * independent_powers);
-    work_ns += values_per_point * (20.0 + 5.0 * static_cast<double>(lines.size()) +
-                                   (loop_filter ? loop_filter->Work_Ns() : 0.0));
-    const bool video = s.vbw_hz < s.rbw_hz;
     const double follow = 1.0 - std::exp(-2.0 * M_PI * s.vbw_hz * value_spacing_ns * 1e-9);
     Point_Detector detector;
     for (int v = 0; v < values_per_point; v++) {
+        const auto at = static_cast<std::size_t>(v);
         const double frequency = center + width * ((v + 0.5) / values_per_point - 0.5);
-        const std::int64_t time_ns = first_ns + static_cast<std::int64_t>(value_spacing_ns * v);
         const double noise_power = noise_varies ? front_end.Noise_Power(frequency) : steady_noise;
-        const std::complex<double> signal = Signal(frequency, time_ns, lines);
-        const std::complex<double> sum = signal + std::sqrt(noise_power) * noise[static_cast<std::size_t>(v)];
-        const Envelope_Value value{std::norm(sum), std::norm(signal), noise_power};
-        if (!video) {
-            detector.Add(value, independent);
+        const std::complex<double> sum = signals[at] + std::sqrt(noise_power) * noise[at];
+        const Envelope_Value value{std::norm(sum), std::norm(signals[at]), noise_power};
+        if (network) {
+            envelopes[at] = std::sqrt(value.power);
+        }
+        if (!video_runs) {
+            detector.Add(value, independent, video_map);
             continue;
         }
         const double dbm = Quieted_Dbm(value, spacing * independent_logs);
         video_dbm = video_dbm ? *video_dbm + follow * (dbm - *video_dbm) : dbm;
         detector.Add_Filtered(value, independent, *video_dbm);
     }
-    return detector.Values();
+    Point_Values values = detector.Values(weighting);
+    if (network) {
+        if (!Zero_Span()) {
+            network->Settle(detector.Levels());
+        }
+        Run_Network(values);
+        network_ns.reset();
+        if (point + 1 == s.points) {
+            network_ns = sweep_start_ns + s.time_ns;
+        }
+    }
+    return values;
+}
+
+/// The input's part of the values of a point.
+void Receiver::Fill_Signals(int point, std::int64_t first_ns) {
+    const double width = front_end.Point_Width();
+    const double center = front_end.Point_Center(point);
+    if (!Zero_Span()) {
+        Gather_Lines(center - 0.5 * width, center + 0.5 * width);
+    }
+    const double spacing_hz = width / values_per_point;
+    const Line_Bank::Course course = {.first_ns = first_ns,
+                                      .spacing_ns = value_spacing_ns,
+                                      .first_hz = center + 0.5 * (spacing_hz - width),
+                                      .spacing_hz = spacing_hz,
+                                      .rbw_hz = front_end.settings.rbw_hz,
+                                      .reference_step = tuned_step};
+    bank.Fill(course, signals);
+    if (loop_filter || !front_end.input->drifting.empty()) {
+        for (std::size_t v = 0; v < signals.size(); v++) {
+            const auto place = static_cast<double>(v);
+            const std::int64_t time_ns = first_ns + static_cast<std::int64_t>(value_spacing_ns * place);
+            signals[v] += Uneven_Signal(course.first_hz + spacing_hz * place, time_ns);
+        }
+    }
+    const double each = 40.0 + 2.0 * static_cast<double>(bank.Size()) + (network ? 30.0 : 0.0) +
+                        (loop_filter ? loop_filter->Work_Ns() : 0.0);
+    work_ns += static_cast<double>(signals.size()) * each + 100.0 * static_cast<double>(bank.Size());
+}
+
+void Receiver::Run_Network(Point_Values& values) {
+    for (const double envelope : envelopes) {
+        network->Step(envelope);
+    }
+    values.quasi_peak = network->Take_Quasi_Peak();
+    values.emi_average = network->Take_Emi_Average();
 }
 
 }  // namespace virtual_board

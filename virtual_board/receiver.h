@@ -4,8 +4,10 @@
 #include <optional>
 #include <vector>
 
-#include "virtual_board/input.h"
+#include "virtual_board/detectors.h"
+#include "virtual_board/front_end.h"
 #include "virtual_board/iq_loop.h"
+#include "virtual_board/line_bank.h"
 #include "virtual_board/random.h"
 
 /// The receiver model: attenuator, noisy front end, resolution and video filters, detectors.
@@ -13,90 +15,10 @@
 /// All randomness hangs on the seed and on simulated time, none on how the calls are spread.
 namespace virtual_board {
 
-/// What one sweep is made with. All values are finite and in range; Core checks them.
-struct Sweep_Settings {
-    double start_hz = 0.0;  ///< centre of the first point
-    double stop_hz = 0.0;   ///< centre of the last point; equal to start_hz in zero span
-    double rbw_hz = 1e6;    ///< 3 dB width
-    double vbw_hz = 1e6;
-    std::int64_t time_ns = 1'000'000;
-    double attenuation_db = 0.0;
-    bool preamplifier = false;
-    bool fft = false;
-    int points = 601;
-    int steps = 601;  ///< measurement steps of the sweep
-
-    bool operator==(const Sweep_Settings&) const = default;
-};
-
-/// dBm. Average is the mean power, the others are of the log envelope behind the video filter.
-struct Point_Values {
-    double positive = -400.0;
-    double negative = -400.0;
-    double sample = -400.0;
-    double average = -400.0;
-
-    bool operator==(const Point_Values&) const = default;
-};
-
 /// Index of the sweep message to hertz (3 dB width). Any index outside the table is 300 kHz.
 double Rbw_Hertz(int index, bool emi);
 /// Any index outside the table is 1 MHz.
 double Vbw_Hertz(int index);
-
-/// Noise figure in dB: 24 (12 with the preamplifier) from 1 MHz to 2.5 GHz, 3 dB more at 0 Hz and at 3.25 GHz.
-double Noise_Figure(double frequency_hz, bool preamplifier);
-
-/// Local-oscillator feed-through seen at 0 Hz with 0 dB of attenuation, dBm.
-constexpr double feedthrough_dbm = -35.0;
-
-/// The part of the receiver that all its ways of measuring share: what noise and which lines there are.
-struct Front_End {
-    std::shared_ptr<const Input> input;
-    std::uint64_t seed = 1;
-    Sweep_Settings settings;
-    double even_noise = 0.0;  ///< mW: the receiver's own where the noise figure is even, see Set
-
-    void Set(const Sweep_Settings& new_settings);
-    /// Mean noise power behind the resolution filter, mW: the receiver's own and the input's.
-    double Noise_Power(double frequency_hz) const;
-    /// The feed-through as a line at the input.
-    Line Feedthrough() const;
-    /// Width of one point, Hz.
-    double Point_Width() const;
-    double Point_Center(int point) const { return settings.start_hz + Point_Width() * point; }
-};
-
-/// Power in mW of noise alone joined by a steady signal, and how far one value may stand for several.
-struct Envelope_Value {
-    double power;         ///< |signal + noise|^2, mW
-    double signal_power;  ///< mW
-    double noise_power;   ///< mean of the noise, mW
-};
-
-/// Gathers the values of one point.
-class Point_Detector {
-public:
-    /// independent: number of independent noise values that each value stands for (at least 1). Average and video
-    /// filter see the noise that much quieter.
-    void Add(const Envelope_Value& value, double independent);
-    /// As Add, with a value in dBm that has passed the video filter.
-    void Add_Filtered(const Envelope_Value& value, double independent, double filtered_dbm);
-    bool Empty() const { return count == 0; }
-    Point_Values Values() const;
-
-private:
-    void Add_Average(const Envelope_Value& value, double independent);
-
-    double max_power = 0.0, min_power = 0.0, last_power = 0.0;
-    double max_dbm = 0.0, min_dbm = 0.0, last_dbm = 0.0;
-    double sum = 0.0;
-    long count = 0;
-    bool filtered = false;
-};
-
-/// Log envelope in dBm with its noise made quieter, as the mean of that many independent values would be.
-double Quieted_Dbm(const Envelope_Value& value, double independent);
 
 class Fft_Analysis;
 
@@ -121,9 +43,15 @@ public:
 
 private:
     void Prepare_Swept();
+    void Prepare_Recording();
     void Prepare_Noise();
-    std::complex<double> Signal(double frequency_hz, std::int64_t time_ns, std::span<const Line> lines);
+    void Gather_Lines(double low_hz, double high_hz);
+    bool Zero_Span() const { return front_end.settings.stop_hz <= front_end.settings.start_hz; }
+    std::complex<double> Uneven_Signal(double frequency_hz, std::int64_t time_ns);
     void Fill_Noise(int point, std::int64_t first_ns);
+    void Fill_Signals(int point, std::int64_t first_ns);
+    void Settle_Network();
+    void Run_Network(Point_Values& values);
 
     Front_End front_end;
     bool configured = false;
@@ -131,16 +59,24 @@ private:
 
     int values_per_point = 1;
     double value_spacing_ns = 1.0;
-    Line feedthrough;
     bool noise_varies = false;  ///< within the sweep
     double steady_noise = 0.0;  ///< mW, where it doesn't
     std::vector<double> noise_taps;
-    std::vector<std::complex<double>> white, noise;
+    std::vector<std::complex<double>> white, noise, signals;
+    Line_Bank bank;                ///< of the present point, or of the whole zero span
+    std::uint64_t tuned_step = 0;  ///< in zero span, see Line_Bank
+
+    Weighting weighting{};
+    std::optional<Weighting_Network> network;  ///< where a point lasts long enough, or in zero span
+    std::vector<double> envelopes;             ///< of a point, for the network
+    std::optional<std::int64_t> network_ns;    ///< in zero span, the time that the network stands at
 
     std::optional<Iq_Loop> zoomed;
     double zoomed_center = 0.0, zoomed_width = 0.0;
     std::optional<Loop_Filter> loop_filter;
 
+    bool video_runs = false;          ///< the video filter is run over the values in time
+    Video_Map video_map{1e6, 1e6};    ///< where it doesn't
     std::optional<double> video_dbm;  ///< state of the video filter
     double work_ns = 0.0;
 

@@ -1,5 +1,6 @@
 #include "virtual_board/scene.h"
 
+#include <toml++/toml.h>
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -7,7 +8,6 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <toml++/toml.h>
 
 #include "virtual_board/modulation.h"
 #include "virtual_board/random.h"
@@ -22,9 +22,12 @@ constexpr double lowest_level_dbm = -200.0, highest_level_dbm = 40.0;
 constexpr double highest_frequency_hz = 1e11;
 constexpr double most_modulation_index = 1000.0;
 constexpr std::size_t most_bits = 256;
+constexpr std::size_t most_noise_bands = 256, most_drifting = 64;
+constexpr double most_comb_lines = 10'000.0;
+constexpr double most_deviation_over_rate = 20.0;  ///< of keyed carriers
 constexpr double shortest_width_s = 1e-9;
 constexpr double most_period_over_rise = 4000.0;  ///< bounds the lines of one keyed carrier
-constexpr double rise_of_pulse = 0.1, rise_of_bit = 0.05;
+constexpr double rise_of_pulse = 0.1, rise_of_bit = 0.05, rise_of_shift = 0.1;
 
 /// Bounds of a number: lowest (left out where open) and highest.
 struct Range {
@@ -34,6 +37,7 @@ struct Range {
 
 constexpr Range frequency_range = {0.0, highest_frequency_hz};
 constexpr Range positive_range = {0.0, highest_frequency_hz, true};
+constexpr Range period_range = {0.1, 1e6};  ///< of a drift, s
 constexpr Range level_range = {lowest_level_dbm, highest_level_dbm};
 
 /// Reads one table of a scene; every error names file, line and key.
@@ -114,8 +118,8 @@ private:
     double In_Range(const char* key, double value, Range range) const {
         if (!(value >= range.low && value <= range.high) || (range.open && value == range.low)) {
             const char* above = range.open ? "not above " : "not from ";
-            Fail(Node(key), name + key, above + Plain_Text(range.low) + (range.open ? " up to " : " to ") +
-                                            Plain_Text(range.high));
+            Fail(Node(key), name + key,
+                 above + Plain_Text(range.low) + (range.open ? " up to " : " to ") + Plain_Text(range.high));
         }
         return value;
     }
@@ -180,12 +184,66 @@ std::vector<Line> Read_Pulse(const Table_Reader& reader, double phase) {
                          {&on, 1}, rise_of_pulse * width, phase);
 }
 
-std::vector<Line> Read_Ask(const Table_Reader& reader, double phase) {
-    reader.Allow({"frequency", "level", "bits", "bit_rate", "name"});
-    const std::string bits = reader.Text("bits");
+std::string Read_Bits(const Table_Reader& reader) {
+    std::string bits = reader.Text("bits");
     if (bits.empty() || bits.size() > most_bits || bits.find_first_not_of("01") != std::string::npos) {
         reader.Fail(reader.Node("bits"), reader.Name("bits"), "not 1 to 256 digits 0 and 1");
     }
+    return bits;
+}
+
+std::vector<Line> Read_Fsk(const Table_Reader& reader, double phase) {
+    reader.Allow({"frequency", "level", "deviation", "bits", "bit_rate", "name"});
+    const std::string bits = Read_Bits(reader);
+    const double rate = reader.Frequency("bit_rate", positive_range);
+    const double deviation = reader.Frequency("deviation", frequency_range);
+    if (deviation > most_deviation_over_rate * rate) {
+        reader.Fail(reader.Node("deviation"), reader.Name("deviation"), "more than 20 times the bit rate");
+    }
+    std::vector<bool> set;
+    for (const char bit : bits) {
+        set.push_back(bit == '1');
+    }
+    return Frequency_Keyed_Carrier(reader.Frequency("frequency", frequency_range), reader.Number("level", level_range),
+                                   deviation, set, 1.0 / rate, rise_of_shift / rate, phase);
+}
+
+std::vector<Line> Read_Comb(const Table_Reader& reader, double phase) {
+    reader.Allow({"frequency", "spacing", "count", "level", "name"});
+    const double first = reader.Frequency("frequency", frequency_range);
+    const double spacing = reader.Frequency("spacing", positive_range);
+    const double count = reader.Number("count", {1.0, most_comb_lines});
+    const double amplitude = std::sqrt(To_Milliwatts(reader.Number("level", level_range)));
+    if (count != std::floor(count)) {
+        reader.Fail(reader.Node("count"), reader.Name("count"), "not a whole number");
+    }
+    if (first + spacing * count > highest_frequency_hz) {
+        reader.Fail(reader.Node("count"), reader.Name("count"), "lines beyond 1e+11 Hz");
+    }
+    Random random(static_cast<std::uint64_t>(phase * 0x1p40));
+    std::vector<Line> lines;
+    for (int i = 0; i < static_cast<int>(count); i++) {
+        lines.push_back(Make_Line(first + spacing * i, amplitude, 2.0 * M_PI * random.Uniform()));
+    }
+    return lines;
+}
+
+/// The drifting carrier that a carrier's table may tell of instead of lines.
+std::optional<Drifting_Line> Read_Drift(const Table_Reader& reader, double phase) {
+    const auto inner = reader.Inner("drift");
+    if (!inner) {
+        return std::nullopt;
+    }
+    reader.Allow({"frequency", "level", "drift", "name"});
+    inner->Allow({"range", "period"});
+    return Make_Drifting_Line(reader.Frequency("frequency", frequency_range),
+                              std::sqrt(To_Milliwatts(reader.Number("level", level_range))),
+                              inner->Frequency("range", frequency_range), inner->Number("period", period_range), phase);
+}
+
+std::vector<Line> Read_Ask(const Table_Reader& reader, double phase) {
+    reader.Allow({"frequency", "level", "bits", "bit_rate", "name"});
+    const std::string bits = Read_Bits(reader);
     const double bit = 1.0 / reader.Frequency("bit_rate", positive_range);
     std::vector<On_Time> on;
     for (std::size_t i = 0; i < bits.size(); i++) {
@@ -223,7 +281,8 @@ void For_Each_Table(const toml::table& root, const std::string& file, const char
 /// The parser's message on one line.
 std::string One_Line(std::string_view text) {
     std::string line(text);
-    std::ranges::replace_if(line, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    std::ranges::replace_if(
+        line, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
     return line;
 }
 
@@ -231,8 +290,8 @@ toml::table Parse_Toml(std::string_view text, const std::string& file) {
     try {
         return toml::parse(text, file);
     } catch (const toml::parse_error& error) {
-        throw std::runtime_error(file + ":" + std::to_string(error.source().begin.line) + ": syntax: " +
-                                 One_Line(error.description()));
+        throw std::runtime_error(file + ":" + std::to_string(error.source().begin.line) +
+                                 ": syntax: " + One_Line(error.description()));
     }
 }
 
@@ -241,25 +300,50 @@ toml::table Parse_Toml(std::string_view text, const std::string& file) {
 std::shared_ptr<const Input> Parse_Scene(std::string_view text, const std::string& name) {
     const toml::table root = Parse_Toml(text, name);
     const Table_Reader reader(root, name, "");
-    reader.Allow({"seed", "carrier", "pulse", "ask", "noise"});
+    reader.Allow({"seed", "carrier", "comb", "pulse", "ask", "fsk", "noise"});
     const double seed = reader.Has("seed") ? reader.Number("seed", {0.0, 0x1p53}) : 1.0;
     Random random(Combine_Seed(static_cast<std::uint64_t>(seed), 0));
 
     auto input = std::make_shared<Input>();
     const auto add_lines = [&](const char* key, auto read) {
         For_Each_Table(root, name, key, [&](const toml::node& node, const Table_Reader& table) {
-            const std::vector<Line> lines = read(table, 2.0 * M_PI * random.Uniform());
-            input->lines.insert(input->lines.end(), lines.begin(), lines.end());
-            if (input->lines.size() > most_lines) {
-                table.Fail(node, key, "too many spectral lines in the scene");
+            const double phase = 2.0 * M_PI * random.Uniform();
+            const bool may_drift = std::string_view(key) == "carrier";
+            if (const auto drifting = may_drift ? Read_Drift(table, phase) : std::nullopt) {
+                input->drifting.push_back(*drifting);
+            } else {
+                const std::vector<Line> lines = read(table, phase);
+                input->lines.insert(input->lines.end(), lines.begin(), lines.end());
+            }
+            if (input->lines.size() > most_lines || input->drifting.size() > most_drifting) {
+                table.Fail(node, key,
+                           input->lines.size() > most_lines ? "more than 200000 spectral lines in the scene"
+                                                            : "more than 64 drifting carriers");
             }
         });
     };
+    // The mixer carries a keyed carrier's whole level while it is on, its lines hold the mean power.
+    const auto keyed = [&](auto read) {
+        return [&input, read](const Table_Reader& table, double phase) {
+            std::vector<Line> lines = read(table, phase);
+            double mean = 0.0;
+            for (const Line& line : lines) {
+                mean += line.amplitude * line.amplitude;
+            }
+            input->keyed_excess_mw += std::max(0.0, To_Milliwatts(table.Number("level", level_range)) - mean);
+            return lines;
+        };
+    };
     add_lines("carrier", Read_Carrier);
-    add_lines("pulse", Read_Pulse);
-    add_lines("ask", Read_Ask);
-    For_Each_Table(root, name, "noise", [&](const toml::node&, const Table_Reader& table) {
+    add_lines("comb", Read_Comb);
+    add_lines("pulse", keyed(Read_Pulse));
+    add_lines("ask", keyed(Read_Ask));
+    add_lines("fsk", Read_Fsk);
+    For_Each_Table(root, name, "noise", [&](const toml::node& node, const Table_Reader& table) {
         input->noise.push_back(Read_Noise(table));
+        if (input->noise.size() > most_noise_bands) {
+            table.Fail(node, "noise", "more than 256 noise bands in the scene");
+        }
     });
     Sort_Lines(*input);
     return input;

@@ -37,7 +37,7 @@ inline Message Sweep_Message(double center_hz, double span_hz, int rbw_index, bo
 }
 
 struct Trace {
-    std::vector<double> positive, negative, sample, average;
+    std::vector<double> positive, negative, sample, average, quasi_peak, emi_average;
 };
 
 inline double Mean(const std::vector<double>& values) {
@@ -58,6 +58,9 @@ inline double Lowest(const std::vector<double>& values) { return *std::ranges::m
 inline int Place_Of_Highest(const std::vector<double>& values) {
     return static_cast<int>(std::ranges::max_element(values) - values.begin());
 }
+
+/// dBm of a sample in zero span.
+inline double Volts_To_Dbm(double volts) { return 20.0 * std::log10(volts) + 10.0; }
 
 struct Core_Rig {
     std::vector<double> memory = std::vector<double>(platform::sample_memory_elements);
@@ -89,7 +92,8 @@ struct Core_Rig {
             return std::vector<double>(start, start + Count());
         };
         return {block(platform::positive_peak_samples), block(platform::negative_peak_samples),
-                block(platform::sample_samples), block(platform::average_samples)};
+                block(platform::sample_samples),        block(platform::average_samples),
+                block(platform::quasi_peak_samples),    block(platform::emi_average_samples)};
     }
 };
 

@@ -324,8 +324,8 @@ TEST(Core, FastSweepsHoldTheSameSamplesInLessTime) {
     EXPECT_NEAR(fast.Count(), 901, 1);
     fast.Step(0.0075);
     ASSERT_EQ(fast.Count(), 3 * 601);
-    EXPECT_TRUE(std::equal(expected.sample.begin(), expected.sample.end(),
-                           fast.memory.begin() + platform::sample_samples));
+    EXPECT_TRUE(
+        std::equal(expected.sample.begin(), expected.sample.end(), fast.memory.begin() + platform::sample_samples));
 }
 
 TEST(Core, UnusableMessagesChangeNothing) {

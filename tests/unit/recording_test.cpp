@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <kiss_fft.h>
 #include <bit>
 #include <complex>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <kiss_fft.h>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -105,8 +105,13 @@ TEST_F(Recording, EveryDataTypeReadsItsLevelAndPlace) {
 
 TEST_F(Recording, BareFilesGoByTheirExtensionAndOptions) {
     const Samples tone = Tone(2000, 200, 0.5);
-    const std::array<std::pair<std::string, std::string>, 7> names = {{{"a.cu8", "cu8"}, {"a.cs8", "ci8"},
-        {"a.ci8", "ci8"}, {"a.cs16", "ci16_le"}, {"a.ci16", "ci16_le"}, {"a.cf32", "cf32_le"}, {"a.ci32", "ci32_le"}}};
+    const std::array<std::pair<std::string, std::string>, 7> names = {{{"a.cu8", "cu8"},
+                                                                       {"a.cs8", "ci8"},
+                                                                       {"a.ci8", "ci8"},
+                                                                       {"a.cs16", "ci16_le"},
+                                                                       {"a.ci16", "ci16_le"},
+                                                                       {"a.cf32", "cf32_le"},
+                                                                       {"a.ci32", "ci32_le"}}};
     for (const auto& [name, type] : names) {
         const fs::path path = Write(name, Encode(type, tone));
         Core_Rig rig(Load_Recording(path, {.rate_hz = 1e6, .frequency_hz = 500e6, .level_dbm = 0.0}));
@@ -125,7 +130,9 @@ TEST_F(Recording, ToneReadsItsLevelBehindEveryFilter) {
     for (int rbw = 0; rbw < 16; rbw++) {
         const double width = virtual_board::Rbw_Hertz(rbw, false);
         Core_Rig rig(input);
-        const Trace trace = rig.Sweep(Sweep_Message(1e9 + 20010.0, 20.0 * width, rbw, rbw >= 5 && rbw <= 13));
+        Message message = Sweep_Message(1e9 + 20010.0, 20.0 * width, rbw, rbw >= 5 && rbw <= 13);
+        message[platform::sweep_attenuation] = 10.0;
+        const Trace trace = rig.Sweep(message);
         EXPECT_NEAR(Highest(trace.positive), 0.0, 0.1) << "RBW index " << rbw;
         // One and a half RBW beside: 27 dB down, whether the filter is narrower or wider than the recorded band.
         const int top = Place_Of_Highest(trace.average);
@@ -133,6 +140,7 @@ TEST_F(Recording, ToneReadsItsLevelBehindEveryFilter) {
         EXPECT_NEAR(trace.average[345], -27.1, 0.5) << "RBW index " << rbw;
         Message zero = Sweep_Message(1e9 + 20010.0, 0.0, rbw);
         zero[platform::sweep_time] = 0.1;
+        zero[platform::sweep_attenuation] = 10.0;
         EXPECT_NEAR(20.0 * std::log10(rig.Sweep(zero).average[300]) + 10.0, 0.0, 0.1) << "RBW index " << rbw;
     }
 }
@@ -175,9 +183,7 @@ TEST_F(Recording, PlaysInItsOwnTimeAndLoops) {
 }
 
 TEST_F(Recording, ErrorsNameFileAndFault) {
-    const auto ends = [](const std::string& text, const std::string& end) {
-        EXPECT_TRUE(text.ends_with(end)) << text;
-    };
+    const auto ends = [](const std::string& text, const std::string& end) { EXPECT_TRUE(text.ends_with(end)) << text; };
     ends(Error(folder / "none.cu8"), "none.cu8: the recording is missing");
     ends(Error(folder / "none.sigmf-meta"), "none.sigmf-meta: the metadata file is missing");
     EXPECT_NE(Error(Write("x.wav", "1234")).find("the data type is unknown"), std::string::npos);
@@ -214,9 +220,7 @@ struct Periodogram {
     double duration_s;
 
     double Bin_Hz() const { return rate_hz / static_cast<double>(power.size()); }
-    double Frequency(std::size_t bin) const {
-        return center_hz - 0.5 * rate_hz + Bin_Hz() * static_cast<double>(bin);
-    }
+    double Frequency(std::size_t bin) const { return center_hz - 0.5 * rate_hz + Bin_Hz() * static_cast<double>(bin); }
     double Between(double low_hz, double high_hz) const {
         double sum = 0.0;
         for (std::size_t i = 0; i < power.size(); i++) {
@@ -284,6 +288,7 @@ void Compare_With_File(const fs::path& meta, int rbw_index, bool fft) {
     const double point = span / 600.0;
     Core_Rig rig(Load_Recording(meta, {}));
     Message message = Sweep_Message(file.center_hz, span, rbw_index, fft);
+    message[platform::sweep_attenuation] = 10.0;  // as the instrument has it; without any, full scale compresses the mixer
     // Sweeps that do not keep step with the loop, so that every point sees all of it in the end.
     message[platform::sweep_time] = 0.0617231;
     std::vector<double> mean(601);
