@@ -4,7 +4,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "platform/board/wait.h"
+#include "platform/posix/wait.h"
 
 namespace platform {
 

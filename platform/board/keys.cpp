@@ -4,7 +4,7 @@
 #include <unistd.h>
 #include <cerrno>
 
-#include "platform/board/wait.h"
+#include "platform/posix/wait.h"
 
 namespace platform {
 

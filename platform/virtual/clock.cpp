@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/stop.h"
-#include "platform/virtual/wait.h"
+#include "platform/posix/wait.h"
 
 namespace platform {
 

@@ -18,7 +18,7 @@
 #include "platform/root.h"
 #include "platform/virtual/device_files.h"
 #include "platform/virtual/faults.h"
-#include "platform/virtual/wait.h"
+#include "platform/posix/wait.h"
 
 namespace platform {
 

@@ -7,7 +7,7 @@
 
 #include "platform/root.h"
 #include "platform/virtual/device_files.h"
-#include "platform/virtual/wait.h"
+#include "platform/posix/wait.h"
 
 namespace platform {
 

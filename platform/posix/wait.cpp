@@ -1,4 +1,4 @@
-#include "platform/board/wait.h"
+#include "platform/posix/wait.h"
 
 #include <poll.h>
 #include <unistd.h>
