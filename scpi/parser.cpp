@@ -42,18 +42,24 @@ void Execute(ScpiContext& context, const ScpiCommand& row) {
     processCommand(context);
 }
 
-/// True when the unit executed a command; its header is then the one whose path the next inherits.
-bool Execute_Unit(ScpiContext& context, ScpiToken& previous) {
-    ScpiToken header = context.parser_state.header;
-    composeCompoundCommand(previous, header);
-    context.parser_state.header = header;
+/// What the next header inherits of one that was executed: its text up to the last colon, nothing of a common one.
+ScpiToken Path(const ScpiToken& header) {
+    const std::size_t colon = header.Text().rfind(':');
+    if (*header.start == '*' || colon == std::string_view::npos) return {};
+    return {header.type, header.start, static_cast<std::int32_t>(colon) + 1};
+}
+
+/// True when the unit executed a command; the next inherits its path.
+bool Execute_Unit(ScpiContext& context, ScpiToken& path) {
+    ScpiToken& header = context.parser_state.header;
+    if (composeCompoundCommand(path, header)) path.start = header.start;
     const ScpiCommand* row = findCommandHeader(context, header.Text());
     if (!row) {
         SCPI_ErrorPush(context, -113);
         return false;
     }
     Execute(context, *row);
-    previous = header;
+    path = Path(header);
     return true;
 }
 
@@ -186,21 +192,19 @@ int scpiParser_detectProgramMessageUnit(ScpiParserState& state, char* text, int 
     return static_cast<int>(lexer.current - text);
 }
 
-void composeCompoundCommand(const ScpiToken& previous, ScpiToken& header) {
-    if (previous.length == 0 || *previous.start == '*' || *header.start == '*' || *header.start == ':') return;
-    const std::size_t colon = previous.Text().rfind(':');
-    if (colon == std::string_view::npos) return;
-    const auto path = static_cast<std::int32_t>(colon) + 1;
-    header.start -= path;
-    header.length += path;
-    std::memmove(header.start, previous.start, static_cast<std::size_t>(path));
+bool composeCompoundCommand(const ScpiToken& path, ScpiToken& header) {
+    if (path.length == 0 || *header.start == '*' || *header.start == ':') return false;
+    header.start -= path.length;
+    header.length += path.length;
+    std::memmove(header.start, path.start, static_cast<std::size_t>(path.length));
+    return true;
 }
 
 int SCPI_Parse(ScpiContext& context, char* text, int length) {
     context.output_count = 0;
     context.message_output_count = 0;
     ScpiParserState& state = context.parser_state;
-    ScpiToken previous;
+    ScpiToken path;
     int result = 0;
     for (int place = 0; place < length;) {
         const int taken = scpiParser_detectProgramMessageUnit(state, text + place, length - place);
@@ -210,7 +214,7 @@ int SCPI_Parse(ScpiContext& context, char* text, int length) {
             place = Past_Semicolon(text, place + taken, length);
             continue;
         }
-        if (state.header.type != ScpiTokenType::unknown) result = Execute_Unit(context, previous) ? 1 : 0;
+        if (state.header.type != ScpiTokenType::unknown) result = Execute_Unit(context, path) ? 1 : 0;
         place += taken;
     }
     SCPI_ResultNewLine(context);

@@ -31,6 +31,7 @@ int scpiParser_detectProgramMessageUnit(ScpiParserState& state, char* text, int 
 /// All program data of a unit as one token.
 void scpiParser_parseAllProgramData(ScpiLexer& lexer, ScpiToken& token, std::int32_t& parameters);
 
-/// Puts the path of the header before (its text up to its last colon) in front of a header that starts without colon and
-/// asterisk. The path is written over the characters before the header, which are consumed and as many at least.
-void composeCompoundCommand(const ScpiToken& previous, ScpiToken& header);
+/// Puts the path that the last executed header left in front of a header that starts without colon and asterisk; false when
+/// there is nothing to put. It is written over the characters before the header: they are consumed, as many at least, and may
+/// be the path's own, so that it stands from then on where the header starts.
+bool composeCompoundCommand(const ScpiToken& path, ScpiToken& header);
