@@ -132,13 +132,13 @@ private:
 std::size_t Fitting(const ScpiContext& context, std::string_view bytes) {
     const std::size_t room = context.input.capacity - context.input.position - 1;
     if (bytes.size() <= room) return bytes.size();
-    const std::size_t end = bytes.substr(0, room).find_last_of('\n');
+    const std::size_t end = bytes.substr(0, room).find_last_of("\r\n");
     return end == std::string_view::npos ? 0 : end + 1;
 }
 
 /// Drops the bytes of a refused message up to its newline.
 std::string_view Forget_Refused(Pending_Input& pending, std::string_view bytes) {
-    const std::size_t end = bytes.find('\n');
+    const std::size_t end = bytes.find_first_of("\r\n");
     if (end == std::string_view::npos) return {};
     pending.refused = false;
     return bytes.substr(end + 1);

@@ -5,7 +5,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 2
 source tools/packages.sh
 source tools/build.sh
 runs=${1-20000}
-seconds=${2-30}
+seconds=${2-15}
 build=build/fuzz
 
 Build fuzz fuzz_targets
