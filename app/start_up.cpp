@@ -59,7 +59,7 @@ int fd_rs232 = -1;
 
 void Start_Remote_Base() {
     SCPI_RegInitial(scpi_context);
-    SCPI_Init(scpi_context, {});
+    SCPI_Init(scpi_context);
     fd_rs232 = platform::Open_Serial("/dev/tts/2", baud_rates[static_cast<std::size_t>(Sys_Data.baud_rate)]);
     if (fd_rs232 < 0) std::perror("/dev/tts/2");
     remote::Open_Gpib();

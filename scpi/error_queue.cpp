@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "platform/clock.h"
+#include "records/locks.h"
 #include "scpi/error_table.h"
 #include "scpi/status.h"
 
@@ -26,7 +27,8 @@ constexpr std::array<Code_Range, 9> event_ranges{{{-199, -100, esr_command_error
 
 void Write_Text(const ScpiContext& context, int code, std::array<char, error_text_size>& slot) {
     const std::string_view message = SCPI_ErrorTranslate(code);
-    std::string_view input(context.input.data(), std::min(context.input_length, context.input.size()));
+    std::string_view input;
+    if (scpi_lock_mutex.Held_Here()) input = {context.input.data, context.input.position};
     if (!input.empty() && input.back() == '\n') input.remove_suffix(1);
     if (input.empty()) {
         std::snprintf(slot.data(), slot.size(), "%.*s", static_cast<int>(message.size()), message.data());
@@ -45,7 +47,7 @@ void Write_Stamp(std::array<char, error_stamp_size>& slot) {
 void Queue_Emptied(ScpiContext& context) {
     if (!(SCPI_RegGet(context, reg_stb) & stb_error_queue)) return;
     SCPI_RegClearBits(context, reg_stb, stb_error_queue);
-    if (context.interface.error) context.interface.error(context, 0);
+    if (context.interface && context.interface->error) context.interface->error(context, 0);
 }
 
 }  // namespace
@@ -74,8 +76,8 @@ void SCPI_ErrorPush(ScpiContext& context, int code) {
         if (code >= range.first && code <= range.last) SCPI_RegSetBits(context, reg_esr, range.event_bit);
     }
     SCPI_RegSetBits(context, reg_stb, stb_error_queue);
-    if (context.interface.error) context.interface.error(context, code);
-    context.command_error = true;
+    if (context.interface && context.interface->error) context.interface->error(context, code);
+    if (scpi_lock_mutex.Held_Here()) context.command_error = true;
 }
 
 int SCPI_ErrorPop(ScpiContext& context) {

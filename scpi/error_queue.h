@@ -8,7 +8,7 @@ void SCPI_ErrorInit(ScpiContext& context);
 
 /// Enters an error: a full queue loses its oldest entry, the event bits of the code's ranges are set, the interface's
 /// error callback is called. The entry's text is the message, followed by ";" and the buffered input where there is any,
-/// cut to its slot. Any thread.
+/// cut to its slot; an error of another thread than the one that executes remote input carries no input. Any thread.
 void SCPI_ErrorPush(ScpiContext& context, int code);
 
 /// Removes and returns the oldest code; 0 when empty.

@@ -19,31 +19,31 @@ constexpr std::array<Sub_Register, 5> sub_registers{{{reg_questionable_frequency
 constexpr std::uint32_t all_bits = 65535;
 
 bool Set_Summary(ScpiContext& context, std::size_t base) {
-    return (context.registers[base + set_event] & context.registers[base + set_enable]) != 0;
+    return ((*context.registers)[base + set_event] & (*context.registers)[base + set_enable]) != 0;
 }
 
 void Put_Bit(ScpiContext& context, std::size_t index, std::uint32_t bit, bool on) {
-    const std::uint32_t value = context.registers[index];
+    const std::uint32_t value = (*context.registers)[index];
     SCPI_RegSet(context, index, on ? value | bit : value & ~bit);
 }
 
 void Status_Byte_Written(ScpiContext& context, std::uint32_t previous) {
-    auto& stb = context.registers[reg_stb];
-    const std::uint32_t enabled = context.registers[reg_sre] & ~std::uint32_t{stb_request_service};
+    auto& stb = (*context.registers)[reg_stb];
+    const std::uint32_t enabled = (*context.registers)[reg_sre] & ~std::uint32_t{stb_request_service};
     stb = stb & enabled ? stb | stb_request_service : stb & ~std::uint32_t{stb_request_service};
-    if ((stb & stb_request_service) && stb != previous && context.interface.control) {
-        context.interface.control(context, 1, stb);
+    if ((stb & stb_request_service) && stb != previous && context.interface && context.interface->control) {
+        context.interface->control(context, control_service_request, stb);
     }
 }
 
 /// A write in which some bits rise and others fall at once records nothing.
 void Condition_Written(ScpiContext& context, std::size_t base, std::uint32_t old_value) {
-    const std::uint32_t new_value = context.registers[base + set_condition];
+    const std::uint32_t new_value = (*context.registers)[base + set_condition];
     const std::uint32_t changed = old_value ^ new_value;
     const std::uint32_t was = old_value & changed, is = new_value & changed;
-    const bool rises = (context.registers[base + set_positive] & changed) && !was && is;
-    const bool falls = (context.registers[base + set_negative] & changed) && was && !is;
-    if (rises || falls) SCPI_RegSet(context, base + set_event, context.registers[base + set_event] | changed);
+    const bool rises = ((*context.registers)[base + set_positive] & changed) && !was && is;
+    const bool falls = ((*context.registers)[base + set_negative] & changed) && was && !is;
+    if (rises || falls) SCPI_RegSet(context, base + set_event, (*context.registers)[base + set_event] | changed);
 }
 
 void Set_Written(ScpiContext& context, std::size_t base, std::size_t member, std::uint32_t old_value) {
@@ -54,12 +54,12 @@ void Set_Written(ScpiContext& context, std::size_t base, std::size_t member, std
     } else if (base == reg_questionable) {
         Put_Bit(context, reg_stb, stb_questionable, Set_Summary(context, base));
     } else if (member == set_enable) {
-        SCPI_RegSet(context, base + set_event, context.registers[base + set_event]);
+        SCPI_RegSet(context, base + set_event, (*context.registers)[base + set_event]);
     } else {
         for (const auto& sub : sub_registers) {
             if (sub.base != base) continue;
             Put_Bit(context, reg_questionable + set_condition, sub.questionable_bit,
-                    context.registers[base + set_event] != 0);
+                    (*context.registers)[base + set_event] != 0);
         }
     }
 }
@@ -67,21 +67,21 @@ void Set_Written(ScpiContext& context, std::size_t base, std::size_t member, std
 }  // namespace
 
 std::uint32_t SCPI_RegGet(ScpiContext& context, std::size_t index) {
-    if (index >= scpi_registers) return 0;
+    if (index >= scpi_registers || !context.registers) return 0;
     const std::lock_guard guard(context.status_lock);
-    return context.registers[index];
+    return (*context.registers)[index];
 }
 
 void SCPI_RegSet(ScpiContext& context, std::size_t index, std::uint32_t value) {
-    if (index >= scpi_registers) return;
+    if (index >= scpi_registers || !context.registers) return;
     const std::lock_guard guard(context.status_lock);
-    const std::uint32_t old_value = context.registers[index];
-    context.registers[index] = value;
+    const std::uint32_t old_value = (*context.registers)[index];
+    (*context.registers)[index] = value;
     switch (index) {
         case reg_stb: Status_Byte_Written(context, old_value); break;
-        case reg_sre: SCPI_RegSet(context, reg_stb, context.registers[reg_stb]); break;
-        case reg_esr: Put_Bit(context, reg_stb, stb_standard_event, (value & context.registers[reg_ese]) != 0); break;
-        case reg_ese: SCPI_RegSet(context, reg_esr, context.registers[reg_esr]); break;
+        case reg_sre: SCPI_RegSet(context, reg_stb, (*context.registers)[reg_stb]); break;
+        case reg_esr: Put_Bit(context, reg_stb, stb_standard_event, (value & (*context.registers)[reg_ese]) != 0); break;
+        case reg_ese: SCPI_RegSet(context, reg_esr, (*context.registers)[reg_esr]); break;
         default: {
             const std::size_t base = reg_operation + (index - reg_operation) / 5 * 5;
             Set_Written(context, base, index - base, old_value);
@@ -101,11 +101,12 @@ void SCPI_RegClearBits(ScpiContext& context, std::size_t index, std::uint32_t bi
 
 void SCPI_RegInitial(ScpiContext& context) {
     const std::lock_guard guard(context.status_lock);
-    context.registers = {};
+    if (!context.registers) return;
+    *context.registers = {};
     for (std::size_t base = reg_operation; base < scpi_registers; base += 5) {
-        context.registers[base + set_positive] = all_bits;
+        (*context.registers)[base + set_positive] = all_bits;
     }
-    for (const auto& sub : sub_registers) context.registers[sub.base + set_enable] = all_bits;
+    for (const auto& sub : sub_registers) (*context.registers)[sub.base + set_enable] = all_bits;
 }
 
 void SCPI_StatusPreset(ScpiContext& context) {

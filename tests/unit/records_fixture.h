@@ -26,7 +26,8 @@ protected:
         LOOP_Buffers = nullptr;
         DSP_Trace_Data = nullptr;
         SCPI_RegInitial(scpi_context);
-        SCPI_Init(scpi_context, {});
+        scpi_interface = {};
+        SCPI_Init(scpi_context);
     }
     void TearDown() override { DSP_Trace_Data = nullptr; }
 

@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "records/locks.h"
 #include "records_fixture.h"
 
 namespace {
@@ -12,7 +13,7 @@ protected:
     void SetUp() override {
         Records::SetUp();
         requests = 0;
-        SCPI_Init(scpi_context, {.control = Count_Requests});
+        scpi_interface.control = Count_Requests;
     }
     static std::uint32_t Get(std::size_t index) { return SCPI_RegGet(scpi_context, index); }
     static void Set(std::size_t index, std::uint32_t value) { SCPI_RegSet(scpi_context, index, value); }
@@ -90,13 +91,18 @@ TEST_F(Status, AFullQueueLosesItsOldestEntry) {
 
 TEST_F(Status, EntriesCarryMessageInputAndTimeWithinTheirSlots) {
     const std::string header = ":FREQ:CENTRAL " + std::string(300, '9') + "\n";
-    std::memcpy(scpi_context.input.data(), header.data(), header.size());
-    scpi_context.input_length = header.size();
-    SCPI_ErrorPush(scpi_context, -113);
+    std::memcpy(scpi_context.input.data, header.data(), header.size());
+    scpi_context.input.position = static_cast<unsigned>(header.size());
+    {
+        const std::lock_guard inputs(scpi_lock_mutex);
+        SCPI_ErrorPush(scpi_context, -113);
+    }
     const std::string text = local_error_queue.text[0].data();
     EXPECT_EQ(text.size(), error_text_size - 1);
     EXPECT_TRUE(text.starts_with("Undefined      header;:FREQ:CENTRAL 999")) << text;
     EXPECT_STREQ(local_error_queue.stamp[0].data(), "2026/01/02 03:04:05");
+    SCPI_ErrorPush(scpi_context, 101);
+    EXPECT_STREQ(local_error_queue.text[1].data(), "Uncal") << "an error of the instrument's own is no remote command's";
 }
 
 TEST_F(Status, MessagesKeepTheirSpacing) {

@@ -1,0 +1,20 @@
+#pragma once
+#include "scpi/context.h"
+
+/// Waits for the end of a sweep: *OPC?, and what comes after *WAI.
+
+/// Holds new input while an operation is pending. Ends it where the host says that no sweep will.
+void Wait_For_Pending_Operation(ScpiContext& context);
+
+/// Waits for the end of the next complete sweep with the records' lock released, which the caller holds.
+/// True when the sweep ended or none can come; false when the client was cleared or is gone.
+bool Wait_For_Sweep(ScpiContext& context);
+
+/// Marks an operation as pending on behalf of the client in hand.
+void Begin_Pending_Operation(ScpiContext& context);
+
+/// Ends the waits of a client that is cleared or gone; without any of its own, nothing. Any thread.
+void Release_Waits(ScpiUserContext client);
+
+/// The client for which a wait runs or will run; kind interface_none while none does. Any thread.
+ScpiUserContext Waiting_Client();
