@@ -33,6 +33,7 @@
 #include "records/sys.h"
 #include "records/trace.h"
 #include "remote/gpib.h"
+#include "scpi/commands/table.h"
 #include "scpi/error_queue.h"
 #include "scpi/status.h"
 #include "sequence/sequence.h"
@@ -238,6 +239,7 @@ void init_sys() {
 int Start_Up() {
     const std::lock_guard records(Command_Main_Mutex);
     Init_Spectrogram();   // 1
+    Commands_Init();
     Start_Remote_Base();  // 2
     Identify();           // 3
     init_i2c();           // 4
