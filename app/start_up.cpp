@@ -12,6 +12,7 @@
 #include "emc/emc.h"
 #include "files/state.h"
 #include "keys/handlers.h"
+#include "keys/language.h"
 #include "keys/messages.h"
 #include "keys/numeric_entry.h"
 #include "keys/pages.h"
@@ -212,7 +213,8 @@ void init_sys() {
     Open_Layers();         // 3
     Start_Core();          // 4
     Show_First_Screen();   // 5
-    parse_txt_file(Word_List_Path(Language));  // 6
+    Recall_Language();  // 6
+    parse_txt_file(Word_List_Path(Language));
     Sys_Init_Cal();  // 7
     Freqs_ArrayInit();
     keylink.store(&FreqLink[0], std::memory_order_release);

@@ -85,17 +85,29 @@ Line Decode(std::string_view text) {
     return line;
 }
 
-int Width(const Line& line, Font_Face face, int size) {
+/// The face for a line: the wide regular one where it has what the wished one lacks, as Chinese and Japanese.
+FT_Face Face_For(const Line& line, Font_Face wished) {
+    const FT_Face face = display::Face_Handle(wished), wide = display::Face_Handle(face_regular);
+    if (!face || !wide || face == wide) return face;
+    const bool lacking = std::ranges::any_of(line.Characters(), [&](std::uint32_t character) {
+        return FT_Get_Char_Index(face, character) == 0 && FT_Get_Char_Index(wide, character) != 0;
+    });
+    return lacking ? wide : face;
+}
+
+int Width(const Line& line, FT_Face face, int size) {
     int width = 0;
-    wchar_box(line.Characters(), 0, 0, size, {}, 0, &width, display::Face_Handle(face), wordspace);
+    wchar_box(line.Characters(), 0, 0, size, {}, 0, &width, face, wordspace);
     return line.count ? width - wordspace : 0;
 }
 
+/// Where a text starts in its area. One that is too long begins at the left edge and loses its end.
 int Start(display::Align align, int width, int text_width) {
+    const int room = std::max(width - text_width, 0);
     switch (align) {
         case display::Align::left: return 0;
-        case display::Align::centre: return (width - text_width) / 2;
-        default: return width - text_width;
+        case display::Align::centre: return room / 2;
+        default: return room;
     }
 }
 
@@ -108,9 +120,9 @@ std::span<const std::uint8_t> Render_Line(std::string_view text, display::Rect a
     const std::span mask(line_mask.data(),
                          static_cast<std::size_t>(area.width) * static_cast<std::size_t>(area.height));
     std::fill(mask.begin(), mask.end(), std::uint8_t{0});
-    const int x = align == display::Align::left ? 0 : Start(align, area.width, Width(line, style.face, style.size));
-    wchar_box(line.Characters(), x, baseline, style.size, mask, area.width, nullptr, display::Face_Handle(style.face),
-              wordspace);
+    const FT_Face face = Face_For(line, style.face);
+    const int x = align == display::Align::left ? 0 : Start(align, area.width, Width(line, face, style.size));
+    wchar_box(line.Characters(), x, baseline, style.size, mask, area.width, nullptr, face, wordspace);
     return mask;
 }
 
@@ -209,7 +221,15 @@ FT_Face Face_Handle(int face) {
     }
 }
 
-int Text_Width(std::string_view text, Font_Face face, int size) { return Width(Decode(text), face, size); }
+int Text_Width(std::string_view text, Font_Face face, int size) {
+    const Line line = Decode(text);
+    return Width(line, Face_For(line, face), size);
+}
+
+int Fitting_Size(std::string_view text, Font_Face face, int size, int smallest, int width) {
+    while (size > smallest && Text_Width(text, face, size) > width) --size;
+    return size;
+}
 
 void Draw_Field(const Frame_Descriptor& layer, Rect area, int baseline, std::string_view text, const Text_Style& style,
                 Align align) {

@@ -58,8 +58,11 @@ struct Text_Style {
 /// Handle of a face; null while it could not be loaded.
 FT_Face Face_Handle(int face);
 
-/// Width in pixels of a UTF-8 text.
+/// Width in pixels of a UTF-8 text. A line with characters that the face lacks and the regular one has is set in that.
 int Text_Width(std::string_view text, Font_Face face, int size);
+
+/// The size in pixels, from size down to smallest, at which a text is no wider than width; the smallest if none is.
+int Fitting_Size(std::string_view text, Font_Face face, int size, int smallest, int width);
 
 /// Replaces the area by one line of UTF-8 text, baseline rows below its top. On 16-bit layers the ground stays clear.
 void Draw_Field(const Frame_Descriptor& layer, Rect area, int baseline, std::string_view text, const Text_Style& style,

@@ -1,36 +1,69 @@
 #include "keys/messages.h"
 
+#include <algorithm>
 #include <array>
+#include <string_view>
 
 #include "display/text.h"
+#include "keys/words.h"
 #include "palette.h"
+#include "records/keystate.h"
 
 namespace {
 
 constexpr display::Rect message_area{258, 570, 392, 28};
 
-struct Attention {
+struct Message {
     int number;
-    const char* text;
+    std::string_view text;  ///< English
 };
 
-constexpr auto attentions = std::to_array<Attention>({
+constexpr auto attentions = std::to_array<Message>({
     {5, "The frequency axis was changed"},
     {7, "Shutting down"},
     {8, "Remote control - Preset returns to local"},
     {21, "The word list is of another version"},
     {24, "The sweep is on hold"},
     {25, "The instrument was recovered"},
+    {attention_no_words, "There is no word list of this language"},
 });
+
+constexpr auto warnings = std::to_array<Message>({
+    {warning_limited, "Set to the nearest possible value"},
+    {warning_not_now, "Not possible in this mode"},
+    {warning_not_fitted, "Not fitted"},
+});
+
+std::string_view shown;  ///< English text of the message that stands
+
+void Show(std::span<const Message> messages, int number) {
+    const auto message = std::ranges::find(messages, number, &Message::number);
+    if (message == messages.end()) return;
+    shown = message->text;
+    Redraw_Message();
+}
 
 }  // namespace
 
-void ThirdAttentionwords(int number) {
-    for (const auto& attention : attentions) {
-        if (attention.number != number) continue;
-        display::Draw_Field(fbOsd0, message_area, 20, attention.text,
-                            {face_bold, 13, display::palette::attention, display::palette::bar});
-    }
+void ThirdAttentionwords(int number) { Show(attentions, number); }
+
+void display_warning(int number) {
+    Show(warnings, number);
+    Check_warning = 1;
 }
 
-void Clear_Attention() { display::Clear(fbOsd0, message_area); }
+void clear_warning() {
+    Check_warning = 0;
+    Clear_Attention();
+}
+
+void Clear_Attention() {
+    shown = {};
+    display::Clear(fbOsd0, message_area);
+}
+
+void Redraw_Message() {
+    if (shown.empty()) return;
+    display::Draw_Field(fbOsd0, message_area, 24, Translated(shown),
+                        {face_bold, 13, display::palette::attention, display::palette::bar});
+}

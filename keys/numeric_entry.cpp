@@ -12,6 +12,7 @@
 #include "keys/number_format.h"
 #include "keys/pages.h"
 #include "keys/soft_keys.h"
+#include "keys/words.h"
 #include "palette.h"
 #include "records/keystate.h"
 
@@ -33,10 +34,24 @@ display::Text_Style Number_Style() {
     return {number_face, number_size, display::palette::trace_a, display::palette::bar};
 }
 
+struct Kept_Text {
+    std::array<char, 64> characters{};
+    std::size_t length = 0;
+    void Keep(std::string_view text) { length = text.copy(characters.data(), characters.size()); }
+    std::string_view View() const { return {characters.data(), length}; }
+};
+/// What the entry field shows, in English.
+Kept_Text shown_name, shown_number;
+bool shown_cursor = false;
+
 bool Minus_On() { return AllKeyVar.sign == 1; }
 
 void Draw_Number_Text(std::string_view text, bool cursor) {
-    Blank_Numeric_Field();
+    display::Clear(fbOsd0, numeric_field);
+    shown_number.Keep(text);
+    shown_cursor = cursor;
+    std::array<char, 96> buffer;
+    text = Translated_Value(text, buffer);
     const int x = allNumData[entry_field_start];
     display::Draw_Field(fbOsd0, {x, numeric_field.y, numeric_field.width - x, numeric_field.height},
                         number_baseline - numeric_field.y, text, Number_Style());
@@ -44,6 +59,11 @@ void Draw_Number_Text(std::string_view text, bool cursor) {
     const int end = x + display::Text_Width(text, number_face, number_size) + 4;
     display::Fill(fbOsd0, {std::min(end, numeric_field.width - 2), number_baseline - 15, 2, 18},
                   display::palette::trace_a);
+}
+
+void Draw_Entry_Name() {
+    display::Draw_Field(fbOsd0, name_field, 12, Translated(shown_name.View()),
+                        {face_regular, name_size, display::palette::label, display::palette::bar});
 }
 
 void Empty_Number(std::uint8_t clear) {
@@ -242,8 +262,15 @@ void fNumBase(int key) {
 
 void Show_Entry(std::string_view name, std::string_view value) {
     Blank_Entry();
-    display::Draw_Field(fbOsd0, name_field, 12, name, {face_regular, name_size, display::palette::label, display::palette::bar});
+    shown_name.Keep(name);
+    Draw_Entry_Name();
     Draw_Number_Text(value, false);
+}
+
+void Redraw_Entry() {
+    if (shown_name.length > 0) Draw_Entry_Name();
+    const Kept_Text number = shown_number;
+    if (number.length > 0) Draw_Number_Text(number.View(), shown_cursor);
 }
 
 void Draw_Typed_Number() {
@@ -264,9 +291,13 @@ void enter_numKey(double value, int precision, std::string_view unit) {
     Draw_Number_Text(shown + ' ' + std::string(unit), false);
 }
 
-void Blank_Numeric_Field() { display::Clear(fbOsd0, numeric_field); }
+void Blank_Numeric_Field() {
+    shown_number.Keep({});
+    display::Clear(fbOsd0, numeric_field);
+}
 
 void Blank_Entry() {
+    shown_name.Keep({});
     display::Clear(fbOsd0, name_field);
     Blank_Numeric_Field();
 }

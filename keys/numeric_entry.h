@@ -42,8 +42,10 @@ double FunitChang(int exponent);
 /// Soft key of the frequency unit page: 0 to 3 are GHz, MHz, kHz and Hz.
 void fNumBase(int key);
 
-/// Names what is being entered and shows its present value.
+/// Names what is being entered and shows its present value, both English, in the chosen language.
 void Show_Entry(std::string_view name, std::string_view value);
+/// Draws name and number of the entry field again, after a change of the language.
+void Redraw_Entry();
 /// Draws the typed number with its cursor.
 void Draw_Typed_Number();
 /// Shows a confirmed value with its unit; precision in decimals.

@@ -2,6 +2,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 
 /// Menu pages: the seven soft keys beside the screen.
@@ -12,11 +13,23 @@ constexpr std::uint8_t no_highlight = 0xff;
 /// mode: 0 knob, 1 arrows (steps in AllKeyVar), 2 a typed value in base units.
 using Value_Handler = int (*)(int mode, double value);
 
-/// What a key shows below its label: a value, or two choices of which one is chosen.
+constexpr std::size_t most_choices = 5;
+
+/// Numbers of choice words, -1 none; the words come first.
+struct Choices : std::array<int, most_choices> {
+    constexpr Choices(std::initializer_list<int> words = {}) : array{-1, -1, -1, -1, -1} {
+        std::size_t count = 0;
+        for (const int word : words) {
+            if (count < most_choices) (*this)[count++] = word;
+        }
+    }
+};
+
+/// What a key shows below its label: a value, or choices of which one is chosen.
 struct Key_Face {
     std::array<char, 24> value{};
-    std::array<int, 2> choice{-1, -1};  ///< numbers of choice words, -1 none
-    int chosen = 0;
+    Choices choice{};
+    int chosen = 0;  ///< index into choice; any other marks none
 };
 
 struct Menu_Page {

@@ -16,7 +16,9 @@ using display::Colour;
 using display::Rect;
 
 constexpr Colour label_colour{180, 180, 180}, label_ground{74, 84, 86}, title_colour{255, 255, 255};
-constexpr int value_baseline = 50, choice_baseline_row = 56;
+constexpr int value_baseline = 50, value_size = 13, smallest_value_size = 10;
+constexpr int choice_row = 56, choice_row_without_value = 46, choice_box_height = 16;
+constexpr int choice_room = label_width - 12, choice_margin = 6, widest_gap = 18, narrowest_gap = 8;
 constexpr std::size_t key_bytes = static_cast<std::size_t>(label_width) * label_height * 3;
 
 std::array<std::uint8_t, key_bytes> upBuffer, downBuffer;
@@ -43,6 +45,28 @@ void Copy_Key(const std::array<std::uint8_t, key_bytes>& picture, int key, const
     display::Copy_Picture(layer, picture.data(), soft_key_x, Key_Y(key), label_width, label_height);
 }
 
+void Draw_Choice(const Choice_Word& word, bool chosen, int x, int y, int margin, const Frame_Descriptor& layer) {
+    if (chosen) {
+        display::Fill(layer, {x - margin, y, word.Width() + 2 * margin, choice_box_height}, display::palette::trace_a);
+    }
+    draw_bitmap_over(word.mask, chosen ? Colour{} : label_colour, x - word.x, y, word.row_length, choice_height, layer);
+}
+
+/// The chosen one of choices that do not stand side by side, between the arrows of a ring.
+template <class Word>
+void Draw_One_Choice(const Key_Face& face, const Word& word, int count, int y, const Frame_Descriptor& layer) {
+    if (face.chosen < 0 || face.chosen >= count) return;
+    constexpr int arrow_width = 12, arrow_edge = 8;
+    const Choice_Word& chosen = word(face.chosen);
+    Draw_Choice(chosen, true, soft_key_x + (label_width - chosen.Width()) / 2, y, choice_margin, layer);
+    const display::Text_Style style{face_bold, 14, label_colour, {}};
+    const Rect left{soft_key_x + arrow_edge, y, arrow_width, choice_box_height};
+    Rect right = left;
+    right.x = soft_key_x + label_width - arrow_edge - arrow_width;
+    display::Draw_Text_Over(layer, left, 13, "\u2039", style, display::Align::left);
+    display::Draw_Text_Over(layer, right, 13, "\u203a", style, display::Align::right);
+}
+
 /// Label, value and choices over the key's picture.
 void Draw_Key_Texts(const Menu_Page& page, int key, const Frame_Descriptor& layer) {
     const auto index = static_cast<std::size_t>(key);
@@ -55,7 +79,10 @@ void Draw_Key_Texts(const Menu_Page& page, int key, const Frame_Descriptor& laye
     page.face(key, face);
     if (face.value[0]) {
         const Rect line{soft_key_x + 4, Key_Y(key) + value_baseline - 16, label_width - 8, 22};
-        display::Draw_Text_Over(layer, line, 16, face.value.data(), {face_bold, 13, display::palette::value, {}},
+        std::array<char, 64> buffer;
+        const std::string_view value = Translated_Value(face.value.data(), buffer);
+        const int size = display::Fitting_Size(value, face_bold, value_size, smallest_value_size, line.width);
+        display::Draw_Text_Over(layer, line, 16, value, {face_bold, size, display::palette::value, {}},
                                 display::Align::centre);
     }
     bottom_string(key, face, layer);
@@ -110,21 +137,23 @@ void bottom_turnoff(int key) {
 }
 
 void bottom_string(int key, const Key_Face& face, const Frame_Descriptor& layer) {
-    constexpr int gap = 18, margin = 6, box_height = 16;
-    if (face.choice[0] < 0) return;
-    int widths = gap;
-    for (const int choice : face.choice) widths += select_words[static_cast<std::size_t>(choice)].Width();
-    int x = soft_key_x + (label_width - widths) / 2;
-    const int y = Key_Y(key) + choice_baseline_row;
-    for (int i = 0; i < 2; ++i) {
-        const Choice_Word& word = select_words[static_cast<std::size_t>(face.choice[static_cast<std::size_t>(i)])];
-        const bool chosen = face.chosen == i;
-        if (chosen) {
-            display::Fill(layer, {x - margin, y, word.Width() + 2 * margin, box_height}, display::palette::trace_a);
-        }
-        draw_bitmap_over(word.mask, chosen ? Colour{} : label_colour, x - word.x, y, word.row_length,
-                         choice_height, layer);
-        x += word.Width() + gap;
+    const auto word = [&](int index) -> const Choice_Word& {
+        return select_words[static_cast<std::size_t>(face.choice[static_cast<std::size_t>(index)])];
+    };
+    int count = 0, widths = 0;
+    while (count < static_cast<int>(most_choices) && face.choice[static_cast<std::size_t>(count)] >= 0 &&
+           face.choice[static_cast<std::size_t>(count)] < keys::select_count) {
+        widths += word(count++).Width();
+    }
+    if (count == 0) return;
+    const int y = Key_Y(key) + (face.value[0] ? choice_row : choice_row_without_value);
+    const int gap = std::min((choice_room - widths) / count, widest_gap);
+    if (gap < narrowest_gap) return Draw_One_Choice(face, word, count, y, layer);
+    int x = soft_key_x + (label_width - widths - gap * (count - 1)) / 2;
+    const int margin = std::min(choice_margin, gap / 2);
+    for (int i = 0; i < count; ++i) {
+        Draw_Choice(word(i), face.chosen == i, x, y, margin, layer);
+        x += word(i).Width() + gap;
     }
 }
 

@@ -23,7 +23,7 @@ using display::Rect;
 
 const char* mode_name = "";
 
-constexpr int name_gap = 8, value_size = 13, value_ascent = 13, value_height = 17;
+constexpr int name_gap = 8, value_size = 13, smallest_value_size = 10, value_ascent = 13, value_height = 17;
 
 enum class Anchor { left, right };
 
@@ -68,20 +68,24 @@ constexpr auto blocks = std::to_array<Block>({
 });
 
 void Draw_Block(const Block& block) {
-    std::array<char, 48> text{};
-    block.value(text);
+    std::array<char, 48> english{};
+    block.value(english);
+    std::array<char, 96> buffer;
+    const std::string_view text = Translated_Value(english.data(), buffer);
     const auto name = static_cast<std::size_t>(block.name);
     const int name_width = cat_widths[name];
     const int top = block.baseline - value_ascent;
     const int left = block.anchor == Anchor::left ? block.x : block.x - block.width;
     display::Clear(fbOsd0, {left, top, block.width, value_height});
-    const int value_width = display::Text_Width(text.data(), face_bold, value_size);
+    const int room = block.width - name_width - name_gap;
+    const int size = display::Fitting_Size(text, face_bold, value_size, smallest_value_size, room);
+    const int value_width = display::Text_Width(text, face_bold, size);
     const int name_x = block.anchor == Anchor::left ? left : block.x - value_width - name_gap - name_width;
     draw_bitmap(cat_words[name], display::palette::label, display::palette::ground, name_x, block.baseline - 12,
                 label_width, category_height, fbOsd0, name_x + name_width - 1);
     const int value_x = name_x + name_width + name_gap;
-    display::Draw_Field(fbOsd0, {value_x, top, left + block.width - value_x, value_height}, value_ascent, text.data(),
-                        {face_bold, value_size, display::palette::value, display::palette::ground});
+    display::Draw_Field(fbOsd0, {value_x, top, left + block.width - value_x, value_height}, value_ascent, text,
+                        {face_bold, size, display::palette::value, display::palette::ground});
 }
 
 void Draw_Bar_Text(Rect area, std::string_view text, display::Colour colour, Font_Face face, int size, Align align) {
@@ -102,9 +106,14 @@ void Draw_Status_Blocks() {
 }
 
 void Draw_Sweep_State() {
-    std::array<char, 48> text{};
-    std::snprintf(text.data(), text.size(), "%s, %s", mode_name, Sweep_Data.single ? "single" : "continuous");
-    Draw_Bar_Text({506, 3, 142, 18}, text.data(), display::palette::label, face_regular, 12, Align::right);
+    const std::string_view mode = Translated(mode_name);
+    const std::string_view state = Translated(Sweep_Data.single ? "single" : "continuous");
+    std::array<char, 96> text{};
+    std::snprintf(text.data(), text.size(), "%.*s, %.*s", static_cast<int>(mode.size()), mode.data(),
+                  static_cast<int>(state.size()), state.data());
+    constexpr Rect area{506, 3, 142, 18};
+    const int size = display::Fitting_Size(text.data(), face_regular, 12, 9, area.width);
+    Draw_Bar_Text(area, text.data(), display::palette::label, face_regular, size, Align::right);
 }
 
 void Draw_Model() {
@@ -116,9 +125,16 @@ void Draw_Model() {
 void Draw_Clock() {
     constexpr std::array months{"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     const std::tm now = platform::Wall_Clock();
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%d %s %d  %02d:%02d:%02d", now.tm_mday,
-                  months[static_cast<std::size_t>(now.tm_mon % 12)], now.tm_year + 1900, now.tm_hour, now.tm_min, now.tm_sec);
+    std::array<char, 64> text{};
+    const int year = now.tm_year + 1900;
+    if (Language == static_cast<int>(Language_Choice::english) || Language == static_cast<int>(Language_Choice::russian)) {
+        const std::string_view month = Translated(months[static_cast<std::size_t>(now.tm_mon % 12)]);
+        std::snprintf(text.data(), text.size(), "%d %.*s %d  %02d:%02d:%02d", now.tm_mday, static_cast<int>(month.size()),
+                      month.data(), year, now.tm_hour, now.tm_min, now.tm_sec);
+    } else {
+        std::snprintf(text.data(), text.size(), "%d\u5e74%d\u6708%d\u65e5  %02d:%02d:%02d", year, now.tm_mon + 1, now.tm_mday,
+                      now.tm_hour, now.tm_min, now.tm_sec);
+    }
     Draw_Bar_Text({142, 3, 178, 18}, text.data(), display::palette::label, face_regular, 12, Align::left);
 }
 

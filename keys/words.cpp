@@ -9,6 +9,7 @@
 #include "display/text.h"
 #include "platform/root.h"
 #include "records/sys.h"
+#include "texts.h"
 
 namespace {
 
@@ -44,16 +45,35 @@ private:
     std::size_t place_ = 0;
 };
 
-/// One decimal integer up to its comma; nothing at a section's end, the file's end, or for a number of absurd length.
+/// The bytes of a number as they come: digits, with blanks and a sign before them, until something else stands there.
+class Decimal {
+public:
+    void Add(unsigned byte) {
+        if (byte >= '0' && byte <= '9' && !ended_) {
+            value_ = std::min(value_ * 10 + static_cast<int>(byte - '0'), largest);
+            begun_ = true;
+        } else if (byte == '-' && !begun_ && !ended_) {
+            negative_ = begun_ = true;
+        } else if (byte != 0 && (begun_ || byte > ' ')) {
+            ended_ = true;
+        }
+    }
+    int Value() const { return negative_ ? -value_ : value_; }
+
+private:
+    static constexpr int largest = 1'000'000;
+    int value_ = 0;
+    bool begun_ = false, ended_ = false, negative_ = false;
+};
+
+/// One decimal integer up to its comma; nothing at a section's or the file's end.
 std::optional<int> Read_Number(Word_File& file) {
-    long value = 0;
-    bool negative = false;
-    for (int characters = 0; characters < 12; ++characters) {
-        if (file.At_End() || file.Peek() == section_end) return {};
+    Decimal number;
+    while (!file.At_End() && file.Peek() != section_end) {
         const char16_t c = file.Take();
-        if (c == u',') return static_cast<int>(negative ? -value : value);
-        if (c == u'-') negative = true;
-        if (c >= u'0' && c <= u'9') value = std::min(value * 10 + (c - u'0'), 1'000'000l);
+        if (c == u',') return number.Value();
+        number.Add(c & 255u);
+        number.Add(static_cast<unsigned>(c) >> 8);
     }
     return {};
 }
@@ -66,7 +86,8 @@ std::optional<Word_Record> Read_Record(Word_File& file) {
         if (!number) return {};
         *field = *number;
     }
-    if (length < 0 || static_cast<std::size_t>(length) > file.Characters_Left()) return {};
+    length = std::max(length, 0);
+    if (static_cast<std::size_t>(length) > file.Characters_Left()) return {};
     record.text.reserve(static_cast<std::size_t>(length));
     for (int i = 0; i < length; ++i) record.text.push_back(file.Take());
     file.Skip(4);
@@ -140,6 +161,18 @@ void parse_cat_txt(Word_File& file, int language, int records) {
     }
 }
 
+/// In the middle of their keys.
+void Render_Fixed_Words() {
+    constexpr int size = 16, baseline = 48;
+    for (std::size_t i = 0; i < fixed_words.size(); ++i) {
+        const std::array text{static_cast<std::uint32_t>(fixed_characters[i])};
+        int width = 0;
+        wchar_box(text, 0, 0, size, {}, 0, &width, display::Face_Handle(face_bold), 0);
+        wchar_box(text, (label_width - width) / 2, baseline, size, fixed_words[i], label_width, nullptr,
+                  display::Face_Handle(face_bold), 0);
+    }
+}
+
 std::optional<Word_File> Load(const char* path) {
     constexpr std::size_t largest_file = 8u << 20;
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(platform::Rooted(path).c_str(), "rb"),
@@ -159,6 +192,7 @@ void Clear_Words() {
     for (auto& mask : en_words) mask.fill(0);
     for (auto& word : select_words) word = {};
     for (auto& mask : cat_words) mask.fill(0);
+    for (auto& mask : fixed_words) mask.fill(0);
     cat_widths.fill(0);
 }
 
@@ -170,10 +204,12 @@ const char* Word_List_Path(int language) {
     return paths[language > 0 && language < static_cast<int>(paths.size()) ? static_cast<std::size_t>(language) : 0];
 }
 
+bool Word_List_There(int language) { return Load(Word_List_Path(language)).has_value(); }
+
 void parse_txt_file(const char* path) {
     Clear_Words();
     auto file = Load(path);
-    if (!file) return;
+    if (!file) return Render_Fixed_Words();
     file->Skip(2 + 2);
     const char16_t major = file->Take();
     file->Skip(2);
@@ -185,4 +221,26 @@ void parse_txt_file(const char* path) {
     Read_Choices(*file, keys::select_count - Checkversion);
     file->Skip_Section_End();
     parse_cat_txt(*file, Language, keys::cat_count - Checkversion);
+    Render_Fixed_Words();
+}
+
+const std::uint8_t* Fixed(char character) {
+    const std::size_t place = fixed_characters.find(character);
+    return place < fixed_words.size() ? fixed_words[place].data() : nullptr;
+}
+
+std::string_view Translated(std::string_view english) {
+    const auto row = std::ranges::lower_bound(keys::texts, english, {}, [](const auto& texts) { return texts.front(); });
+    if (row == keys::texts.end() || row->front() != english || Language >= row->size()) return english;
+    return (*row)[Language];
+}
+
+std::string_view Translated_Value(std::string_view value, std::span<char> buffer) {
+    const std::string_view whole = Translated(value);
+    const std::size_t word = whole == value ? value.rfind(' ') + 1 : 0;
+    const std::string_view unit = word > 0 ? Translated(value.substr(word)) : whole;
+    const std::size_t kept = std::min(word, buffer.size()), rest = std::min(unit.size(), buffer.size() - kept);
+    std::copy_n(value.begin(), kept, buffer.begin());
+    std::copy_n(unit.begin(), rest, buffer.begin() + static_cast<std::ptrdiff_t>(kept));
+    return {buffer.data(), kept + rest};
 }

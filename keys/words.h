@@ -1,7 +1,8 @@
 #pragma once
 #include <array>
 #include <cstdint>
-#include <string>
+#include <span>
+#include <string_view>
 
 #include "words_order.h"
 
@@ -28,13 +29,28 @@ inline std::array<Choice_Word, keys::select_count> select_words{};
 inline std::array<Category_Mask, keys::cat_count> cat_words{};
 inline std::array<std::int16_t, keys::cat_count> cat_widths{};  ///< pixels that each name takes
 
+/// Labels of the numeric and symbol pages that are the same in every language; the program renders them itself.
+constexpr std::string_view fixed_characters = "ABCDEF-_.";
+inline std::array<Label_Mask, fixed_characters.size()> fixed_words{};
+
 /// Mask of a label or title.
 inline const std::uint8_t* En(keys::En_Name name) { return en_words[name].data(); }
+/// Mask of a key with one of the fixed characters; null for any other.
+const std::uint8_t* Fixed(char character);
 
 /// Reads the word-list file (an instrument path) into the tables, which are cleared first; a file that is missing or does
-/// not begin with its mark leaves them blank. Sets Checkversion to 1 for a file of another version. Records that are cut,
-/// out of range or longer than the file are dropped.
+/// not begin with its mark leaves them blank. Sets Checkversion to 1 for a file of another version, else to 0. Records
+/// that are cut, out of range or longer than the file are dropped.
 void parse_txt_file(const char* path);
 
-/// Word-list file of a language.
+/// Word-list file of a language; English for a number that is none.
 const char* Word_List_Path(int language);
+
+/// Whether a language's word list is there, with its mark.
+bool Word_List_There(int language);
+
+/// An English text (UTF-8) in the chosen language; itself where the words don't have it.
+std::string_view Translated(std::string_view english);
+
+/// A value in the chosen language: as a whole, or else its last word, which is the unit. Longer than the buffer it is cut.
+std::string_view Translated_Value(std::string_view value, std::span<char> buffer);

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
-"""Makes the instrument's word lists, or the header with their entry order, from the one table of words.
+"""Makes the instrument's word lists, or the headers with their entry order and with the program's texts, from the one
+table of words.
 
-    make_wordlist.py header WORDS.tsv words_order.h
+    make_wordlist.py headers WORDS.tsv words_order.h texts.h
     make_wordlist.py lists WORDS.tsv FOLDER MEASURE_TEXT BOLD_FONT REGULAR_FONT
 
 A word list is UTF-16LE: a byte-order mark, a line with the version, then three sections of records, each closed by a
@@ -23,6 +24,8 @@ SECTIONS = {
     "select": ("Select_Name", "select_count", 164),
     "cat": ("Cat_Name", "cat_count", 352),
 }
+# Texts that no word list holds: the program has them in all languages and finds them by the English one.
+TEXTS = "text"
 # These choices are set in a box of their own, not in the common one; no word has needed them so far.
 RESERVED = {"select": {57, 58}}
 
@@ -48,15 +51,21 @@ class Place(NamedTuple):
     right: int
     centred: bool
     arrow: bool = False
+    smallest: int = 12  # size in pixels down to which a text is set smaller until it fits
 
 
 PLACES = {
-    "title": Place(baseline=21, top=0, bottom=28, left=1, right=140, centred=True),
+    "title": Place(baseline=21, top=0, bottom=28, left=1, right=140, centred=True, smallest=13),
     "value": Place(baseline=29, top=9, bottom=35, left=5, right=136, centred=True),
     "plain": Place(baseline=48, top=9, bottom=74, left=5, right=136, centred=True),
     "page": Place(baseline=48, top=9, bottom=74, left=5, right=136, centred=True, arrow=True),
-    "choice": Place(baseline=13, top=0, bottom=15, left=0, right=65, centred=False),
-    "status": Place(baseline=12, top=0, bottom=14, left=0, right=130, centred=False),
+    "choice": Place(baseline=13, top=0, bottom=15, left=0, right=65, centred=False, smallest=11),
+    "status": Place(baseline=12, top=0, bottom=14, left=0, right=130, centred=False, smallest=11),
+    # Texts of the program: name of an entry, attention message, mode and sweep state in the top line, unit.
+    "entry": Place(baseline=12, top=0, bottom=14, left=0, right=237, centred=False),
+    "message": Place(baseline=24, top=0, bottom=27, left=0, right=391, centred=False, smallest=13),
+    "state": Place(baseline=13, top=0, bottom=17, left=0, right=84, centred=False),
+    "unit": Place(baseline=13, top=0, bottom=16, left=0, right=60, centred=False),
 }
 
 
@@ -76,7 +85,7 @@ class Faulty(Exception):
 def read_words(path):
     """The entries of each section with their numbers, in order."""
     columns = None
-    rows = {section: [] for section in SECTIONS}
+    rows = {section: [] for section in (*SECTIONS, TEXTS)}
     for line_number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
         if not line.strip() or line.startswith("#"):
             continue
@@ -88,12 +97,28 @@ def read_words(path):
         if len(cells) > len(columns):
             raise Faulty(f"{where}: {len(cells)} columns, {len(columns)} expected")
         row = dict(zip(columns, cells + [""] * (len(columns) - len(cells))))
-        if row["section"] not in SECTIONS:
+        if row["section"] not in rows:
             raise Faulty(f"{where}: no section {row['section']!r}")
         rows[row["section"]].append((where, row))
 
     names = set()
-    return {section: number_entries(section, section_rows, names) for section, section_rows in rows.items()}
+    texts = rows.pop(TEXTS)
+    sections = {section: number_entries(section, section_rows, names) for section, section_rows in rows.items()}
+    sections[TEXTS] = text_entries(texts)
+    return sections
+
+
+def text_entries(rows):
+    """The program's texts, in the order of their bytes in English."""
+    entries = {}
+    for where, row in rows:
+        if row["name"]:
+            raise Faulty(f"{where}: a text has no name but its English one")
+        entry = make_entry(0, where, row, f"text {row['english']!r}")
+        if not entry.texts["english"] or entry.texts["english"] in entries:
+            raise Faulty(f"{where}: {entry.name} is empty or there already")
+        entries[entry.texts["english"]] = entry
+    return [entries[english] for english in sorted(entries, key=str.encode)]
 
 
 def number_entries(section, rows, names):
@@ -111,16 +136,19 @@ def number_entries(section, rows, names):
             number += 1
         if number >= count:
             raise Faulty(f"{where}: more than {count} entries")
-        entries.append(make_entry(section, number, where, row, names))
+        entries.append(make_entry(number, where, row, take_name(section, where, row["name"], names)))
         number += 1
     return entries
 
 
-def make_entry(section, number, where, row, names):
-    name = row["name"]
+def take_name(section, where, name, names):
     if not name.isidentifier() or not name.startswith(section) or name in names:
         raise Faulty(f"{where}: {name!r} is taken or is no name of section {section!r}")
     names.add(name)
+    return name
+
+
+def make_entry(number, where, row, name):
     if row["place"] not in PLACES:
         raise Faulty(f"{where}: {name}: no place {row['place']!r}")
     if row["font"] not in (str(BOLD), str(REGULAR)) or not row["size"].isdecimal():
@@ -133,7 +161,7 @@ def make_entry(section, number, where, row, names):
     return Entry(number, name, row["place"], int(row["font"]), int(row["size"]), texts)
 
 
-def header(sections):
+def order_header(sections):
     lines = ["#pragma once", "", "/// Entry numbers of the words, in the order of the word lists' sections.", "",
              "namespace keys {", ""]
     for section, (enum, count_name, count) in SECTIONS.items():
@@ -145,6 +173,26 @@ def header(sections):
         lines += [f"    {count_name} = {count}", "};", ""]
     lines.append("}  // namespace keys")
     return "\n".join(lines) + "\n"
+
+
+def quoted(text):
+    return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
+
+
+def texts_header(sections):
+    """The program's own texts and, for what it says beside the menus, the words; of words alike in English the first."""
+    rows = {}
+    for section in (TEXTS, *SECTIONS):
+        for entry in sections[section]:
+            texts = [entry.texts[column] for column, _, _ in LANGUAGES]
+            if len(set(texts)) > 1:
+                rows.setdefault(texts[0], texts)
+    lines = ["    {{" + ", ".join(map(quoted, texts)) + "}}," for _, texts in sorted(rows.items(), key=lambda r: r[0].encode())]
+    return "\n".join(["#pragma once", "#include <array>", "#include <string_view>", "",
+                      "/// Texts in UTF-8, in the languages' order; sorted by the bytes of the English one.", "",
+                      "namespace keys {", "",
+                      f"inline constexpr std::array<std::array<std::string_view, {len(LANGUAGES)}>, {len(lines)}> texts{{{{",
+                      *lines, "}};", "", "}  // namespace keys"]) + "\n"
 
 
 def write_header(path, text):
@@ -168,6 +216,7 @@ class Setting(NamedTuple):
     entry: Entry
     language: int
     font: int
+    size: int
     text: str
 
 
@@ -179,18 +228,33 @@ def settings(sections):
                 font = BOLD if entry.font == BOLD and in_bold_face(text) else REGULAR
                 if text and PLACES[entry.place].arrow:
                     text = with_arrow(text, font)
-                yield Setting(entry, language, font, text)
+                yield Setting(entry, language, font, entry.size, text)
 
 
 def measure(wanted, command):
     """Width, rows above and below the baseline, and missing characters of each setting."""
     requests = "".join(
-        " ".join([str(s.font), str(s.entry.size), str(LETTER_SPACING), *(f"{ord(c):x}" for c in s.text)]) + "\n"
+        " ".join([str(s.font), str(s.size), str(LETTER_SPACING), *(f"{ord(c):x}" for c in s.text)]) + "\n"
         for s in wanted)
     answers = subprocess.run(command, input=requests, capture_output=True, text=True, check=False)
     if answers.returncode != 0:
         raise Faulty(answers.stderr.strip())
     return [tuple(map(int, line.split())) for line in answers.stdout.splitlines()]
+
+
+def fitted(wanted, command):
+    """Each setting with its extent, those that are too wide set smaller as far as their places allow."""
+    result = list(zip(wanted, measure(wanted, command), strict=True))
+    while True:
+        smaller = {}
+        for index, (setting, (width, *_)) in enumerate(result):
+            place = PLACES[setting.entry.place]
+            if width > place.right - place.left + 1 and setting.size > place.smallest:
+                smaller[index] = setting._replace(size=setting.size - 1)
+        if not smaller:
+            return result
+        for index, extent in zip(smaller, measure(smaller.values(), command), strict=True):
+            result[index] = (smaller[index], extent)
 
 
 def record(setting, extent, faults):
@@ -209,7 +273,7 @@ def record(setting, extent, faults):
         faults.append(f"{what}: {width} pixels wide, {place.right - place.left + 1} fit")
     if setting.text and (first_row < place.top or last_row > place.bottom):
         faults.append(f"{what}: rows {first_row} to {last_row} leave {place.top} to {place.bottom}")
-    return f"{entry.number},{x},{baseline},{setting.font},{entry.size},{len(setting.text)},{setting.text}\r\n"
+    return f"{entry.number},{x},{baseline},{setting.font},{setting.size},{len(setting.text)},{setting.text}\r\n"
 
 
 def blank(number):
@@ -232,9 +296,9 @@ def make_lists(sections, folder, measure_command):
     faults = []
     lists = [{section: {} for section in SECTIONS} for _ in LANGUAGES]
     section_of = {entry.name: section for section, entries in sections.items() for entry in entries}
-    for setting, extent in zip(wanted, measure(wanted, measure_command), strict=True):
+    for setting, extent in fitted(wanted, measure_command):
         line = record(setting, extent, faults)
-        if setting.text:
+        if setting.text and section_of[setting.entry.name] != TEXTS:
             lists[setting.language][section_of[setting.entry.name]][setting.entry.number] = line
     if faults:
         raise Faulty("\n".join(faults))
@@ -243,8 +307,10 @@ def make_lists(sections, folder, measure_command):
 
 
 def main(arguments):
-    if len(arguments) == 3 and arguments[0] == "header":
-        write_header(Path(arguments[2]), header(read_words(Path(arguments[1]))))
+    if len(arguments) == 4 and arguments[0] == "headers":
+        sections = read_words(Path(arguments[1]))
+        write_header(Path(arguments[2]), order_header(sections))
+        write_header(Path(arguments[3]), texts_header(sections))
     elif len(arguments) == 6 and arguments[0] == "lists":
         make_lists(read_words(Path(arguments[1])), Path(arguments[2]), arguments[3:])
     else:

@@ -6,10 +6,14 @@
 #include "display/draw.h"
 #include "display/pictures.h"
 #include "display/text.h"
+#include "keys/language.h"
+#include "keys/messages.h"
+#include "keys/numeric_entry.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
 #include "palette.h"
+#include "records/amp.h"
 #include "records/freqs.h"
 #include "records/handover.h"
 #include "records/sweep.h"
@@ -83,6 +87,55 @@ TEST_F(Screens, SoftKeysInJapanese) {
     const Menu_Page page = Example_Page();
     hardware_key(page, true, fbVid0);
     Expect_Screen("soft_keys_japanese");
+}
+
+/// A page with every kind of choice: two, three and five side by side, and too wide ones alone between arrows.
+Menu_Page Page_Of_Choices() {
+    Menu_Page page;
+    page.title = En(keys::enAmplitudeBig);
+    page.label = {En(keys::enRefLevel),   En(keys::enAttenuation),  En(keys::enScaleDiv), En(keys::enAverageType),
+                  En(keys::enPosition),   En(keys::enSensorSpeed), En(keys::enAmplitudeUnit)};
+    page.highlight = 0;
+    page.disabled[6] = 1;
+    page.face = [](int key, Key_Face& face) {
+        using namespace keys;
+        switch (key) {
+            case 0: face = {.value = {"-12.34 dBmV"}}; break;
+            case 1: face = {.value = {"10 dB"}, .choice = {selectAuto, selectMan}, .chosen = 0}; break;
+            case 2: face = {.choice = {selectTen, selectFive, selectOneToFive2, selectOneToFive1}, .chosen = 2}; break;
+            case 3: face = {.choice = {selectLog, selectVolt, selectPower}, .chosen = 1}; break;
+            case 4: face = {.choice = {selectLeft, selectMiddle, selectRight}, .chosen = 2}; break;
+            case 5: face = {.choice = {selectLowNoise, selectFast, selectFastest}, .chosen = 0}; break;
+            default: break;
+        }
+    };
+    return page;
+}
+
+/// Soft keys, blocks, top line, entry and a message, switched from one language to the next as they stand.
+TEST_F(Screens, EveryLanguage) {
+    constexpr std::array names{"language_english", "language_chinese_simplified", "language_russian",
+                               "language_chinese_traditional", "language_japanese"};
+    System_Information_Data.model = "KVA7230";
+    Freqs.center[0] = 433.92e6;
+    Freqs.span[0] = 2e6;
+    Sweep_Data.time[0] = 0.0359;
+    Amp.displayed_reference[0] = -100;
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Menu_Page page = Page_Of_Choices();
+    keylink.store(&page);
+    Draw_Model();
+    Show_Entry("Center frequency", "433.92 MHz");
+    ThirdAttentionwords(8);
+    for (int language = 4; language >= 0; --language) {
+        ASSERT_EQ(Set_Language(language), 0);
+        Expect_Screen(names[static_cast<std::size_t>(language)]);
+    }
+    const screen_tests::Screen english = screen_tests::Composed();
+    EXPECT_EQ(Set_Language(5), -1);
+    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), english), 0);
+    Reset_Pages();
 }
 
 /// A carrier with skirts over a slope, and a stored trace below it.

@@ -194,8 +194,9 @@ TEST(Word_List_Files, Are_In_Their_Own_Languages) {
     const auto east = [&](char16_t c) { return kana(c) || han(c); };
     const auto& lists = Word_Lists();
     EXPECT_GT(share_of(lists[russian], cyrillic), 0.9);
-    EXPECT_GT(share_of(lists[chinese_simplified], han), 0.9);
-    EXPECT_GT(share_of(lists[chinese_traditional], han), 0.9);
+    // The names of standards, codes and interfaces are the same everywhere.
+    EXPECT_GT(share_of(lists[chinese_simplified], han), 0.85);
+    EXPECT_GT(share_of(lists[chinese_traditional], han), 0.85);
     EXPECT_GT(share_of(lists[japanese], east), 0.8);
     EXPECT_GT(share_of(lists[japanese], kana), 0.4);
     EXPECT_EQ(share_of(lists[english], [](char16_t c) { return c > 0x2100; }), 0.0);
@@ -246,7 +247,7 @@ TEST_F(Word_Ink, Labels_And_Titles_Stand_Centred_Inside_Their_Keys) {
         for (const Record& record : list.sections[0]) {
             if (record.text.empty()) continue;
             const Ink ink = Of(record);
-            const bool title = record.size == 16;
+            const bool title = record.y == 21;
             EXPECT_GE(ink.top, title ? 0 : first_body_row) << record.number;
             EXPECT_LE(ink.bottom, title ? title_rows - 1 : last_body_row) << record.number;
             EXPECT_GE(ink.left, title ? 1 : 4) << record.number;
@@ -294,6 +295,8 @@ TEST(Word_List_Generator, Refuses_What_The_Instrument_Could_Not_Show) {
     EXPECT_EQ(Refusal("en\tenStart\tvalue\t2\t15\tStart\n"), "");
     const std::string wide = Refusal("en\tenStart\tvalue\t2\t15\tStart\t\tНачальная частота обзора\n");
     EXPECT_NE(wide.find("enStart, russian"), std::string::npos) << wide;
+    EXPECT_NE(Refusal("text\t\tentry\t3\t12\t" + std::string(60, 'W') + "\n").find("text 'WWW"), std::string::npos);
+    EXPECT_NE(Refusal("text\t\tunit\t2\t13\tHz\ntext\t\tunit\t2\t13\tHz\n").find("there already"), std::string::npos);
     EXPECT_NE(Refusal("en\tenStart\tvalue\t2\t40\tgo\n").find("rows"), std::string::npos);
     EXPECT_NE(Refusal("en\tenStart\tvalue\t2\t15\tStart!\n").find("enStart"), std::string::npos);
     EXPECT_NE(Refusal("en\tenStart\tvalue\t2\t15\t\u0e01\n").find("not in the face"), std::string::npos);

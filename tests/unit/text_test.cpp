@@ -129,6 +129,52 @@ TEST_F(Text, NoPlaceSizeOrSpacingLeavesTheMask) {
     EXPECT_TRUE(cut.Whole());
 }
 
+/// A layer in memory, and what of it is drawn on outside an area.
+struct Canvas {
+    static constexpr int width = 200, height = 60;
+    std::vector<std::byte> memory = std::vector<std::byte>(width * height * 2);
+    Frame_Descriptor layer{memory.data(), nullptr, -1, width, height, 16, width * 2, width * height * 2};
+    int Ink(display::Rect area, bool inside) const {
+        int ink = 0;
+        for (int i = 0; i < width * height; ++i) {
+            const int x = i % width - area.x, y = i / width - area.y;
+            const bool in = x >= 0 && x < area.width && y >= 0 && y < area.height;
+            const auto at = static_cast<std::size_t>(i) * 2;
+            ink += in == inside && (memory[at] != std::byte{0} || memory[at + 1] != std::byte{0});
+        }
+        return ink;
+    }
+};
+
+TEST_F(Text, ALineStaysInItsAreaAndIsSetInAFaceThatHasIt) {
+    pFTFaceARIABOLD = Load(face_bold);
+    pFTFaceARIA = Load(face_regular);
+    constexpr display::Rect area{40, 20, 90, 20};
+    const display::Text_Style style{face_bold, 14, {255, 255, 255}, {}};
+    for (const char* text : {"Центральная частота обзора", "中心周波数の設定値と単位", "WWWWWWWWWWWWWWWW", "gjpq|gjpq|gjpq|"}) {
+        for (const auto align : {display::Align::left, display::Align::centre, display::Align::right}) {
+            for (const int size : {14, 40}) {
+                Canvas canvas;
+                display::Draw_Field(canvas.layer, area, 15, text, {face_bold, size, style.colour, {}}, align);
+                EXPECT_EQ(canvas.Ink(area, false), 0) << text << " leaves its area";
+                EXPECT_GT(canvas.Ink(area, true), 20) << text;
+            }
+        }
+    }
+    Canvas from_left, from_right;
+    display::Draw_Field(from_left.layer, area, 15, "433.920 000 000 MHz and more", style, display::Align::left);
+    display::Draw_Field(from_right.layer, area, 15, "433.920 000 000 MHz and more", style, display::Align::right);
+    EXPECT_EQ(from_left.memory, from_right.memory) << "a long text loses its end, never its beginning";
+
+    EXPECT_EQ(display::Text_Width("频率", face_bold, 20), display::Text_Width("频率", face_regular, 20));
+    EXPECT_NE(display::Text_Width("Freq", face_bold, 20), display::Text_Width("Freq", face_regular, 20));
+    const int size = display::Fitting_Size("Reference level", face_bold, 20, 8, 100);
+    EXPECT_LE(display::Text_Width("Reference level", face_bold, size), 100);
+    EXPECT_GT(display::Text_Width("Reference level", face_bold, size + 1), 100);
+    EXPECT_EQ(display::Fitting_Size("Reference level", face_bold, 20, 18, 10), 18);
+    pFTFaceARIABOLD = pFTFaceARIA = nullptr;
+}
+
 TEST_F(Text, DamagedFontsGiveErrorsOrBlanks) {
     const std::string good = root.Read("/mnt/nand/fonts/NI7SEG.TTF");
     ASSERT_GT(good.size(), 1000u);

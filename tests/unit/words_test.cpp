@@ -1,6 +1,7 @@
 #include <random>
 
 #include "display/text.h"
+#include "keys/language.h"
 #include "keys/words.h"
 #include "records/sys.h"
 #include "records_fixture.h"
@@ -75,6 +76,119 @@ TEST_F(Words, AnotherVersionDropsTheLastChoiceAndSaysSo) {
     EXPECT_EQ(Checkversion, 1);
     EXPECT_FALSE(Blank(select_words[162].mask));
     EXPECT_TRUE(Blank(select_words[163].mask));
+}
+
+TEST_F(Words, LabelsEndAtTheFirstNumberBeyondTheTableOrAtTheMark) {
+    Read(std::u16string(heading) + u"1,10,30,2,15,1,A\r\n900,10,30,2,15,1,B\r\n2,10,30,2,15,1,C\r\n!\r\n"
+                                   u"0,0,13,2,12,2,On\r\n!\r\n!\r\n");
+    EXPECT_FALSE(Blank(en_words[1]));
+    EXPECT_TRUE(Blank(en_words[2]));
+    EXPECT_GT(select_words[0].Width(), 0) << "the sections behind are found";
+    Read(std::u16string(heading) + u"1,10,30,2,15,1,A\r\n!\r\n!\r\n3,0,12,3,12,1,B\r\n!\r\n");
+    EXPECT_FALSE(Blank(en_words[1]));
+    EXPECT_TRUE(Blank(select_words[0].mask));
+    EXPECT_GT(cat_widths[3], 0) << "an empty section is one";
+}
+
+TEST_F(Words, TheSecondCharacterOfTheVersionIsNotLookedAt) {
+    Read(u"\xfeffV2-10\r\n1,10,30,2,15,1,A\r\n!\r\n");
+    EXPECT_EQ(Checkversion, 0);
+    EXPECT_FALSE(Blank(en_words[1]));
+    for (const auto* version : {u"\xfeffV1.10\r\n!\r\n", u"\xfeffV2.00\r\n!\r\n", u"\xfeffV2.11\r\n!\r\n"}) {
+        Checkversion = 0;
+        Read(version);
+        EXPECT_EQ(Checkversion, 1);
+    }
+}
+
+TEST_F(Words, CategoryNamesAreReadByTheirCount) {
+    for (const auto* version : {u"2.10", u"2.20"}) {
+        std::u16string file = u"\xfeffV" + std::u16string(version) + u"\r\n!\r\n!\r\n";
+        for (int i = 0; i < 353; ++i) {
+            const std::string row = std::to_string(i % 352) + (i < 352 ? ",0,12,3,12,1,i\r\n" : ",0,12,3,12,9,WWWWWWWWW\r\n");
+            file.append(row.begin(), row.end());
+        }
+        Read(file);
+        EXPECT_LT(cat_widths[0], 20) << "no record behind the last is read";
+        EXPECT_GT(cat_widths[350], 0);
+        EXPECT_EQ(cat_widths[351] > 0, Checkversion == 0);
+    }
+}
+
+TEST_F(Words, NumbersKeepTheirBytesThatAreNotZero) {
+    // 0x3131 is two digits one; blanks before a number and what follows it don't count.
+    Read(std::u16string(heading) + u"\u3131, 10,30 px,2,15,1,A\r\n12,10,30,2,000000000000000015,1,B\r\n");
+    EXPECT_FALSE(Blank(en_words[11]));
+    EXPECT_FALSE(Blank(en_words[12]));
+    Read(std::u16string(heading) + u"4,10,30,2,15,-2,5,10,30,2,15,1,A\r\n");
+    EXPECT_TRUE(Blank(en_words[4])) << "a length below zero is no text";
+}
+
+TEST_F(Words, TwoChoicesHaveABoxOfTheirOwn) {
+    Read(std::u16string(heading) + u"!\r\n56,7,12,2,12,3,ABC\r\n57,7,12,2,12,3,ABC\r\n58,7,12,2,12,12,WWWWWWWWWWWW\r\n");
+    EXPECT_EQ(select_words[56].row_length, label_width);
+    EXPECT_EQ(select_words[56].x, 7);
+    EXPECT_EQ(select_words[57].row_length, 3 * 15);
+    EXPECT_EQ(select_words[57].x, 0);
+    EXPECT_EQ(select_words[57].y, 18);
+    EXPECT_EQ(select_words[58].row_length, label_width) << "never longer than a row";
+    const Choice_Word& word = select_words[56];
+    EXPECT_EQ(word.characters, 3);
+    EXPECT_EQ(word.position[0], 7);
+    EXPECT_LT(word.position[0], word.position[1]);
+    EXPECT_LT(word.position[2], word.position[3]);
+}
+
+TEST_F(Words, FixedCharactersNeedNoFile) {
+    parse_txt_file("/mnt/nand/none.txt");
+    for (const char character : fixed_characters) {
+        ASSERT_NE(Fixed(character), nullptr);
+        EXPECT_FALSE(Blank(std::span(Fixed(character), label_width * label_height))) << character;
+    }
+    EXPECT_EQ(Fixed('G'), nullptr);
+}
+
+TEST_F(Words, EnglishTextsAreFoundInEveryLanguage) {
+    std::array<char, 32> buffer;
+    Language = static_cast<std::uint8_t>(Language_Choice::russian);
+    EXPECT_EQ(Translated("Center frequency"), "Центральная частота");
+    EXPECT_EQ(Translated("Ref level"), "Опорный уровень") << "labels as well";
+    EXPECT_EQ(Translated_Value("433.920 MHz", buffer), "433.920 МГц");
+    EXPECT_EQ(Translated_Value("Off", buffer), "Выкл");
+    EXPECT_EQ(Translated_Value("", buffer), "");
+    EXPECT_LE(Translated_Value("a value that is longer than its buffer GHz", buffer).size(), buffer.size());
+    Language = static_cast<std::uint8_t>(Language_Choice::chinese_traditional);
+    EXPECT_EQ(Translated("Reference level"), "參考位準");
+    EXPECT_EQ(Translated_Value("433.920 MHz", buffer), "433.920 MHz");
+    EXPECT_EQ(Translated("no such text"), "no such text");
+    Language = 5;
+    EXPECT_EQ(Translated("Center frequency"), "Center frequency");
+}
+
+TEST_F(Words, TheLanguageIsChangedAtOnceAndKept) {
+    root.Write("/mnt/nand/wordlist.txt", Utf16(std::u16string(heading) + u"1,10,30,2,15,6,Center\r\n!\r\n"));
+    root.Write("/mnt/nand/wordlist_J.txt", Utf16(std::u16string(heading) + u"1,10,30,3,15,2,中心\r\n!\r\n"));
+    root.Write("/mnt/nand/wordlist_R.txt", "no mark");
+    EXPECT_EQ(Set_Language(0), 0);
+    const Label_Mask english = en_words[1];
+    EXPECT_EQ(Set_Language(4), 0);
+    EXPECT_EQ(Language, 4);
+    EXPECT_NE(en_words[1], english);
+    const Label_Mask japanese = en_words[1];
+    for (const int refused : {-1, 5, 256, 1, 2}) {
+        EXPECT_EQ(Set_Language(refused), -1);
+        EXPECT_EQ(Language, 4);
+        EXPECT_EQ(en_words[1], japanese) << "a language without words loses none";
+    }
+    Language = 0;
+    Recall_Language();
+    EXPECT_EQ(Language, 4);
+    for (const char* damaged : {"", "9\n", "x", "\xff"}) {
+        Language = 0;
+        root.Write("/mnt/nand/language", damaged);
+        Recall_Language();
+        EXPECT_EQ(Language, 0);
+    }
 }
 
 TEST_F(Words, WithoutMarkOrFileAllIsBlank) {
