@@ -23,8 +23,8 @@ void keyon_bottom(int key);
 void bottom_turnon(int key);
 void bottom_turnoff(int key);
 
-/// Draws the choice texts of a key, the chosen one marked: side by side, or the chosen one alone between two arrows where
-/// they are too wide for that.
+/// Draws the choice texts of a key, the chosen one marked: side by side, or the chosen one alone between two arrows
+/// where they are too wide for that.
 void bottom_string(int key, const Key_Face& face, const Frame_Descriptor& layer);
 
 /// Draws every key of the current page again with its present value.

@@ -127,13 +127,14 @@ void Draw_Clock() {
     const std::tm now = platform::Wall_Clock();
     std::array<char, 64> text{};
     const int year = now.tm_year + 1900;
-    if (Language == static_cast<int>(Language_Choice::english) || Language == static_cast<int>(Language_Choice::russian)) {
+    const auto language = static_cast<Language_Choice>(Language);
+    if (language == Language_Choice::english || language == Language_Choice::russian) {
         const std::string_view month = Translated(months[static_cast<std::size_t>(now.tm_mon % 12)]);
-        std::snprintf(text.data(), text.size(), "%d %.*s %d  %02d:%02d:%02d", now.tm_mday, static_cast<int>(month.size()),
-                      month.data(), year, now.tm_hour, now.tm_min, now.tm_sec);
+        std::snprintf(text.data(), text.size(), "%d %.*s %d  %02d:%02d:%02d", now.tm_mday,
+                      static_cast<int>(month.size()), month.data(), year, now.tm_hour, now.tm_min, now.tm_sec);
     } else {
-        std::snprintf(text.data(), text.size(), "%d\u5e74%d\u6708%d\u65e5  %02d:%02d:%02d", year, now.tm_mon + 1, now.tm_mday,
-                      now.tm_hour, now.tm_min, now.tm_sec);
+        std::snprintf(text.data(), text.size(), "%d\u5e74%d\u6708%d\u65e5  %02d:%02d:%02d", year, now.tm_mon + 1,
+                      now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec);
     }
     Draw_Bar_Text({142, 3, 178, 18}, text.data(), display::palette::label, face_regular, 12, Align::left);
 }

@@ -230,7 +230,8 @@ const std::uint8_t* Fixed(char character) {
 }
 
 std::string_view Translated(std::string_view english) {
-    const auto row = std::ranges::lower_bound(keys::texts, english, {}, [](const auto& texts) { return texts.front(); });
+    const auto row =
+        std::ranges::lower_bound(keys::texts, english, {}, [](const auto& texts) { return texts.front(); });
     if (row == keys::texts.end() || row->front() != english || Language >= row->size()) return english;
     return (*row)[Language];
 }

@@ -52,5 +52,6 @@ bool Word_List_There(int language);
 /// An English text (UTF-8) in the chosen language; itself where the words don't have it.
 std::string_view Translated(std::string_view english);
 
-/// A value in the chosen language: as a whole, or else its last word, which is the unit. Longer than the buffer it is cut.
+/// A value in the chosen language: as a whole, or else its last word, which is the unit. What the buffer has no room
+/// for is cut.
 std::string_view Translated_Value(std::string_view value, std::span<char> buffer);

@@ -37,6 +37,8 @@ LANGUAGES = [
     ("chinese_traditional", "wordlist_CT.txt", 13),
     ("japanese", "wordlist_J.txt", 13),
 ]
+# The bold face has only these; the others are set in the regular one throughout, so that a page has one weight.
+BOLD_LANGUAGES = {"english", "russian"}
 
 BITMAP_WIDTH = 142
 
@@ -187,11 +189,13 @@ def texts_header(sections):
             texts = [entry.texts[column] for column, _, _ in LANGUAGES]
             if len(set(texts)) > 1:
                 rows.setdefault(texts[0], texts)
-    lines = ["    {{" + ", ".join(map(quoted, texts)) + "}}," for _, texts in sorted(rows.items(), key=lambda r: r[0].encode())]
+    in_order = sorted(rows.values(), key=lambda texts: texts[0].encode())
+    lines = ["    {{" + ", ".join(map(quoted, texts)) + "}}," for texts in in_order]
     return "\n".join(["#pragma once", "#include <array>", "#include <string_view>", "",
                       "/// Texts in UTF-8, in the languages' order; sorted by the bytes of the English one.", "",
                       "namespace keys {", "",
-                      f"inline constexpr std::array<std::array<std::string_view, {len(LANGUAGES)}>, {len(lines)}> texts{{{{",
+                      "inline constexpr "
+                      f"std::array<std::array<std::string_view, {len(LANGUAGES)}>, {len(lines)}> texts{{{{",
                       *lines, "}};", "", "}  // namespace keys"]) + "\n"
 
 
@@ -225,7 +229,8 @@ def settings(sections):
         for entry in entries:
             for language, (column, _, _) in enumerate(LANGUAGES):
                 text = entry.texts[column]
-                font = BOLD if entry.font == BOLD and in_bold_face(text) else REGULAR
+                bold = entry.font == BOLD and column in BOLD_LANGUAGES and in_bold_face(text)
+                font = BOLD if bold else REGULAR
                 if text and PLACES[entry.place].arrow:
                     text = with_arrow(text, font)
                 yield Setting(entry, language, font, entry.size, text)

@@ -105,7 +105,8 @@ TEST_F(Words, CategoryNamesAreReadByTheirCount) {
     for (const auto* version : {u"2.10", u"2.20"}) {
         std::u16string file = u"\xfeffV" + std::u16string(version) + u"\r\n!\r\n!\r\n";
         for (int i = 0; i < 353; ++i) {
-            const std::string row = std::to_string(i % 352) + (i < 352 ? ",0,12,3,12,1,i\r\n" : ",0,12,3,12,9,WWWWWWWWW\r\n");
+            const char* rest = i < 352 ? ",0,12,3,12,1,i\r\n" : ",0,12,3,12,9,WWWWWWWWW\r\n";
+            const std::string row = std::to_string(i % 352) + rest;
             file.append(row.begin(), row.end());
         }
         Read(file);
@@ -125,7 +126,8 @@ TEST_F(Words, NumbersKeepTheirBytesThatAreNotZero) {
 }
 
 TEST_F(Words, TwoChoicesHaveABoxOfTheirOwn) {
-    Read(std::u16string(heading) + u"!\r\n56,7,12,2,12,3,ABC\r\n57,7,12,2,12,3,ABC\r\n58,7,12,2,12,12,WWWWWWWWWWWW\r\n");
+    Read(std::u16string(heading) + u"!\r\n56,7,12,2,12,3,ABC\r\n57,7,12,2,12,3,ABC\r\n"
+                                   u"58,7,12,2,12,12,WWWWWWWWWWWW\r\n");
     EXPECT_EQ(select_words[56].row_length, label_width);
     EXPECT_EQ(select_words[56].x, 7);
     EXPECT_EQ(select_words[57].row_length, 3 * 15);
