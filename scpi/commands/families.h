@@ -9,5 +9,6 @@ namespace families {
 std::span<const ScpiCommand> Common();
 std::span<const ScpiCommand> Status();
 std::span<const ScpiCommand> System_Error();
+std::span<const ScpiCommand> Sense_Frequency();
 
 }  // namespace families

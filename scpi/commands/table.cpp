@@ -15,7 +15,7 @@ std::optional<Command_Index> command_index;
 }  // namespace
 
 std::vector<std::span<const ScpiCommand>> Command_Families() {
-    return {families::Common(), families::Status(), families::System_Error()};
+    return {families::Common(), families::Status(), families::System_Error(), families::Sense_Frequency()};
 }
 
 void Set_Identification(ScpiContext& context) {
