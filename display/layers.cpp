@@ -1,8 +1,10 @@
 #include "display/layers.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <mutex>
 #include <vector>
 
@@ -42,13 +44,18 @@ void Open_And_Map(Frame_Descriptor& layer, const char* device) {
     if (Report(platform::Frame_Get_Variable_Info(layer.device, variable) < 0, "FBIOGET_VSCREENINFO")) return;
     variable = {layer.width, layer.height, layer.bits};
     if (Report(platform::Frame_Put_Variable_Info(layer.device, variable) < 0, "FBIOPUT_VSCREENINFO")) return;
+    // The length of a line is that of the resolution just set.
+    if (Report(platform::Frame_Get_Fixed_Info(layer.device, fixed) < 0, "FBIOGET_FSCREENINFO")) return;
     layer.line = fixed.line_length;
-    layer.size = fixed.line_length * layer.height;
-    if (layer.line < layer.width * layer.bits / 8) {
-        std::fprintf(stderr, "MAPFAILED: the lines of %s are too short\n", device);
-        return;
+    const std::uint64_t size = std::uint64_t{layer.line} * layer.height;
+    const bool sound = layer.line >= std::uint64_t{layer.width} * layer.bits / 8 &&
+                       size <= std::numeric_limits<std::uint32_t>::max();
+    if (sound) {
+        layer.size = static_cast<std::uint32_t>(size);
+    } else {
+        errno = EINVAL;
     }
-    std::byte* memory = platform::Frame_Map(layer.device, layer.size);
+    std::byte* memory = sound ? platform::Frame_Map(layer.device, layer.size) : nullptr;
     if (Report(memory == nullptr, "MAPFAILED")) return;
     layer.back = new std::byte[layer.size]{};
     layer.memory = memory;
@@ -108,11 +115,11 @@ void fb_backcolor_set(const Frame_Descriptor& layer, std::uint32_t colour) {
 }
 
 void fb_win_position(const Frame_Descriptor& layer, std::int32_t x, std::int32_t y) {
-    Report(platform::Frame_Set_Position(layer.device, x, y) < 0, "FBIO_SETPOSX");
+    Report(platform::Frame_Set_Position(layer.device, x, y) < 0, "FBIO_SET_POSITION");
 }
 
 void fb_win_zoom(const Frame_Descriptor& layer, std::uint32_t x, std::uint32_t y) {
-    Report(platform::Frame_Set_Zoom(layer.device, x, y) < 0, "FBIO_SETZOOM");
+    Report(platform::Frame_Set_Zoom(layer.device, x, y) < 0, "FBIO_SET_ZOOM");
 }
 
 void fb_video_set(const Frame_Descriptor& layer, std::uint32_t component_order) {
@@ -130,11 +137,11 @@ void fb_bimp_set(const Frame_Descriptor& layer, std::uint32_t attenuation) {
 }
 
 void fb_fillup_attribute(const Frame_Descriptor& layer, std::uint32_t attribute) {
-    Control(layer, platform::Frame_Fill_Attribute, attribute, "FBIO_SETATTRIBUTE");
+    Control(layer, platform::Frame_Fill_Attribute, attribute, "FBIO_FILL_ATTRIBUTE");
 }
 
 void fb_getset_blink(const Frame_Descriptor& layer, std::uint32_t blink) {
-    Control(layer, platform::Frame_Set_Blink, blink, "FBIO_SET_BLINK_INTERVAL");
+    Control(layer, platform::Frame_Set_Blink, blink, "FBIO_SET_BLINK");
 }
 
 void fb_set_cursor(const Frame_Descriptor& layer, std::uint32_t cursor) {
@@ -160,8 +167,8 @@ int fb_pixel(std::byte* memory, int width, int height, int x, int y, std::uint32
         ErrorMessage("fb_pixel return -1: error");
         return -1;
     }
-    const long index = static_cast<long>(y) * width + x;
-    if (index >= static_cast<long>(width) * height) return 0;
+    const std::int64_t index = std::int64_t{y} * width + x;
+    if (!memory || index >= std::int64_t{width} * height) return 0;
     const auto red = static_cast<std::uint8_t>(colour >> 16), green = static_cast<std::uint8_t>(colour >> 8),
                blue = static_cast<std::uint8_t>(colour);
     if (bits == 16) {

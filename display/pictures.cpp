@@ -105,13 +105,19 @@ const Frame_Descriptor& Target(int target) {
 }
 
 /// Logo and LAN icons have replaceable copies in a place of their own.
-std::FILE* Open_Picture(std::string_view name) {
-    const bool replaceable = name == "Logo.jpg" || name == "LXI.jpg" || name == "LXIG.jpg";
-    if (replaceable) {
-        const std::string copy = platform::Rooted("/mnt/mtd14/" + std::string(name));
-        if (std::FILE* file = std::fopen(copy.c_str(), "rb")) return file;
-    }
-    return std::fopen(platform::Rooted("/mnt/nand/picture/" + std::string(name)).c_str(), "rb");
+bool Replaceable(std::string_view name) { return name == "Logo.jpg" || name == "LXI.jpg" || name == "LXIG.jpg"; }
+
+enum class Found { good, damaged, missing };
+
+Found Decode_File(const char* folder, std::string_view name, Canvas& canvas) {
+    const std::string path = platform::Rooted(folder + std::string(name));
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (!file) return Found::missing;
+    static std::array<std::uint8_t, longest_side * 3> row;
+    const bool good = Decode(file, canvas, row.data());
+    std::fclose(file);
+    if (!good) std::fprintf(stderr, "picture %s%.*s is damaged\n", folder, static_cast<int>(name.size()), name.data());
+    return good ? Found::good : Found::damaged;
 }
 
 bool Load(std::string_view name, Canvas& canvas, std::size_t room) {
@@ -122,16 +128,12 @@ bool Load(std::string_view name, Canvas& canvas, std::size_t room) {
                      canvas.width, canvas.height);
         return false;
     }
-    std::FILE* file = Open_Picture(name);
-    if (!file) {
+    if (Replaceable(name) && Decode_File("/mnt/mtd14/", name, canvas) == Found::good) return true;
+    const Found found = Decode_File("/mnt/nand/picture/", name, canvas);
+    if (found == Found::missing) {
         std::fprintf(stderr, "picture %.*s cannot be opened\n", static_cast<int>(name.size()), name.data());
-        return false;
     }
-    static std::array<std::uint8_t, longest_side * 3> row;
-    const bool good = Decode(file, canvas, row.data());
-    std::fclose(file);
-    if (!good) std::fprintf(stderr, "picture %.*s is damaged\n", static_cast<int>(name.size()), name.data());
-    return good;
+    return found == Found::good;
 }
 
 }  // namespace

@@ -4,7 +4,8 @@
 
 #include "display/layers.h"
 
-/// The instrument's pictures: JPEG files in "/mnt/nand/picture/", decoded into a layer.
+/// The instrument's pictures: JPEG files in "/mnt/nand/picture/", decoded into a layer. Copies of "Logo.jpg", "LXI.jpg"
+/// and "LXIG.jpg" in "/mnt/mtd14/" go before; a damaged copy gives way to the instrument's own.
 
 enum Picture_Number : int {
     picture_logo = 1,         ///< 135 by 21

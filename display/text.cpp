@@ -27,6 +27,7 @@ const char* Font_File(int number) {
 /// Largest size of text in pixels, and largest side of a glyph's picture, that are taken for meant.
 constexpr int largest_size = 600;
 constexpr long largest_glyph = 4096;
+constexpr std::int64_t longest_text = 1 << 24;  // pixels
 
 /// Rows of a mask.
 std::int64_t Rows(std::span<const std::uint8_t> mask, int row_length) {
@@ -35,8 +36,10 @@ std::int64_t Rows(std::span<const std::uint8_t> mask, int row_length) {
 
 void Copy_Glyph(const FT_Bitmap& bitmap, int x, std::int64_t top, std::span<std::uint8_t> mask, int row_length) {
     const std::int64_t rows = Rows(mask, row_length);
+    if (rows == 0) return;
     const int width = static_cast<int>(bitmap.width);
-    const int first = std::max(0, -x), last = std::min(width, row_length - x);
+    const auto last = static_cast<int>(std::min<std::int64_t>(width, std::int64_t{row_length} - x));
+    const int first = std::max(0, -x);
     if (first >= last) return;
     for (int row = 0; row < static_cast<int>(bitmap.rows); ++row) {
         const std::int64_t y = top + row;
@@ -132,6 +135,7 @@ void wchar_box(std::span<const std::uint32_t> text, int x, int y, int size, std:
     FT_Set_Char_Size(face, size * 64, 0, 120, 120);
     FT_Set_Pixel_Sizes(face, static_cast<FT_UInt>(size), static_cast<FT_UInt>(size));
     int advance = 0;
+    std::int64_t total = 0;
     auto pen = static_cast<std::int16_t>(x);
     for (const std::uint32_t character : text) {
         FT_Glyph glyph = nullptr;
@@ -146,16 +150,17 @@ void wchar_box(std::span<const std::uint32_t> text, int x, int y, int size, std:
             }
             FT_Done_Glyph(glyph);
         }
-        if (width) *width += advance;
+        total += advance;
         pen = static_cast<std::int16_t>(pen + advance);
     }
+    if (width) *width = static_cast<int>(std::clamp<std::int64_t>(total, -longest_text, longest_text));
 }
 
 void draw_bitmap(std::span<const std::uint8_t> mask, display::Colour fg, display::Colour bg, int x, int y, int width,
                  int height, const Frame_Descriptor& layer, int column_limit) {
     if (width <= 0) return;
     height = static_cast<int>(std::min<std::int64_t>(height, Rows(mask, width)));
-    const std::int64_t columns = std::clamp<std::int64_t>(std::int64_t{column_limit} - x, 0, width);
+    const std::int64_t columns = std::clamp<std::int64_t>(std::int64_t{column_limit} - x + 1, 0, width);
     const display::Rect area = display::Clip(layer, {x, y, static_cast<int>(columns), height});
     for (int row = area.y; row < area.y + area.height; ++row) {
         const std::uint8_t* source = mask.data() + static_cast<std::ptrdiff_t>(row - y) * width + (area.x - x);

@@ -35,8 +35,8 @@ constexpr std::uint8_t process_bitmap_color(std::uint8_t mask, std::uint8_t fore
     return static_cast<std::uint8_t>(background + ((t + (t >> 8) + 127) >> 8));
 }
 
-/// Blends a mask onto a layer at x, y, not beyond column_limit (exclusive). A zero of the mask writes the background on
-/// a 24-bit layer and 0, clear, on a 16-bit one.
+/// Blends a mask onto a layer at x, y, as far as the layer's column column_limit. A zero of the mask writes the
+/// background on a 24-bit layer and 0, clear, on a 16-bit one.
 void draw_bitmap(std::span<const std::uint8_t> mask, display::Colour foreground, display::Colour background, int x,
                  int y, int width, int height, const Frame_Descriptor& layer, int column_limit);
 

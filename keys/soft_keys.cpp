@@ -47,7 +47,7 @@ void Copy_Key(const std::array<std::uint8_t, key_bytes>& picture, int key, const
 void Draw_Key_Texts(const Menu_Page& page, int key, const Frame_Descriptor& layer) {
     const auto index = static_cast<std::size_t>(key);
     const bool greyed = page.disabled[index] != 0, pressed = page.highlight == key;
-    const Colour colour = greyed ? display::palette::muted : pressed ? title_colour : label_colour;
+    const Colour colour = greyed ? display::palette::key_muted : pressed ? title_colour : label_colour;
     draw_bitmap_over({page.label[index], static_cast<std::size_t>(label_width) * label_height}, colour, soft_key_x,
                      Key_Y(key), label_width, label_height, layer);
     if (greyed || !page.face) return;
@@ -84,7 +84,7 @@ void hardware_key(const Menu_Page& page, bool draw_title, const Frame_Descriptor
     const Rect title{soft_key_x, 0, label_width, title_height};
     if (!page.title) return display::Clear(layer, title);
     draw_bitmap({page.title, static_cast<std::size_t>(label_width) * title_height}, title_colour, {}, title.x, title.y,
-                title.width, title.height, layer, title.x + title.width);
+                title.width, title.height, layer, title.x + title.width - 1);
 }
 
 void software_key(std::uint8_t old_key, std::uint8_t new_key, bool force, const Frame_Descriptor& layer) {

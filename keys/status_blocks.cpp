@@ -78,7 +78,7 @@ void Draw_Block(const Block& block) {
     const int value_width = display::Text_Width(text.data(), face_bold, value_size);
     const int name_x = block.anchor == Anchor::left ? left : block.x - value_width - name_gap - name_width;
     draw_bitmap(cat_words[name], display::palette::label, display::palette::ground, name_x, block.baseline - 12,
-                label_width, category_height, fbOsd0, name_x + name_width);
+                label_width, category_height, fbOsd0, name_x + name_width - 1);
     const int value_x = name_x + name_width + name_gap;
     display::Draw_Field(fbOsd0, {value_x, top, left + block.width - value_x, value_height}, value_ascent, text.data(),
                         {face_bold, value_size, display::palette::value, display::palette::ground});

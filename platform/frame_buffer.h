@@ -21,8 +21,8 @@ struct Frame_Variable_Info {
 struct Frame_State {
     std::uint32_t width = 0, height = 0, bits_per_pixel = 0, line_length = 0;
     std::uint32_t enabled = 0;            ///< window on
-    std::uint32_t attribute_enabled = 0;  ///< attribute plane on
-    std::uint32_t blend_factor = 0;       ///< bitmap blend factor, 0 (transparent) to 7 (opaque)
+    std::uint32_t attribute_enabled = 0;  ///< attribute plane on: its attribute is the blend factor
+    std::uint32_t blend_factor = 7;       ///< bitmap blend factor, 0 (transparent) to 7 (opaque)
     std::uint32_t attribute = 0;          ///< attribute or blending mode
     std::uint32_t background = 0;         ///< colour of the ground below all layers, 0xRRGGBB
     std::int32_t x = 0, y = 0;            ///< window position on the screen

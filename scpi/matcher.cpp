@@ -145,6 +145,7 @@ class Keyword_Classes {
 public:
     void Join(std::uint64_t a, std::uint64_t b) {
         const std::uint32_t keep = Class(a), drop = Class(b);
+        if (keep == drop) return;
         for (auto& [hash, number] : forms_) {
             if (number == drop) number = keep;
         }
@@ -179,7 +180,8 @@ Command_Index::Command_Index(const ScpiCommand* commands) : commands_(commands) 
         }
     }
     keywords_ = classes.Sorted();
-    for (std::size_t row = 0; row < count; ++row) Add_Row(row);
+    std::string whole, brief;
+    for (std::size_t row = 0; row < count; ++row) Add_Row(row, Pattern_Nodes(commands[row].pattern), whole, brief);
     std::sort(rows_.begin(), rows_.end());
     rows_.erase(std::unique(rows_.begin(), rows_.end()), rows_.end());
     rows_.shrink_to_fit();
@@ -208,25 +210,31 @@ std::uint64_t Command_Index::Sequence(std::string_view header) const {
     return sequence;
 }
 
-/// Every choice of a row's nodes that the row accepts is entered, in its long and in its short forms.
-void Command_Index::Add_Row(std::size_t row) {
-    const char* pattern = commands_[row].pattern;
-    const auto nodes = Pattern_Nodes(pattern);
-    const char* ends[] = {"", "?"};
-    for (std::uint32_t choice = 1; choice < 1u << nodes.size(); ++choice) {
-        std::string whole, brief;
-        for (std::size_t i = 0; i < nodes.size(); ++i) {
-            if (!(choice >> i & 1)) continue;
-            const std::string_view form = nodes[i].substr(0, nodes[i].find('#')), short_form = Short_Form(nodes[i]);
-            if (!whole.empty()) whole += ':', brief += ':';
-            whole += form;
-            brief += short_form.empty() ? form : short_form;
-        }
-        for (const char* end : ends) {
-            if (!matchCommand(pattern, whole + end) && !matchCommand(pattern, brief + end)) continue;
-            rows_.emplace_back(Sequence(whole + end), static_cast<std::uint16_t>(row));
+/// Every sequence of the row's nodes that it accepts, in their long or in their short forms, is entered. Only a node before
+/// a closing bracket can be left out; the header may end anywhere.
+void Command_Index::Add_Row(std::size_t row, std::span<const std::string_view> nodes, std::string& whole, std::string& brief) {
+    if (!whole.empty()) {
+        const char* pattern = commands_[row].pattern;
+        for (const char end : {'\0', '?'}) {
+            const std::size_t whole_size = whole.size(), brief_size = brief.size();
+            if (end) whole += end, brief += end;
+            if (matchCommand(pattern, whole) || matchCommand(pattern, brief)) {
+                rows_.emplace_back(Sequence(whole), static_cast<std::uint16_t>(row));
+            }
+            whole.resize(whole_size);
+            brief.resize(brief_size);
         }
     }
+    if (nodes.empty()) return;
+    const std::string_view node = nodes.front(), form = node.substr(0, node.find('#')), short_form = Short_Form(node);
+    const std::size_t whole_size = whole.size(), brief_size = brief.size();
+    if (!whole.empty()) whole += ':', brief += ':';
+    whole += form;
+    brief += short_form.empty() ? form : short_form;
+    Add_Row(row, nodes.subspan(1), whole, brief);
+    whole.resize(whole_size);
+    brief.resize(brief_size);
+    if (node.data()[node.size()] == ']') Add_Row(row, nodes.subspan(1), whole, brief);
 }
 
 const ScpiCommand* Command_Index::Find(std::string_view header) const {

@@ -1,5 +1,6 @@
 #pragma once
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -33,7 +34,7 @@ public:
 private:
     std::uint32_t Keyword(std::string_view text) const;
     std::uint64_t Sequence(std::string_view header) const;
-    void Add_Row(std::size_t row);
+    void Add_Row(std::size_t row, std::span<const std::string_view> nodes, std::string& whole, std::string& brief);
 
     const ScpiCommand* commands_;
     std::vector<std::pair<std::uint64_t, std::uint32_t>> keywords_;  ///< hash of a form, and its node's number; sorted

@@ -104,7 +104,9 @@ int Input_Locked(ScpiContext& context, const char* data, int length) {
     std::memcpy(input.data + input.position, data, static_cast<std::size_t>(length));
     input.position += static_cast<unsigned>(length);
     input.data[input.position] = '\0';
-    return Execute_Messages(context);
+    // Only a newline completes a message; what comes without one is not looked at yet.
+    const bool complete = std::string_view(data, static_cast<std::size_t>(length)).find_first_of("\r\n") != std::string_view::npos;
+    return complete ? Execute_Messages(context) : 0;
 }
 
 /// A client's input is the context's while this lives.
@@ -136,13 +138,13 @@ private:
 std::size_t Fitting(const ScpiContext& context, std::string_view bytes) {
     const std::size_t room = context.input.capacity - context.input.position - 1;
     if (bytes.size() <= room) return bytes.size();
-    const std::size_t end = bytes.substr(0, room).find_last_of('\n');
+    const std::size_t end = bytes.substr(0, room).find_last_of("\r\n");
     return end == std::string_view::npos ? 0 : end + 1;
 }
 
 /// Drops the bytes of a refused message up to its newline.
 std::string_view Forget_Refused(Pending_Input& pending, std::string_view bytes) {
-    const std::size_t end = bytes.find('\n');
+    const std::size_t end = bytes.find_first_of("\r\n");
     if (end == std::string_view::npos) return {};
     pending.refused = false;
     return bytes.substr(end + 1);

@@ -8,11 +8,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <vector>
 
 namespace web {
 namespace {
@@ -21,6 +23,12 @@ using Steady = std::chrono::steady_clock;
 
 constexpr std::size_t most_info_bytes = 4096;
 constexpr std::size_t most_trace_bytes = 1 << 20;
+constexpr std::size_t most_answer_bytes = 1 << 16;
+
+/// Of four bytes, the low one first.
+std::uint32_t Number(const std::array<std::uint8_t, 4>& bytes) {
+    return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | std::uint32_t{bytes[3]} << 24;
+}
 
 std::span<const std::uint8_t> Command(const char* letters) {
     return {reinterpret_cast<const std::uint8_t*>(letters), 2};
@@ -114,12 +122,16 @@ Key_Answer Instrument_Link::Receive_Answer() {
 }
 
 /// A command that is answered "ST" and then takes a detail.
+bool Instrument_Link::Begin(const char* command) {
+    std::array<std::uint8_t, 3> start{};
+    return Send(Command(command)) && Receive(start, Steady::now() + answer_limit_) &&
+           std::memcmp(start.data(), "ST", 3) == 0;
+}
+
 Key_Answer Instrument_Link::Exchange(const char* command, std::span<const std::uint8_t> detail) {
     const Turn turn(*this);
     if (!turn || !Connect()) return Key_Answer::unreachable;
-    std::array<std::uint8_t, 3> start{};
-    if (!Send(Command(command)) || !Receive(start, Steady::now() + answer_limit_) ||
-        std::memcmp(start.data(), "ST", 3) != 0 || !Send(detail)) {
+    if (!Begin(command) || !Send(detail)) {
         Disconnect();
         return Key_Answer::unreachable;
     }
@@ -147,6 +159,29 @@ Key_Answer Instrument_Link::Press_Power() {
     return Receive_Answer();
 }
 
+Instrument_Link::Scpi_Result Instrument_Link::Scpi(std::string_view messages, std::string& answer) {
+    constexpr std::uint32_t refused = 0xffffffff;
+    if (messages.size() > most_scpi_bytes) return Scpi_Result::too_long;
+    const Turn turn(*this);
+    if (!turn || !Connect()) return Scpi_Result::unreachable;
+    std::vector<std::uint8_t> detail(4 + messages.size());
+    for (std::size_t i = 0; i < 4; ++i) detail[i] = static_cast<std::uint8_t>(messages.size() >> 8 * i);
+    std::copy(messages.begin(), messages.end(), detail.begin() + 4);
+    const auto deadline = Steady::now() + answer_limit_;
+    std::array<std::uint8_t, 4> length{};
+    if (!Begin("SC") || !Send(detail) || !Receive(length, deadline)) {
+        Disconnect();
+        return Scpi_Result::late;
+    }
+    const std::uint32_t bytes = Number(length);
+    if (bytes == refused) return Scpi_Result::too_long;
+    answer.resize(std::min<std::size_t>(bytes, most_answer_bytes));
+    if (bytes <= most_answer_bytes && Receive({reinterpret_cast<std::uint8_t*>(answer.data()), bytes}, deadline))
+        return Scpi_Result::answered;
+    Disconnect();
+    return Scpi_Result::late;
+}
+
 std::optional<std::string> Instrument_Link::Ask_Text(const char* command, std::size_t most_bytes) {
     const Turn turn(*this);
     if (!turn) return "";
@@ -154,7 +189,7 @@ std::optional<std::string> Instrument_Link::Ask_Text(const char* command, std::s
     const auto deadline = Steady::now() + answer_limit_;
     std::array<std::uint8_t, 4> length{};
     if (Send(Command(command)) && Receive(length, deadline)) {
-        const std::size_t bytes = length[0] | length[1] << 8 | length[2] << 16 | std::size_t{length[3]} << 24;
+        const std::size_t bytes = Number(length);
         if (bytes <= most_bytes) {
             std::string text(bytes, '\0');
             if (Receive({reinterpret_cast<std::uint8_t*>(text.data()), bytes}, deadline)) return text;

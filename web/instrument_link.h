@@ -40,6 +40,12 @@ public:
     /// The active trace, CSV; empty or nothing as above.
     std::optional<std::string> Trace();
 
+    enum class Scpi_Result { answered, too_long, late, unreachable };
+    static constexpr std::size_t most_scpi_bytes = 4096;
+
+    /// Has remote messages executed, at most most_scpi_bytes of them; answer receives what they answer, which may be nothing.
+    Scpi_Result Scpi(std::string_view messages, std::string& answer);
+
 private:
     using Deadline = std::chrono::steady_clock::time_point;
 
@@ -49,6 +55,7 @@ private:
     void Disconnect();
     bool Send(std::span<const std::uint8_t> bytes);
     bool Receive(std::span<std::uint8_t> bytes, Deadline deadline);
+    bool Begin(const char* command);
     Key_Answer Exchange(const char* command, std::span<const std::uint8_t> detail);
     Key_Answer Receive_Answer();
     std::optional<std::string> Ask_Text(const char* command, std::size_t most_bytes);

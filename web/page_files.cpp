@@ -13,11 +13,12 @@ struct Known_File {
     const char* type;
 };
 
-constexpr std::array<Known_File, 7> known_files{{
+constexpr std::array<Known_File, 8> known_files{{
     {"/", "index.html", "text/html; charset=utf-8"},
     {"/panel.css", "panel.css", "text/css; charset=utf-8"},
     {"/panel.js", "panel.js", "text/javascript; charset=utf-8"},
     {"/screen.js", "screen.js", "text/javascript; charset=utf-8"},
+    {"/console.js", "console.js", "text/javascript; charset=utf-8"},
     {"/fields.js", "fields.js", "text/javascript; charset=utf-8"},
     {"/knob.js", "knob.js", "text/javascript; charset=utf-8"},
     {"/icon.svg", "icon.svg", "image/svg+xml"},

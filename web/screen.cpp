@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace web {
 namespace {
@@ -33,20 +34,85 @@ void Put_24(const std::byte* source, std::uint8_t* target, std::int64_t pixels, 
         if (std::memcmp(source, zero.data(), 3) != 0) std::memcpy(target, source, 3);
 }
 
+constexpr unsigned opaque = 7;
+
+/// How a window turns its pixels into the screen's.
+struct Treatment {
+    unsigned factor = opaque;  // of 7
+    bool reversed = false, attenuated = false;
+
+    explicit Treatment(const Layer& layer) {
+        const auto& state = layer.state;
+        if (layer.zero_transparent) {
+            factor = std::min(state.attribute_enabled ? state.attribute_fill & 7u : state.blend_factor, opaque);
+            attenuated = state.attenuation != 0;
+        } else {
+            reversed = state.component_order != 0;
+        }
+    }
+    bool Plain() const { return factor == opaque && !reversed && !attenuated; }
+
+    void Put(std::array<std::uint8_t, 3> colour, std::uint8_t* target) const {
+        if (reversed) std::swap(colour[0], colour[2]);
+        for (std::size_t i = 0; i < 3; ++i) {
+            const unsigned own = attenuated ? 16u + colour[i] * 219u / 255u : colour[i];
+            target[i] = static_cast<std::uint8_t>((own * factor + target[i] * (opaque - factor) + opaque / 2) / opaque);
+        }
+    }
+};
+
+/// The part of a window that is on the screen, and where it starts.
+struct Place_On_Screen {
+    std::int64_t x, y, left, right, top, bottom;
+
+    explicit Place_On_Screen(const platform::Frame_State& state)
+        : x(state.x),
+          y(state.y),
+          left(std::max<std::int64_t>(x, 0)),
+          right(std::min<std::int64_t>(x + std::int64_t{state.width} * state.zoom_x, screen_width)),
+          top(std::max<std::int64_t>(y, 0)),
+          bottom(std::min<std::int64_t>(y + std::int64_t{state.height} * state.zoom_y, screen_height)) {}
+};
+
+/// Pixel by pixel: enlarged, blended, components turned round, colours attenuated.
+void Put_Treated(const Layer& layer, const Place_On_Screen& place, const Treatment& treatment,
+                 std::span<std::uint8_t> screen) {
+    const auto& state = layer.state;
+    const std::int64_t pixel_bytes = state.bits_per_pixel / 8;
+    constexpr std::array<std::byte, 3> zero{};
+    for (auto row = place.top; row < place.bottom; ++row) {
+        const auto* line = layer.memory.data() + (row - place.y) / state.zoom_y * state.line_length;
+        auto* target = screen.data() + 3 * (row * screen_width + place.left);
+        for (auto column = place.left; column < place.right; ++column, target += 3) {
+            const auto* source = line + (column - place.x) / state.zoom_x * pixel_bytes;
+            if (layer.zero_transparent && std::memcmp(source, zero.data(), static_cast<std::size_t>(pixel_bytes)) == 0)
+                continue;
+            std::array<std::uint8_t, 3> colour;
+            if (pixel_bytes == 2)
+                Put_16(source, colour.data(), 1, false);
+            else
+                Put_24(source, colour.data(), 1, false);
+            treatment.Put(colour, target);
+        }
+    }
+}
+
 void Put_Layer(const Layer& layer, std::span<std::uint8_t> screen) {
     const auto& state = layer.state;
-    const std::int64_t x = state.x, y = state.y, width = state.width, height = state.height;
-    const auto left = std::max<std::int64_t>(x, 0), right = std::min<std::int64_t>(x + width, screen_width);
-    const auto top = std::max<std::int64_t>(y, 0), bottom = std::min<std::int64_t>(y + height, screen_height);
-    if (left >= right) return;
-    const std::int64_t pixel_bytes = state.bits_per_pixel / 8;
-    for (auto row = top; row < bottom; ++row) {
-        const auto* source = layer.memory.data() + (row - y) * state.line_length + (left - x) * pixel_bytes;
-        auto* target = screen.data() + 3 * (row * screen_width + left);
+    const Place_On_Screen place(state);
+    if (place.left >= place.right) return;
+    const Treatment treatment(layer);
+    if (state.zoom_x != 1 || state.zoom_y != 1 || !treatment.Plain())
+        return Put_Treated(layer, place, treatment, screen);
+    const std::int64_t pixel_bytes = state.bits_per_pixel / 8, pixels = place.right - place.left;
+    for (auto row = place.top; row < place.bottom; ++row) {
+        const auto* source =
+            layer.memory.data() + (row - place.y) * state.line_length + (place.left - place.x) * pixel_bytes;
+        auto* target = screen.data() + 3 * (row * screen_width + place.left);
         if (pixel_bytes == 2)
-            Put_16(source, target, right - left, layer.zero_transparent);
+            Put_16(source, target, pixels, layer.zero_transparent);
         else
-            Put_24(source, target, right - left, layer.zero_transparent);
+            Put_24(source, target, pixels, layer.zero_transparent);
     }
 }
 
@@ -64,6 +130,7 @@ std::size_t Layer_Bytes(const platform::Frame_State& state) {
     if (!state.enabled) return 0;
     if (state.bits_per_pixel != 16 && state.bits_per_pixel != 24) return 0;
     if (state.width == 0 || state.width > most_pixels || state.height == 0 || state.height > most_pixels) return 0;
+    if (state.zoom_x == 0 || state.zoom_y == 0) return 0;
     if (state.line_length > most_line_length || state.line_length < state.width * (state.bits_per_pixel / 8)) return 0;
     return std::size_t{state.line_length} * state.height;
 }

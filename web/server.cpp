@@ -31,6 +31,7 @@ struct Server_Parts {
     Frame_Source source;
     Instrument_Link link;
     Live live{source, link};
+    std::atomic<int> scpi_requests = 0;
     mg_context* context = nullptr;
 };
 
@@ -40,6 +41,9 @@ using Parts = Server_Parts;
 
 constexpr long long most_body_bytes = 64 * 1024;
 constexpr auto body_time = std::chrono::seconds(5);
+
+constexpr int most_scpi_requests = 8;
+constexpr auto scpi_time = std::chrono::seconds(60);
 
 constexpr int no_content = 204;
 
@@ -129,8 +133,29 @@ int Get(Parts& parts, mg_connection* connection, std::string_view path) {
     return Send_Status(connection, 404, "no such page\n");
 }
 
+/// Remote messages, each request over a connection of its own, so that what one leaves unfinished is nobody else's. A query
+/// may wait for the end of a sweep.
+int Post_Scpi(Parts& parts, mg_connection* connection, std::string_view body) {
+    using enum Instrument_Link::Scpi_Result;
+    if (parts.scpi_requests.fetch_add(1) >= most_scpi_requests) {
+        --parts.scpi_requests;
+        return Send_Status(connection, 503, "too many requests wait for the instrument\n");
+    }
+    Instrument_Link link(scpi_time);
+    std::string answer;
+    const auto result = link.Scpi(body, answer);
+    --parts.scpi_requests;
+    switch (result) {
+        case answered: return Send_Reply(connection, {.body = answer});
+        case too_long: return Send_Status(connection, 413, "the message is too long\n");
+        case late: return Send_Status(connection, 504, "the instrument does not answer in time\n");
+        case unreachable: break;
+    }
+    return Send_Status(connection, 503, "the instrument does not answer\n");
+}
+
 int Post(Parts& parts, mg_connection* connection, std::string_view path, std::string_view body) {
-    if (path == "/scpi") return Send_Status(connection, 501, "remote control is off\n");
+    if (path == "/scpi") return Post_Scpi(parts, connection, body);
     const auto order = Parse_Post(path, body);
     if (order.act == Order::Act::none) return Send_Status(connection, order.status, Line(order.fault));
     const auto answer = Execute(parts, order);

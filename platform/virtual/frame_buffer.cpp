@@ -216,7 +216,15 @@ int Frame_Set_Attribute(int device, std::uint32_t attribute) {
 }
 
 int Frame_Set_Background(int device, std::uint32_t colour) {
-    return Set_Field(device, offsetof(Frame_State, background), colour);
+    if (Set_Field(device, offsetof(Frame_State, background), colour) != 0)
+        return -1;
+    // The ground is one for all layers.
+    std::lock_guard lock(frames_mutex);
+    for (const Open_Frame& frame : frames) {
+        if (!frame.view)
+            Store(*frame.control, offsetof(Frame_State, background), colour);
+    }
+    return 0;
 }
 
 int Frame_Set_Position(int device, std::int32_t x, std::int32_t y) {

@@ -59,7 +59,10 @@ TEST_F(Layers, PixelsAreHeldToTheScreen) {
     std::array<std::byte, 4 * 4 * 2> small{};
     EXPECT_EQ(fb_pixel(small.data(), 4, 4, 4, 4, 0xffffff, 16), 0) << "a pixel behind the last is no pixel";
     EXPECT_EQ(fb_pixel(small.data(), 4, 4, 9, 0, 0xffffff, 16), 0);
+    EXPECT_EQ(fb_pixel(small.data(), 4, 4, 9, 0, 0xffffff, 32), 0) << "beyond the width, no depth matters";
     EXPECT_TRUE(std::all_of(small.begin(), small.end(), [](std::byte b) { return b == std::byte{0}; }));
+    EXPECT_EQ(fb_pixel(small.data(), 4, 4, 4, 1, 0xffffff, 16), 0);
+    EXPECT_EQ(small[16], std::byte{0xff}) << "a pixel at the width is the next row's first";
 }
 
 TEST_F(Layers, AreasAreCutAtTheEdges) {
@@ -85,7 +88,7 @@ TEST_F(Layers, MasksBlendExactlyAtTheirEnds) {
     EXPECT_EQ(Video(6, 5), fg);
     EXPECT_EQ(Video(7, 5), (Colour{150, 130, 0}));
     display::Fill(fbOsd0, {0, 0, 20, 20}, {255, 255, 255});
-    draw_bitmap(mask, fg, bg, 5, 5, 3, 1, fbOsd0, 7);
+    draw_bitmap(mask, fg, bg, 5, 5, 3, 1, fbOsd0, 6);
     EXPECT_EQ(Osd(5, 5), 0) << "zeros leave the text layer clear";
     EXPECT_EQ(Osd(6, 5), RGB888toRGB565(200, 10, 0));
     EXPECT_EQ(Osd(7, 5), 0xffff) << "beyond the column limit";
@@ -98,6 +101,18 @@ TEST_F(Layers, AReplacedLayerKeepsItsOldMapping) {
     fb_init(fbOsd0, "/dev/fb/0", 800, 600, 16);
     old[0] = std::byte{0x12};
     EXPECT_EQ(fbOsd0.memory[0], std::byte{0x12});
+}
+
+TEST_F(Layers, ALayerOpenedAtAnotherResolutionTakesItsLines) {
+    fb_init(fbOsd0, "/dev/fb/0", 400, 300, 24);
+    ASSERT_NE(fbOsd0.memory, nullptr);
+    EXPECT_EQ(fbOsd0.line, 1200u);
+    EXPECT_EQ(fbOsd0.size, 1200u * 300);
+    testing::internal::CaptureStderr();
+    fb_init(fbOsd0, "/dev/fb/0", 800, 600, 32);
+    EXPECT_TRUE(testing::internal::GetCapturedStderr().starts_with("FBIOPUT_VSCREENINFO: "));
+    EXPECT_EQ(fbOsd0.memory, nullptr);
+    EXPECT_GE(fbOsd0.device, 0) << "what is known stays";
 }
 
 TEST_F(Layers, ALayerThatIsNotThereIsLeftAlone) {
@@ -120,6 +135,9 @@ TEST_F(Layers, ControlsReachTheDisplay) {
     EXPECT_EQ(state.enabled, 1u);
     EXPECT_EQ(state.x, 3);
     EXPECT_EQ(state.y, 4);
+    fb_backcolor_set(fbOsd0, 0x123456);
+    ASSERT_EQ(platform::Frame_Get_State(view, state), 0);
+    EXPECT_EQ(state.background, 0x123456u) << "the ground is one for all layers";
     platform::Frame_Close(view);
     fb_init(fbVid0, "/dev/fb/1", 800, 600, 24);
     platform::Frame_Get_State(fbVid0.device, state);
@@ -139,14 +157,14 @@ TEST_F(Layers, AFailingControlReportsItsRequestAndChangesNothing) {
         {"FBIO_ENABLE_DISABLE_ATTRIBUTE_WIN", [](const Frame_Descriptor& f) { fb_endisable_att(f, true); }},
         {"FBIO_SET_BITMAP_BLEND_FACTOR", [](const Frame_Descriptor& f) { fb_blend_set(f, 3); }},
         {"FBIO_SETATTRIBUTE", [](const Frame_Descriptor& f) { fb_blend_setattr(f, 2); }},
-        {"FBIO_SETATTRIBUTE", [](const Frame_Descriptor& f) { fb_fillup_attribute(f, 7); }},
+        {"FBIO_FILL_ATTRIBUTE", [](const Frame_Descriptor& f) { fb_fillup_attribute(f, 7); }},
         {"FBIO_SET_BACKG_COLOR", [](const Frame_Descriptor& f) { fb_backcolor_set(f, 0x112233); }},
         {"FBIO_GET_VIDEO_CONFIG_PARAMS", [](const Frame_Descriptor& f) { fb_video_set(f, 1); }},
         {"FBIO_GET_BITMAP_CONFIG_PARAMS", [](const Frame_Descriptor& f) { fb_bimp_set(f, 1); }},
-        {"FBIO_SET_BLINK_INTERVAL", [](const Frame_Descriptor& f) { fb_getset_blink(f, 5); }},
+        {"FBIO_SET_BLINK", [](const Frame_Descriptor& f) { fb_getset_blink(f, 5); }},
         {"FBIO_SET_CURSOR", [](const Frame_Descriptor& f) { fb_set_cursor(f, 6); }},
-        {"FBIO_SETPOSX", [](const Frame_Descriptor& f) { fb_win_position(f, 8, 9); }},
-        {"FBIO_SETZOOM", [](const Frame_Descriptor& f) { fb_win_zoom(f, 2, 3); }},
+        {"FBIO_SET_POSITION", [](const Frame_Descriptor& f) { fb_win_position(f, 8, 9); }},
+        {"FBIO_SET_ZOOM", [](const Frame_Descriptor& f) { fb_win_zoom(f, 2, 3); }},
     });
     const auto said = [](auto call) {
         testing::internal::CaptureStderr();
@@ -171,10 +189,10 @@ TEST_F(Layers, AFailingControlReportsItsRequestAndChangesNothing) {
 
     // What the driver refuses leaves what was set before.
     EXPECT_TRUE(said([] { fb_blend_set(fbOsd0, 8); }).starts_with("FBIO_SET_BITMAP_BLEND_FACTOR: "));
-    EXPECT_TRUE(said([] { fb_win_zoom(fbOsd0, 4, 0); }).starts_with("FBIO_SETZOOM: "));
+    EXPECT_TRUE(said([] { fb_win_zoom(fbOsd0, 4, 0); }).starts_with("FBIO_SET_ZOOM: "));
     EXPECT_TRUE(said([] { fb_video_set(fbOsd0, 2); }).starts_with("FBIO_SET_VIDEO_CONFIG_PARAMS: "));
     EXPECT_TRUE(said([] { fb_bimp_set(fbOsd0, 2); }).starts_with("FBIO_SET_BITMAP_CONFIG_PARAMS: "));
-    EXPECT_TRUE(said([] { fb_fillup_attribute(fbOsd0, 16); }).starts_with("FBIO_SETATTRIBUTE: "));
+    EXPECT_TRUE(said([] { fb_fillup_attribute(fbOsd0, 16); }).starts_with("FBIO_FILL_ATTRIBUTE: "));
     platform::Frame_State after;
     ASSERT_EQ(platform::Frame_Get_State(fbOsd0.device, after), 0);
     EXPECT_EQ(std::memcmp(&set, &after, sizeof set), 0);
@@ -310,6 +328,20 @@ std::string Jpeg(int width, int height) {
     jpeg_destroy_compress(&info);
     std::free(bytes);
     return picture;
+}
+
+TEST_F(Layers, ADamagedCopyGivesWayToTheInstrumentsOwnPicture) {
+    const std::string own = Jpeg(40, 30), replaced = Jpeg(20, 30);
+    root.Write("/mnt/nand/picture/Logo.jpg", own);
+    root.Write("/mnt/mtd14/Logo.jpg", replaced);
+    Show_Picture(picture_logo, 40, 30, 0, 0, target_video0);
+    EXPECT_EQ(Video(19, 5), (Colour{200, 200, 200}));
+    EXPECT_EQ(Video(20, 5), Colour{});
+    root.Write("/mnt/mtd14/Logo.jpg", replaced.substr(0, replaced.size() / 2));
+    testing::internal::CaptureStderr();
+    Show_Picture(picture_logo, 40, 30, 0, 0, target_video0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "picture /mnt/mtd14/Logo.jpg is damaged\n");
+    EXPECT_EQ(Video(39, 29), (Colour{200, 200, 200}));
 }
 
 TEST_F(Layers, DamagedPicturesNeverDoHarm) {

@@ -119,7 +119,7 @@ TEST_F(Text, NoPlaceSizeOrSpacingLeavesTheMask) {
         wchar_box(Codes(U"WWW"), 5, 20, 30, drawn.mask, Guarded::width, nullptr, face, bad);
         if (bad <= 0) wchar_box(Codes(U"W"), 0, 20, 30, drawn.mask, bad, nullptr, face, 1);
     }
-    wchar_box(Codes(U"W"), 0, 20, 30, drawn.mask, highest, nullptr, face, 1);
+    for (const int x : places) wchar_box(Codes(U"W"), x, 20, 30, drawn.mask, highest, nullptr, face, 1);
     EXPECT_TRUE(drawn.Whole());
     Guarded cut;
     wchar_box(Codes(U"W"), -6, 20, 30, cut.mask, Guarded::width, nullptr, face, 1);

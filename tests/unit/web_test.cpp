@@ -66,6 +66,44 @@ TEST(Web_Screen, LayersLieOverEachOtherAtTheirPlaces) {
     EXPECT_EQ(Pixel(screen, 750, 20), 0xff0000u);
 }
 
+TEST(Web_Screen, WindowsLookAsTheirControlsSay) {
+    Plane video(800, 600, 24), osd(4, 4, 16);
+    for (std::uint32_t x = 0; x < 800; ++x) video.Set(x, 0, 0x70e000);
+    osd.Set(0, 0, 0xffff);
+    osd.Set(2, 0, 0xf800);
+    Pixels screen(web::screen_bytes);
+    const auto compose = [&] {
+        const std::array layers{video.As_Layer(false), osd.As_Layer(true)};
+        web::Compose(0, layers, 100, screen);
+    };
+    const auto at = [&](int x) { return Pixel(screen, x, 0); };
+    osd.state.blend_factor = 3;
+    compose();
+    EXPECT_EQ(at(0), 0xaded6du) << "three sevenths of the text, four of what lies below";
+    EXPECT_EQ(at(1), 0x70e000u) << "clear at any factor";
+    osd.state.attribute_enabled = 1;  // the plane's attribute goes before the window's factor
+    compose();
+    EXPECT_EQ(at(0), 0x70e000u);
+    osd.state.attribute_fill = 15;
+    osd.state.attenuation = 1;
+    compose();
+    EXPECT_EQ(at(0), 0xebebebu);
+    EXPECT_EQ(at(2), 0xeb1010u);
+
+    osd.state = {.width = 4, .height = 4, .bits_per_pixel = 16, .line_length = 8, .enabled = 1, .x = -3};
+    osd.state.zoom_x = 3;
+    osd.state.zoom_y = 0xffffffff;
+    video.state.component_order = 1;
+    compose();
+    EXPECT_EQ(at(0), 0x00e070u) << "the first pixel's three columns are left of the screen";
+    for (const int x : {3, 4, 5}) EXPECT_EQ(at(x), 0xff0000u);
+    EXPECT_EQ(at(6), 0x00e070u);
+    EXPECT_EQ(Pixel(screen, 3, 599), 0xff0000u);
+    osd.state.zoom_x = 0;
+    compose();
+    EXPECT_EQ(at(3), 0x00e070u) << "no picture without a size";
+}
+
 TEST(Web_Screen, BackLightDimsTheWholePicture) {
     Plane video(800, 600, 24);
     video.Set(5, 5, 0xc86400);

@@ -2,6 +2,7 @@
 import {Screen} from "/screen.js";
 import {Knob} from "/knob.js";
 import {Fields} from "/fields.js";
+import {Console} from "/console.js";
 
 const $ = (id) => document.getElementById(id);
 
@@ -115,7 +116,7 @@ function listenToKeyboard() {
   document.addEventListener("keydown", (event) => {
     if (event.ctrlKey || event.altKey || event.metaKey || $("power-dialog").open) return;
     const focused = document.activeElement;
-    if (focused instanceof HTMLInputElement) return;
+    if (focused instanceof HTMLInputElement || focused?.closest("#console")) return;
     if (event.key === "Enter" && focused instanceof HTMLButtonElement) return;  // the focused key is pressed
     const code = shortcuts.get(event.key.length === 1 ? event.key.toLowerCase() : event.key);
     if (code === undefined) return;
@@ -197,4 +198,5 @@ listenToPower();
 screen = new Screen($("screen"));
 fields = new Fields(document.querySelectorAll("input[data-set]"), send, notice);
 new Knob($("knob"), press);
+new Console($("console-form"), $("console-log"));
 connect();
