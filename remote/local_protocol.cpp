@@ -45,7 +45,7 @@ bool Set(std::string_view line, const Local_Commands& commands) {
 bool Messages_Fit(std::string_view text) {
     constexpr std::size_t longest_message = scpi_input_size - 1;
     while (!text.empty()) {
-        const std::size_t end = text.find('\n');
+        const std::size_t end = text.find_first_of("\r\n");
         const std::size_t length = end == std::string_view::npos ? text.size() : end + 1;
         if (length > longest_message) return false;
         text.remove_prefix(length);

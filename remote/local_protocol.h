@@ -76,7 +76,7 @@ private:
     std::uint32_t length_ = 0;  ///< of the whole text
 };
 
-/// True when every message of a text fits into the parser's input, counted up to its line feed.
+/// True when every message of a text fits into the parser's input, counted with its newline.
 bool Messages_Fit(std::string_view text);
 
 }  // namespace remote
