@@ -3,6 +3,7 @@
 #include <mutex>
 #include <utility>
 
+#include "files/last_screen.h"
 #include "platform/environment.h"
 #include "records/function.h"
 #include "records/handover.h"
@@ -25,10 +26,11 @@ void Reset_To_Factory() {
 }
 
 void Leave_File_Modes() {
-    if (FunctionMode_Flag != mode_file_view && FunctionMode_Flag != mode_recall_view) return;
     const std::lock_guard records(Command_Main_Mutex);
+    if (FunctionMode_Flag != mode_file_view && FunctionMode_Flag != mode_recall_view) return;
     Global_Table = Global_Table_Flag_For_File;
     FunctionMode_Flag = FunctionMode_Flag_For_File;
+    Recall_Last_Global();
 }
 
 bool Sweep_Can_Come() { return DSP_Trace_Data && SweepSingle_Data.load(std::memory_order_acquire) == 0; }

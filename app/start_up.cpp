@@ -34,6 +34,7 @@
 #include "records/trace.h"
 #include "remote/gpib.h"
 #include "remote/server.h"
+#include "scpi/commands/table.h"
 #include "scpi/error_queue.h"
 #include "scpi/status.h"
 #include "sequence/sequence.h"
@@ -227,6 +228,7 @@ void init_sys() {
 int Start_Up() {
     const std::lock_guard records(Command_Main_Mutex);
     Init_Spectrogram();   // 1
+    Commands_Init();
     if (!Start_Remote_Base()) return 2;  // 2
     Identify();           // 3
     init_i2c();           // 4
