@@ -17,7 +17,7 @@
 
 #include "platform/backlight.h"
 #include "platform/stop.h"
-#include "remote/local_socket.h"
+#include "remote/server.h"
 #include "temp_root.h"
 #include "web_rig.h"
 #include "virtual_board/devices.h"
@@ -47,7 +47,7 @@ public:
         takes_keys = true;
         platform::Reset_Stop();
         thread_ = std::thread([] {
-            remote::Serve_Local_Socket({
+            remote::Serve({
                 [](std::int32_t code) {
                     if (!takes_keys) return false;
                     last_key = code;
