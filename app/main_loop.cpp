@@ -1,9 +1,11 @@
 #include "app/main_loop.h"
 
 #include <algorithm>
+#include <chrono>
 #include <mutex>
 
 #include "display/draw.h"
+#include "files/last_screen.h"
 #include "keys/dispatch.h"
 #include "keys/handlers.h"
 #include "keys/numeric_entry.h"
@@ -11,6 +13,7 @@
 #include "keys/reader.h"
 #include "keys/soft_keys.h"
 #include "measure/measure.h"
+#include "platform/clock.h"
 #include "platform/stop.h"
 #include "powermeter/powermeter.h"
 #include "records/display.h"
@@ -29,15 +32,21 @@ namespace {
 
 constexpr int sequence_calibration_stage = 4;
 
-void Mode_Work() {
-    switch (FunctionMode_Flag) {
+/// A mode without work of its own leaves the processor to others until the next look at the keys.
+void Rest() { platform::Sleep_For(std::chrono::milliseconds(1)); }
+
+void Mode_Work(std::int32_t mode) {
+    switch (mode) {
         case mode_power_meter: {
-            const std::lock_guard records(Command_Main_Mutex);
-            if (PowerSensor_Insert == 0) Leave_Power_Meter();
+            {
+                const std::lock_guard records(Command_Main_Mutex);
+                if (PowerSensor_Insert == 0) Leave_Power_Meter();
+            }
+            Rest();
             break;
         }
         case mode_emission_mask: SEM_DrawTrace(); break;
-        case mode_file_view: case mode_recall_view: break;
+        case mode_file_view: case mode_recall_view: Rest(); break;
         case mode_am_fm: case mode_am_fm_list: Demod_DrawTrace(); break;
         case mode_iq: case mode_r_phi: Record_data_Loop(); break;
         case mode_ask: case mode_fsk: FSK_Demod_Loop(); break;
@@ -102,6 +111,11 @@ void Leave_Information_Screen() {
     System_information = 0;
     FunctionMode_Flag = FunctionMode_Flag_For_File;
     Global_Table = Global_Table_Flag_For_File;
+    if (FunctionMode_Flag == mode_power_meter) {
+        Redraw_Power_Meter();
+    } else {
+        Recall_Last_Global();
+    }
 }
 
 /// A remote interface has taken control: the menu gives way to the remote page, once.
@@ -126,11 +140,13 @@ void Enter_Remote() {
 }  // namespace
 
 void Main_Loop_Once() {
+    std::int32_t mode = mode_spectrum;
     {
         const std::lock_guard records(Command_Main_Mutex);
         Powermeter_InIt();
+        mode = FunctionMode_Flag;
     }
-    Mode_Work();
+    Mode_Work(mode);
     const std::lock_guard records(Command_Main_Mutex);
     Execute_Panel_Keys();
     Resend_During_EMC_Test();

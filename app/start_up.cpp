@@ -20,6 +20,7 @@
 #include "keys/status_blocks.h"
 #include "keys/words.h"
 #include "measure/measure.h"
+#include "platform/i2c.h"
 #include "platform/sample_memory.h"
 #include "platform/serial.h"
 #include "platform/shell.h"
@@ -28,9 +29,11 @@
 #include "records/freqs.h"
 #include "records/handover.h"
 #include "records/locks.h"
+#include "records/normalisation.h"
 #include "records/sys.h"
 #include "records/trace.h"
 #include "remote/gpib.h"
+#include "scpi/commands/table.h"
 #include "scpi/error_queue.h"
 #include "scpi/status.h"
 #include "sequence/sequence.h"
@@ -163,12 +166,14 @@ void Open_Limit_Lines() {
 
 /// A normalisation that was on is measured again, never taken from the stale reference.
 void Reset_Normalisation() {
-    if (Sys_Data.tracking_normalised) Sys_Data.tracking_normalised = 0;
+    if (!Sys_Data.tracking_normalised) return;
+    TG_Pos_Diff_Value = 0;
+    Check_TG_Normalize = Check_Sweep_Again = CheckNormInit = 1;
+    Normalisation_Trace.fill(0);
 }
 
 void Recall_State(const char* path) {
-    if (!Recall_Lostate_ForLocal(path, 0)) return;
-    Reset_Normalisation();
+    if (Recall_Lostate_ForLocal(path, 0)) Reset_Normalisation();
     Display_all_icon();
     Ext_Frame();
     Redraw_Keys();
@@ -234,6 +239,7 @@ void init_sys() {
 int Start_Up() {
     const std::lock_guard records(Command_Main_Mutex);
     Init_Spectrogram();   // 1
+    Commands_Init();
     Start_Remote_Base();  // 2
     Identify();           // 3
     init_i2c();           // 4
@@ -263,6 +269,8 @@ int Start_Up() {
 void Shut_Down() {
     platform::Close_Serial(fd_rs232);
     fd_rs232 = -1;
+    platform::Close_I2c(fd_i2c);
+    fd_i2c = -1;
     if (LOOP_Buffers) LOOP_Delete();
     if (DSP_Trace_Data) platform::Unmap_Sample_Memory(DSP_Trace_Data);
     DSP_Trace_Data = nullptr;

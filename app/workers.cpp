@@ -97,11 +97,17 @@ void Update_Clock(int& shown_second) {
     if (Display_Data.clock_shown) Draw_Clock();
 }
 
+/// Storage that came or went is the main loop's to show.
+void Watch_Storage() {
+    if (Storage_Changed()) USBButtonOnOff_Flag.store(1, std::memory_order_release);
+}
+
 void check_rtc() {
     int shown_second = -1;
     while (platform::Sleep_For(polling)) {
         Show_Power_Off();
         Update_Clock(shown_second);
+        Watch_Storage();
     }
 }
 
@@ -133,9 +139,11 @@ void check_RJ45() {
     }
 }
 
-/// Repeats a command of the power-off until it succeeds.
+/// Repeats a command of the power-off until it succeeds or the process ends.
 void Insist(const char* command) {
-    while (platform::Run_Command(command) != 0) platform::Sleep_For(100ms);
+    while (platform::Run_Command(command) != 0) {
+        if (!platform::Sleep_For(100ms)) return;
+    }
 }
 
 void Power_Off() {

@@ -11,6 +11,7 @@
 #include "records/bw.h"
 #include "records/freqs.h"
 #include "records/sweep.h"
+#include "records/sys.h"
 #include "records/trace.h"
 
 namespace {
@@ -27,10 +28,11 @@ struct State {
     Sweep_Record sweep;
     std::array<std::array<std::uint8_t, traces>, screens> trace_mode{};
     std::array<std::array<std::uint16_t, traces>, screens> detector_choice{};
+    std::array<std::int32_t, 1> normalised{};
 };
 
 State Take() {
-    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}};
+    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}};
     for (std::size_t i = 0; i < screens; ++i) {
         state.trace_mode[i] = Trace_Data[i].mode;
         state.detector_choice[i] = Trace_Data[i].detector_choice;
@@ -44,6 +46,7 @@ void Put(const State& state) {
     Amp = state.amp;
     BW_Data = state.bw;
     Sweep_Data = state.sweep;
+    Sys_Data.tracking_normalised = state.normalised[0];
     for (std::size_t i = 0; i < screens; ++i) {
         Trace_Data[i].mode = state.trace_mode[i];
         Trace_Data[i].detector_choice = state.detector_choice[i];
@@ -77,6 +80,7 @@ void For_Each_Field(State& s, Field&& field) {
         field("trace_mode", s.trace_mode[i], 0, 4);
         field("detector", s.detector_choice[i], 0, 7);
     }
+    field("normalised", s.normalised, 0, 1);
 }
 
 std::string Written(State state) {

@@ -8,6 +8,7 @@
 #include "records/function.h"
 #include "records/handover.h"
 #include "records/keystate.h"
+#include "records/normalisation.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
@@ -69,5 +70,7 @@ void Reset_Records() {
     Check_warning = Check_block3 = 0;
     Marker_Data = {};
     Peak_Data = {};
+    TG_Pos_Diff_Value = Check_TG_Normalize = Check_Sweep_Again = CheckNormInit = 0;
+    Normalisation_Trace = {};
     LimitlineScreen = SetFreqScaleRedraw = Trace_Gain_Correction = 0;
 }

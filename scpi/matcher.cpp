@@ -102,7 +102,7 @@ bool matchCommand(const char* pattern_text, std::string_view header, std::span<s
             pattern.remove_prefix(1);
             header.remove_prefix(1);
             if (pattern.empty() && header.empty()) return true;
-        } else if (header.front() == '?') {
+        } else if (header.front() == '?' && (pattern.front() == '[' || pattern.front() == ']')) {
             return last == '?' && header.size() == 1;
         } else if (pattern.starts_with("[:") || pattern.starts_with("]:")) {
             pattern.remove_prefix(2);

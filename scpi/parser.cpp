@@ -104,7 +104,9 @@ int Input_Locked(ScpiContext& context, const char* data, int length) {
     std::memcpy(input.data + input.position, data, static_cast<std::size_t>(length));
     input.position += static_cast<unsigned>(length);
     input.data[input.position] = '\0';
-    return Execute_Messages(context);
+    // Only a newline completes a message; what comes without one is not looked at yet.
+    const bool complete = std::string_view(data, static_cast<std::size_t>(length)).find_first_of("\r\n") != std::string_view::npos;
+    return complete ? Execute_Messages(context) : 0;
 }
 
 /// A client's input is the context's while this lives.

@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include "display/draw.h"
 #include "display/pictures.h"
 #include "platform/whole_file.h"
 #include "records/function.h"
@@ -29,6 +30,8 @@ bool Recall_Sequence(int number) {
 }
 
 void Redraw_Sequence_Screen() {
+    constexpr display::Rect plot_area{10, 58, 601, 451};
+    for (const auto* layer : {&fbOsd0, &fbVid0}) display::Clear(*layer, plot_area);
     Global_Table = table_sequence;
     Show_Picture(picture_sequence, 600, 450, 10, 58, target_video0);
 }

@@ -7,6 +7,7 @@
 #include "platform/link_state.h"
 #include "records/handover.h"
 #include "records/trace.h"
+#include "system/system.h"
 #include "trace/icons.h"
 
 namespace {
@@ -26,6 +27,8 @@ void Draw_Remote_Icon() { Draw("RMT", Remote_Flag.load(std::memory_order_acquire
 
 void Display_all_icon() {
     Draw_Network_Icon(platform::Lan_Link_Up());
+    Forget_Storage_Shown();
+    USBnumberdisplay();
     Draw("EXT", false, reference_x);
     Draw_Remote_Icon();
     Reset_Trace_Icons();

@@ -1,6 +1,8 @@
 #include "system/system.h"
 
+#include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -10,6 +12,8 @@
 #include <sys/utsname.h>
 
 #include "display/pictures.h"
+#include "display/text.h"
+#include "palette.h"
 #include "platform/backlight.h"
 #include "platform/dsp_message.h"
 #include "platform/i2c.h"
@@ -34,7 +38,8 @@ struct Wakeup {
 Wakeup weektime;
 std::array<double, platform::corrections_values> record_out{};
 int records_read = 0;
-int attached_storage = 0, shown_storage = -1;
+std::atomic<int> attached_storage{0};
+int shown_storage = -1;
 int audio_volume = 0;
 
 std::string Read_Line(std::istream& file) {
@@ -43,6 +48,9 @@ std::string Read_Line(std::istream& file) {
     if (line.size() > 64) line.resize(64);
     return line;
 }
+
+/// A value of the clock's registers: two decimal digits.
+std::uint8_t Rtc_Digits(int value) { return static_cast<std::uint8_t>(value / 10 * 16 + value % 10); }
 
 int Count_Storage() {
     std::error_code error;
@@ -114,9 +122,9 @@ void Recall_weektime() {
 void Set_weektime() {
     constexpr std::uint8_t minute_register = 9, hour_register = 10, weekday_register = 12;
     if (!weektime.set || fd_i2c < 0) return;
-    platform::Write_Rtc(fd_i2c, minute_register, static_cast<std::uint8_t>(weektime.minute));
-    platform::Write_Rtc(fd_i2c, hour_register, static_cast<std::uint8_t>(weektime.hour));
-    platform::Write_Rtc(fd_i2c, weekday_register, static_cast<std::uint8_t>(weektime.weekday));
+    platform::Write_Rtc(fd_i2c, minute_register, Rtc_Digits(weektime.minute));
+    platform::Write_Rtc(fd_i2c, hour_register, Rtc_Digits(weektime.hour));
+    platform::Write_Rtc(fd_i2c, weekday_register, Rtc_Digits(weektime.weekday));
 }
 
 void Check_wakeuptime() {
@@ -151,16 +159,19 @@ void show_DSPTGRF_Ver(int which) {
     constexpr std::array names{"DSP", "TG", "RF"};
     if (which < 1 || which > 3 || !DSP_Trace_Data) return;
     const auto index = static_cast<std::size_t>(which - 1);
-    const double version = platform::Load_Element(DSP_Trace_Data, elements[index]) / 100;
+    const double read = platform::Load_Element(DSP_Trace_Data, elements[index]) / 100;
+    const double version = read >= 0 && read < 1000 ? read : 0;
     System_Information_Data.versions_core[index] = version;
     std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%s %.2f  ", names[index], version >= 0 && version < 1000 ? version : 0.0);
+    std::snprintf(text.data(), text.size(), "%s %.2f  ", names[index], version);
     System_Information_Data.versions += text.data();
 }
 
 void Append_Application_Version() { System_Information_Data.versions += application_version; }
 
-void Scan_USB() { attached_storage = Count_Storage(); }
+void Scan_USB() { attached_storage.store(Count_Storage()); }
+
+bool Storage_Changed() { return Count_Storage() != attached_storage.load(); }
 
 void Detect_USB_STATE_FILE() {
     std::ifstream file(platform::Rooted("/tmp/usb_state"));
@@ -169,9 +180,17 @@ void Detect_USB_STATE_FILE() {
 }
 
 void USBnumberdisplay() {
-    if (attached_storage == shown_storage) return;
-    shown_storage = attached_storage;
-    Show_Picture_File(attached_storage > 0 ? "USB_on.jpg" : "USB_off.jpg", 38, 16, 374, 4, fbVid0);
+    constexpr display::Rect count_area{404, 4, 6, 16};
+    constexpr int icon_x = 374, icon_y = 4, icon_width = 38, icon_height = 16;
+    const int count = attached_storage.load();
+    if (count == shown_storage) return;
+    shown_storage = count;
+    Show_Picture_File(count > 0 ? "USB_on.jpg" : "USB_off.jpg", icon_width, icon_height, icon_x, icon_y, fbVid0);
+    const std::string text = count > 0 ? std::to_string(std::min(count, 9)) : std::string();
+    display::Draw_Field(fbOsd0, count_area, 12, text,
+                        {face_bold, 8, display::palette::pass, display::palette::bar});
 }
+
+void Forget_Storage_Shown() { shown_storage = -1; }
 
 void USBSD_ButtonOnOff(int) { Scan_USB(); }

@@ -34,9 +34,11 @@ void show_DSPTGRF_Ver(int which);
 /// Appends the application's own version.
 void Append_Application_Version();
 
-void Scan_USB();              ///< counts attached storage
+void Scan_USB();              ///< counts attached storage, a folder each below "/mnt/usb"
+bool Storage_Changed();       ///< true while more or less storage is attached than at the last Scan_USB; any thread
 void Detect_USB_STATE_FILE(); ///< the port's role at the last stop, from "/tmp/usb_state"
-void USBnumberdisplay();      ///< count of attached storage on the status line
+void USBnumberdisplay();      ///< count of attached storage on the status line, when it has changed
+void Forget_Storage_Shown();  ///< the next USBnumberdisplay draws in any case
 void USBSD_ButtonOnOff(int force);
 
 inline int fd_i2c = -1;

@@ -71,7 +71,7 @@ int Listen_Device(const std::string& path) {
     }
     ::unlink(path.c_str());
     const int descriptor = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (descriptor < 0 || ::bind(descriptor, name.Address(), name.Size()) != 0 || ::listen(descriptor, 4) != 0)
+    if (descriptor < 0 || ::bind(descriptor, name.Address(), name.Size()) != 0 || ::listen(descriptor, 64) != 0)
         return Give_Up(descriptor);
     return descriptor;
 }

@@ -11,8 +11,11 @@
 #include "keys/words.h"
 #include "palette.h"
 #include "records/freqs.h"
+#include "records/handover.h"
 #include "records/sweep.h"
 #include "records/sys.h"
+#include "system/status_icons.h"
+#include "system/system.h"
 #include "tests/screens/reference.h"
 #include "tests/unit/records_fixture.h"
 #include "trace/plot.h"
@@ -146,6 +149,18 @@ TEST_F(Screens, SplitScreenWithMarkersAndIcons) {
     Show_Picture_File("tr_AMAX.jpg", 34, 18, 618, 105, fbVid0);
     Show_Picture_File("ICONA_PK+.jpg", 34, 33, 618, 123, fbVid0);
     Expect_Screen("split_screen");
+}
+
+TEST_F(Screens, AllIcons) {
+    for (const char* stick : {"a", "b"}) std::filesystem::create_directories(platform::Rooted("/mnt/usb/") + stick);
+    Scan_USB();
+    Remote_Flag = 1;
+    Trace_Data[0].mode = {trace_clear_write, trace_max_hold, trace_view, trace_blank};
+    Trace_Data[0].detector = {detector_normal, detector_positive, detector_sample, detector_negative};
+    mode_str_init();
+    Draw_Clock();
+    Display_all_icon();
+    Expect_Screen("icons");
 }
 
 TEST_F(Screens, MeasurementWithResults) {

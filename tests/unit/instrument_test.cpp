@@ -8,14 +8,19 @@
 #include "display/layers.h"
 #include "keys/key_codes.h"
 #include "keys/reader.h"
+#include "files/state.h"
+#include "palette.h"
 #include "platform/shell.h"
+#include "records/amp.h"
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
 #include "records/handover.h"
 #include "records/locks.h"
+#include "records/normalisation.h"
 #include "records/sys.h"
 #include "records_fixture.h"
+#include "system/system.h"
 #include "virtual_board/board.h"
 #include "virtual_board/scene.h"
 #include "virtual_board/seed.h"
@@ -67,6 +72,14 @@ protected:
     static void Press(std::initializer_list<std::int32_t> codes) {
         for (const auto code : codes) ASSERT_TRUE(num_queue_insert(code));
         ASSERT_TRUE(Eventually([] { return Web_Keyin_Flag == 0; }));
+    }
+    /// True where anything is drawn on the text layer.
+    static bool Drawn(int left, int top, int width, int height) {
+        bool drawn = false;
+        for (int y = top; y < top + height; ++y) {
+            for (int x = left; x < left + width; ++x) drawn |= fbOsd0.memory[y * fbOsd0.line + x * 2] != std::byte{0};
+        }
+        return drawn;
     }
     static std::size_t Highest() {
         const auto& values = Trace_Data[0].value[0];
@@ -140,11 +153,11 @@ TEST_F(Instrument, ARecoveryIsToldOnce) {
     platform::Reset_Stop();
     Power_On();
     EXPECT_EQ(root.Read("/opt/KVA720/recoverydonever"), "0\n");
-    bool told = false;
-    for (int y = 570; y < 598; ++y) {
-        for (int x = 258; x < 640; ++x) told |= fbOsd0.memory[y * fbOsd0.line + x * 2] != std::byte{0};
-    }
-    EXPECT_TRUE(told) << "the notice stands in the message area";
+    EXPECT_TRUE(Drawn(258, 570, 382, 28)) << "the notice stands in the message area";
+    Power_Cut();
+    platform::Reset_Stop();
+    Power_On();
+    EXPECT_FALSE(Drawn(258, 570, 382, 28)) << "and only once";
 }
 
 TEST_F(Instrument, WordsOfAnotherVersionAreReportedAndTheInstrumentRuns) {
@@ -162,6 +175,109 @@ TEST_F(Instrument, WordsOfAnotherVersionAreReportedAndTheInstrumentRuns) {
     EXPECT_EQ(Checkversion, 1);
     Press({key_span});
     EXPECT_TRUE(Eventually([] { return keylink == &SpanLink[0]; }));
+}
+
+TEST_F(Instrument, ClockAndStorageCountFollowTheWorldAndTheInformationKnowsTheVersions) {
+    EXPECT_EQ(System_Information_Data.versions, "DSP 1.00  TG 1.00  RF 1.00  0.1");
+    EXPECT_FALSE(System_Information_Data.system_name.empty());
+    EXPECT_TRUE(Eventually([] { return Drawn(142, 3, 178, 18); })) << "the clock";
+    EXPECT_FALSE(Drawn(404, 4, 6, 16));
+    std::filesystem::create_directories(platform::Rooted("/mnt/usb/stick"));
+    EXPECT_TRUE(Eventually([] { return Drawn(404, 4, 6, 16); })) << "plugged in";
+    RecallAfterRemoveDeviceFlag = 1;
+    std::filesystem::remove(platform::Rooted("/mnt/usb/stick"));
+    EXPECT_TRUE(Eventually([] { return !Drawn(404, 4, 6, 16) && keylink == &RecallLink[0]; }))
+        << "pulled while the recall menu waited for it";
+}
+
+TEST_F(Instrument, TheStagesOfAPowerOffEndInTheDark) {
+    shutdown_flag = 1;
+    for (int i = 0; i < 2000 && !platform::Stop_Requested(); ++i) std::this_thread::sleep_for(5ms);
+    EXPECT_TRUE(platform::Stop_Requested());
+    EXPECT_EQ(shutdown_flag, 3) << "after both pictures";
+    EXPECT_TRUE(Drawn(205, 193, 210, 180));
+}
+
+TEST_F(Instrument, ACommandOfThePowerOffIsRepeatedUntilItSucceeds) {
+    const std::string role = root.Read("/tmp/usb_state");
+    std::filesystem::remove(platform::Rooted("/tmp/usb_state"));
+    {
+        const std::lock_guard records(Command_Main_Mutex);
+        USB_Select = 1;
+        EMC_Data.running = 1;
+    }
+    std::ofstream(platform::Rooted("/dev/killsys")) << 'k' << std::flush;
+    std::this_thread::sleep_for(150ms);
+    EXPECT_FALSE(platform::Stop_Requested());
+    root.Write("/tmp/usb_state", role);
+    for (int i = 0; i < 2000 && !platform::Stop_Requested(); ++i) std::this_thread::sleep_for(5ms);
+    EXPECT_TRUE(platform::Stop_Requested());
+    Power_Cut();
+    EXPECT_NE(root.Read("/opt/KVA720/usb_state").find("LastType DEVICE"), std::string::npos);
+    EXPECT_EQ(EMC_Data.running, 0) << "no test is resumed";
+}
+
+TEST_F(Instrument, TheStopWaitsForNoCommandThatKeepsFailing) {
+    std::filesystem::remove(platform::Rooted("/tmp/usb_state"));
+    std::ofstream(platform::Rooted("/dev/killsys")) << 'k' << std::flush;
+    std::this_thread::sleep_for(50ms);
+    Power_Cut();
+}
+
+TEST_F(Instrument, ALinkAndAFontThatFailAreToldAndTheInstrumentStarts) {
+    Power_Cut();
+    root.Write("/dev/faults", "PROC_load\n");
+    std::filesystem::remove(platform::Rooted("/mnt/nand/fonts/arialbd.ttf"));
+    root.Write("/mnt/nand/fonts/arialbd.ttf", "no font");
+    platform::Reset_Stop();
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    Power_On();
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "\r\nload font fail!!!\r\nPROC_load failed.\n");
+    EXPECT_EQ(DSP_Trace_Data, nullptr);
+    Press({key_span});
+    EXPECT_TRUE(Eventually([] { return keylink == &SpanLink[0]; }));
+    root.Write("/dev/faults", "");
+}
+
+TEST_F(Instrument, PowerOnTakesTheChosenState) {
+    Press({key_frequency, soft(0), '1', '0', '0', soft(1), key_span, soft(0), '2', soft(1)});
+    {
+        const std::lock_guard records(Command_Main_Mutex);
+        Sys_Data.tracking_normalised = 1;
+        ASSERT_TRUE(Save_LocalState_SpecAndSem("/mnt/nand/state.sta"));
+    }
+    Power_Cut();
+    Reset_Records();
+    platform::Reset_Stop();
+    TG_Pos_Diff_Value = 7;
+    Normalisation_Trace.fill(-3);
+    Power_On();
+    EXPECT_EQ(Freqs.center[0], 100e6);
+    EXPECT_EQ(Sys_Data.tracking_normalised, 1);
+    EXPECT_EQ(TG_Pos_Diff_Value, 0);
+    EXPECT_EQ(Normalisation_Trace[300], 0) << "the old reference is gone";
+    EXPECT_EQ(Check_TG_Normalize + Check_Sweep_Again + CheckNormInit, 3) << "and is measured again";
+    Power_Cut();
+    Reset_Records();
+    platform::Reset_Stop();
+    POWER_On = 0;
+    Power_On();
+    EXPECT_EQ(Freqs.span[0], MAXSPAN) << "the preset state";
+}
+
+TEST_F(Instrument, TheWakeUpTimeReachesTheClock) {
+    Power_Cut();
+    root.Write("/mnt/nand/weektime", "3 6 45");
+    platform::Reset_Stop();
+    Power_On();
+    std::array<std::uint8_t, 13> registers{};
+    ASSERT_EQ(pread(fd_i2c, registers.data(), registers.size(), 0), 13);
+    EXPECT_EQ(registers[9], 0x45) << "minutes, in decimal digits as the clock counts them";
+    EXPECT_EQ(registers[10], 0x06);
+    EXPECT_EQ(registers[12], 0x03);
+    EXPECT_EQ(registers[8], 0) << "its control byte";
 }
 
 TEST_F(Instrument, ADeadBoardEndsTheTransferAndTheInstrumentLivesOn) {

@@ -1,4 +1,7 @@
+#include "records/freqs.h"
+#include "records/sys.h"
 #include "records_fixture.h"
+#include "system/system.h"
 #include "virtual_board/board.h"
 #include "virtual_board/scene.h"
 
@@ -72,6 +75,33 @@ TEST_F(Link, EachFailingStepOfATransferIsNamedAndTheNextTransferWorks) {
     EXPECT_EQ(Said("CHNL_reclaim 0", [] { LOOP_Execute(1); }), "CHNL_reclaim failed (output).\n");
 }
 
+TEST_F(Link, TheTableOfCorrectionsIsHandedOverWholeOrNotAtAll) {
+    ASSERT_TRUE(Start());
+    std::string table;
+    for (int i = 1; i <= 16; ++i) table += std::to_string(i) + "\n";
+    const auto hand_over = [&](const std::string& text) {
+        std::fill_n(LOOP_Buffers, 20, -1.0);
+        root.Write("/mnt/nand/record.out", text);
+        return Said("", [] {
+            Init_readOutfile();
+            Hand_Over_Corrections();
+        });
+    };
+    EXPECT_EQ(hand_over(table), "File could not be opened. \n") << "an entry is missing";
+    EXPECT_EQ(LOOP_Buffers[2], -1);
+    EXPECT_EQ(hand_over(table + "17\n"), "");
+    EXPECT_EQ(LOOP_Buffers[0], 0);
+    EXPECT_EQ(LOOP_Buffers[1], 0);
+    for (int i = 2; i <= 17; ++i) EXPECT_EQ(LOOP_Buffers[i], i);
+    EXPECT_EQ(LOOP_Buffers[18], MAXSPAN);
+    EXPECT_EQ(LOOP_Buffers[19], 1);
+    KVA720_ATTR_INST_MODEL = 0;
+    hand_over(table + "17\n");
+    EXPECT_EQ(LOOP_Buffers[19], 0);
+    std::filesystem::remove(platform::Rooted("/mnt/nand/record.out"));
+    EXPECT_EQ(Said("", [] { Init_readOutfile(); Hand_Over_Corrections(); }), "File could not be opened. \n");
+}
+
 TEST_F(Link, ArgumentsOutOfRangeAreRefused) {
     const std::string refusal =
         "ERROR! Invalid arguments specified for  loop application.\n     Max iterations = 65535\n";
@@ -81,10 +111,18 @@ TEST_F(Link, ArgumentsOutOfRangeAreRefused) {
 }
 
 TEST_F(Link, TheWayDownNamesItsFailuresAndGoesOn) {
-    ASSERT_TRUE(Start());
-    EXPECT_EQ(Said("PROC_stop", [] { LOOP_Delete(); }), "PROC_stop failed.\n");
-    ASSERT_TRUE(Start());
-    EXPECT_EQ(Said("PROC_detach", [] { LOOP_Delete(); }), "PROC_detach failed.\n");
+    for (const auto& [fault, text] : std::initializer_list<std::pair<const char*, const char*>>{
+             {"", ""},
+             {"CHNL_freeBuffer", "CHNL_freeBuffer failed (output).\n"},
+             {"CHNL_delete 1", "CHNL_delete failed (input).\n"},
+             {"CHNL_delete 0", "CHNL_delete failed (output).\n"},
+             {"PROC_stop", "PROC_stop failed.\n"},
+             {"POOL_close", "POOL_close failed.\n"},
+             {"PROC_detach", "PROC_detach failed.\n"},
+             {"PROC_destroy", "PROC_destroy failed.\n"}}) {
+        ASSERT_TRUE(Start()) << "before " << fault;
+        EXPECT_EQ(Said(fault, [] { LOOP_Delete(); }), text);
+    }
     ASSERT_TRUE(Start());
 }
 

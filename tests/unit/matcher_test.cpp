@@ -73,6 +73,8 @@ TEST(Matcher, HeadersMatchPatternsByTheirRules) {
         {":TRACe[:DATA]?", "TRAC:DATA?", true},
         {":TRACe[:DATA]?", "TRAC", false},
         {":TRACe[:DATA]?", "TRAC:DAT?", false},
+        {":STATus:OPERation[:EVENt]?", "STAT:OPER?", true},
+        {":STATus:OPERation:CONDition?", "STAT:OPER?", false},  // only optional nodes may be left out
         {":INITiate[:IMMediate]", "INIT", true},
         {":INITiate[:IMMediate]", "INIT?", false},
         {":SOURce:POWer[:LEVel][:IMMediate][:AMPLitude]:STEP:AUTO?", "SOUR:POW:STEP:AUTO?", true},

@@ -1,3 +1,10 @@
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "files/state.h"
 #include "platform/whole_file.h"
 #include "records/bw.h"
@@ -73,6 +80,56 @@ TEST_F(State, TheErrorLogAppendsALineATime) {
     ErrorMessage("keypad.c 47");
     ErrorMessage("key_trigger.c 569");
     EXPECT_EQ(root.Read("/var/log/error.log"), "\nkeypad.c 47\nkey_trigger.c 569");
+}
+
+/// Another process that holds the lock of the log until it is told to let go.
+class Lock_Holder {
+public:
+    explicit Lock_Holder(const std::string& path) {
+        [[maybe_unused]] const bool made = pipe(held_) == 0 && pipe(release_) == 0;
+        child_ = fork();
+        if (child_ != 0) {
+            Wait(held_[0]);
+            return;
+        }
+        struct flock lock{};
+        lock.l_type = F_WRLCK;
+        fcntl(open(path.c_str(), O_WRONLY), F_SETLKW, &lock);
+        [[maybe_unused]] const auto told = write(held_[1], "h", 1);
+        Wait(release_[0]);
+        _exit(0);
+    }
+    ~Lock_Holder() {
+        waitpid(child_, nullptr, 0);
+        for (const int end : {held_[0], held_[1], release_[0], release_[1]}) close(end);
+    }
+    void Let_Go() { EXPECT_EQ(write(release_[1], "r", 1), 1); }
+
+private:
+    static void Wait(int pipe_end) {
+        char byte = 0;
+        while (read(pipe_end, &byte, 1) < 0 && errno == EINTR) {}
+    }
+    int held_[2]{}, release_[2]{};
+    pid_t child_ = -1;
+};
+
+TEST_F(State, TheErrorLogWaitsForOthersAndLosesNothing) {
+    root.Write("/var/log/error.log", "");
+    Lock_Holder other(platform::Rooted("/var/log/error.log"));
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 4; ++i) {
+        writers.emplace_back([] {
+            for (int line = 0; line < 25; ++line) ErrorMessage("Freq_SwKey error");
+        });
+    }
+    std::this_thread::yield();
+    EXPECT_EQ(root.Read("/var/log/error.log"), "") << "locked by the other process";
+    other.Let_Go();
+    for (auto& writer : writers) writer.join();
+    std::string expected;
+    for (int line = 0; line < 100; ++line) expected += "\nFreq_SwKey error";
+    EXPECT_EQ(root.Read("/var/log/error.log"), expected);
 }
 
 }  // namespace

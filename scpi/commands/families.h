@@ -1,0 +1,14 @@
+#pragma once
+#include <span>
+
+#include "scpi/context.h"
+
+/// The rows that each file of commands offers. Their order in the table is that of order.h.
+namespace families {
+
+std::span<const ScpiCommand> Common();
+std::span<const ScpiCommand> Status();
+std::span<const ScpiCommand> System_Error();
+std::span<const ScpiCommand> Sense_Frequency();
+
+}  // namespace families

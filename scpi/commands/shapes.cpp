@@ -1,0 +1,104 @@
+#include "scpi/commands/shapes.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "records/function.h"
+#include "records/sweep.h"
+#include "scpi/error_queue.h"
+#include "scpi/readers.h"
+#include "scpi/writers.h"
+
+namespace shapes {
+
+namespace {
+
+constexpr int too_much_data = -223;
+
+/// The last checks of a command whose parameters have been read.
+bool May_Act(ScpiContext& context, While_Busy busy) {
+    if (!SCPI_NoParameters(context)) return false;
+    if (busy == While_Busy::allowed || !Settings_Refused()) return true;
+    SCPI_ErrorPush(context, settings_conflict);
+    return false;
+}
+
+}  // namespace
+
+bool Instrument_Busy() {
+    return Run_AuotSet_flag != 0 || FunctionMode_Flag == mode_power_meter || Sweep_Data.busy != 0;
+}
+
+bool Settings_Refused() { return Instrument_Busy() || (Global_Table & table_split) != 0; }
+
+int Refuse(ScpiContext& context, int code) {
+    SCPI_ErrorPush(context, code);
+    return failed;
+}
+
+bool Take_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, While_Busy busy, ScpiNumber& number) {
+    if (!SCPI_ParamNumber(context, nullptr, &number, true) || number.special) return false;
+    if (std::find(units.begin(), units.end(), number.unit) == units.end()) {
+        SCPI_ErrorPush(context, suffix_error);
+        return false;
+    }
+    return May_Act(context, busy);
+}
+
+bool Take_Integer(ScpiContext& context, While_Busy busy, std::int32_t& value) {
+    return SCPI_ParamInt(context, &value, true) && May_Act(context, busy);
+}
+
+bool Take_On_Off(ScpiContext& context, While_Busy busy, bool& on) {
+    return SCPI_ParamBool(context, &on, true) && May_Act(context, busy);
+}
+
+bool Take_Choice(ScpiContext& context, const ScpiChoiceDef* choices, While_Busy busy, std::int32_t& tag) {
+    return SCPI_ParamChoice(context, choices, &tag, true) && May_Act(context, busy);
+}
+
+bool Take_Text(ScpiContext& context, While_Busy busy, char* buffer, std::size_t size) {
+    std::size_t copied = 0;
+    if (!SCPI_ParamCopyText(context, buffer, size, &copied, true)) return false;
+    if (copied == size) {
+        SCPI_ErrorPush(context, too_much_data);
+        return false;
+    }
+    return May_Act(context, busy);
+}
+
+bool Take_Nothing(ScpiContext& context, While_Busy busy) { return May_Act(context, busy); }
+
+int Answer_Real(ScpiContext& context, double value) {
+    if (!SCPI_NoParameters(context)) return failed;
+    SCPI_ResultDouble(context, value);
+    return done;
+}
+
+int Answer_Integer(ScpiContext& context, std::int32_t value) {
+    if (!SCPI_NoParameters(context)) return failed;
+    SCPI_ResultInt(context, value);
+    return done;
+}
+
+int Answer_On_Off(ScpiContext& context, bool on) {
+    if (!SCPI_NoParameters(context)) return failed;
+    SCPI_ResultBool(context, on);
+    return done;
+}
+
+int Answer_Choice(ScpiContext& context, const ScpiChoiceDef* choices, std::int32_t tag) {
+    if (!SCPI_NoParameters(context)) return failed;
+    const char* name = SCPI_ChoiceToName(choices, tag);
+    if (!name) return failed;
+    SCPI_ResultCharacters(context, name, std::strlen(name));
+    return done;
+}
+
+int Answer_Text(ScpiContext& context, std::string_view text) {
+    if (!SCPI_NoParameters(context)) return failed;
+    SCPI_ResultText(context, text);
+    return done;
+}
+
+}  // namespace shapes
