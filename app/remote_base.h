@@ -1,0 +1,5 @@
+#pragma once
+
+/// Status registers and error queue at their power-on values, the parser's surroundings and the ports of remote control.
+/// False when a port that the instrument shall not start without is taken.
+bool Start_Remote_Base();
