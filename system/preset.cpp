@@ -74,7 +74,7 @@ void Preset_Instrument() {
     Send_Settings();
 }
 
-void SCPI_Reset(ScpiContext&) {
+void Reset_Instrument() {
     const auto chosen = Sys_Data.user_preset;
     Sys_Data.user_preset = 0;
     FunctionMode_Flag = mode_spectrum;

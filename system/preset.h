@@ -1,5 +1,4 @@
 #pragma once
-#include "scpi/context.h"
 
 /// Presets of the preset key, SYSTem:PRESet and *RST. Status registers, error queue, language, interfaces and brightness
 /// stay. The caller holds Command_Main_Mutex.
@@ -8,5 +7,5 @@
 /// Shows the frequency page unless the instrument is under remote control.
 void Preset_Instrument();
 
-/// *RST: the factory preset in the spectrum mode, whatever type is chosen. The reset callback of remote interfaces.
-void SCPI_Reset(ScpiContext& context);
+/// *RST: the factory preset in the spectrum mode, whatever type is chosen.
+void Reset_Instrument();

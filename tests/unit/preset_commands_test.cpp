@@ -1,4 +1,4 @@
-#include "app/remote_host.h"
+#include "app/remote_base.h"
 #include "commands_rig.h"
 #include "keys/dispatch.h"
 #include "keys/key_codes.h"
@@ -24,7 +24,7 @@ class Preset_Commands : public Commands {
 protected:
     void SetUp() override {
         Commands::SetUp();
-        scpi_interface.reset = SCPI_Reset;
+        scpi_interface.reset = [](ScpiContext&) { Reset_Instrument(); };
         std::filesystem::create_directories(platform::Rooted("/mnt/nand"));
         Preset_Instrument();
     }

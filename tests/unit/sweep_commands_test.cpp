@@ -117,7 +117,7 @@ TEST_F(Sweep_Commands, ContinuousSweepsEndAndComeBack) {
 }
 
 TEST_F(Sweep_Commands, ResetBringsContinuousSweepsBack) {
-    scpi_interface.reset = SCPI_Reset;
+    scpi_interface.reset = [](ScpiContext&) { Reset_Instrument(); };
     Ask("INIT");
     Run(1.1);
     Ask("*RST");
