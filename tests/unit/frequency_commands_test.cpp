@@ -98,8 +98,8 @@ TEST_F(Frequency_Commands, WhatIsNoFrequencyIsRefusedAndChangesNothing) {
 TEST_F(Frequency_Commands, TheBusyInstrumentRefusesSettingsOnly) {
     Run_AuotSet_flag = 1;
     const Freqs_Record before = Freqs;
-    for (const char* setting : {"FREQ:CENT 1", "FREQ:SPAN 1", "FREQ:STAR 1", "FREQ:STOP 1", "FREQ:CENT:STEP 1", "FREQ:OFFS 1",
-                                "FREQ:SPAN:FULL", "FREQ:SPAN:PREV", "FREQ:CENT:STEP:AUTO 0"}) {
+    for (const char* setting : {"FREQ:CENT 1", "FREQ:SPAN 1", "FREQ:STAR 1", "FREQ:STOP 1", "FREQ:CENT:STEP 1",
+                                "FREQ:OFFS 1", "FREQ:SPAN:FULL", "FREQ:SPAN:PREV", "FREQ:CENT:STEP:AUTO 0"}) {
         EXPECT_EQ(Errors(setting), Codes{-221}) << setting;
     }
     EXPECT_EQ(Freqs.center, before.center);
