@@ -129,7 +129,8 @@ Local_Protocol::Step Local_Protocol::Command(const Local_Commands& commands, Out
 
 Local_Protocol::Step Local_Protocol::Setting(const Local_Commands& commands, Outbox& output) {
     const std::size_t end = input_.find('\n');
-    if (end == std::string::npos) return input_.size() <= longest_setting ? Step::hungry : Step::ended;
+    if (std::min(end, input_.size()) > longest_setting) return Step::ended;
+    if (end == std::string::npos) return Step::hungry;
     Answer(output, Set(std::string_view(input_).substr(0, end), commands) ? "OK" : "NO");
     input_.erase(0, end + 1);
     expects_ = Expects::command;

@@ -1,9 +1,8 @@
 #include "remote/rs232.h"
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
-#include <utility>
 
 #include <unistd.h>
 
@@ -17,49 +16,7 @@ constexpr const char* device = "/dev/tts/2";
 constexpr std::array<int, 10> baud_rates{300, 600, 1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
 constexpr std::size_t piece_size = 512;
 
-std::size_t Next(std::size_t index) { return (index + 1) % RS232_ring_size; }
-
-bool Ring_Empty() { return RS232_INBuf.read == RS232_INBuf.write && !RS232_INBuf.full; }
-
-/// The oldest byte, cleared in the ring.
-char Take_Byte() {
-    RS232_INBuf.read = Next(RS232_INBuf.read);
-    RS232_INBuf.full = false;
-    return std::exchange(RS232_INBuf.bytes[RS232_INBuf.read], '\0');
-}
-
 }  // namespace
-
-int string_queue_full() {
-    const auto lines = std::count(RS232_INBuf.bytes.begin(), RS232_INBuf.bytes.end(), '\n');
-    const int surplus = std::max(static_cast<int>(lines) - 1, 0);
-    for (int i = 0; i < surplus; ++i) {
-        while (Take_Byte() != '\n') {}
-    }
-    return surplus;
-}
-
-void RS232read_queue_insert(char byte) {
-    if (RS232_INBuf.full) RS232_Flag -= string_queue_full();
-    if (RS232_INBuf.full && Take_Byte() == '\n') --RS232_Flag;
-    RS232_INBuf.write = Next(RS232_INBuf.write);
-    RS232_INBuf.bytes[RS232_INBuf.write] = byte;
-    if (byte == '\n') ++RS232_Flag;
-    RS232_INBuf.full = RS232_INBuf.write == RS232_INBuf.read;
-}
-
-std::size_t RS232read_queue_remove(std::span<char> line) {
-    if (Ring_Empty()) {
-        std::printf("RS232read_queue_remove queue is empty \n");
-        return 0;
-    }
-    std::size_t length = 0;
-    while (length < line.size() && !Ring_Empty()) {
-        line[length] = Take_Byte();
-        if (line[length++] == '\n') break;
-    }
-    return length;
-}
 
 int Baud_Rate(int index) {
     return index >= 0 && static_cast<std::size_t>(index) < baud_rates.size() ? baud_rates[static_cast<std::size_t>(index)]
