@@ -1,6 +1,4 @@
 #pragma once
-#include <string_view>
-
 #include "keys/page.h"
 
 /// What the menu families share.
@@ -14,8 +12,5 @@ void Begin_Entry(char unit_type, bool may_be_negative);
 
 /// A key without value: digits are ignored.
 void No_Entry();
-
-/// Shows a name and a frequency in Hz in the entry field.
-void Show_Frequency_Entry(std::string_view name, double hertz);
 
 }  // namespace menus
