@@ -45,11 +45,17 @@ void Copy_Key(const std::array<std::uint8_t, key_bytes>& picture, int key, const
     display::Copy_Picture(layer, picture.data(), soft_key_x, Key_Y(key), label_width, label_height);
 }
 
-void Draw_Choice(const Choice_Word& word, bool chosen, int x, int y, int margin, const Frame_Descriptor& layer) {
+struct Choice_Place {
+    int x, y, margin;  ///< where the word's text starts, and what its mark goes beyond it
+};
+
+void Draw_Choice(const Choice_Word& word, bool chosen, bool greyed, Choice_Place at, const Frame_Descriptor& layer) {
     if (chosen) {
-        display::Fill(layer, {x - margin, y, word.Width() + 2 * margin, choice_box_height}, display::palette::trace_a);
+        const Rect mark{at.x - at.margin, at.y, word.Width() + 2 * at.margin, choice_box_height};
+        display::Fill(layer, mark, greyed ? display::palette::key_down : display::palette::trace_a);
     }
-    draw_bitmap_over(word.mask, chosen ? Colour{} : label_colour, x - word.x, y, word.row_length, choice_height, layer);
+    const Colour colour = greyed ? display::palette::key_muted : chosen ? Colour{} : label_colour;
+    draw_bitmap_over(word.mask, colour, at.x - word.x, at.y, word.row_length, choice_height, layer);
 }
 
 /// The chosen one of choices that do not stand side by side, between the arrows of a ring.
@@ -58,8 +64,8 @@ void Draw_One_Choice(const Key_Face& face, const Word& word, int count, int y, c
     if (face.chosen < 0 || face.chosen >= count) return;
     constexpr int arrow_width = 12, arrow_edge = 8;
     const Choice_Word& chosen = word(face.chosen);
-    Draw_Choice(chosen, true, soft_key_x + (label_width - chosen.Width()) / 2, y, choice_margin, layer);
-    const display::Text_Style style{face_bold, 14, label_colour, {}};
+    Draw_Choice(chosen, true, face.greyed, {soft_key_x + (label_width - chosen.Width()) / 2, y, choice_margin}, layer);
+    const display::Text_Style style{face_bold, 14, face.greyed ? display::palette::key_muted : label_colour, {}};
     const Rect left{soft_key_x + arrow_edge, y, arrow_width, choice_box_height};
     Rect right = left;
     right.x = soft_key_x + label_width - arrow_edge - arrow_width;
@@ -74,15 +80,17 @@ void Draw_Key_Texts(const Menu_Page& page, int key, const Frame_Descriptor& laye
     const Colour colour = greyed ? display::palette::key_muted : pressed ? title_colour : label_colour;
     draw_bitmap_over({page.label[index], static_cast<std::size_t>(label_width) * label_height}, colour, soft_key_x,
                      Key_Y(key), label_width, label_height, layer);
-    if (greyed || !page.face) return;
+    if (!page.face) return;
     Key_Face face;
     page.face(key, face);
+    face.greyed = greyed;
     if (face.value[0]) {
         const Rect line{soft_key_x + 4, Key_Y(key) + value_baseline - 16, label_width - 8, 22};
         std::array<char, 64> buffer;
         const std::string_view value = Translated_Value(face.value.data(), buffer);
         const int size = display::Fitting_Size(value, face_bold, value_size, smallest_value_size, line.width);
-        display::Draw_Text_Over(layer, line, 16, value, {face_bold, size, display::palette::value, {}},
+        const Colour value_colour = greyed ? display::palette::key_muted : display::palette::value;
+        display::Draw_Text_Over(layer, line, 16, value, {face_bold, size, value_colour, {}},
                                 display::Align::centre);
     }
     bottom_string(key, face, layer);
@@ -152,7 +160,7 @@ void bottom_string(int key, const Key_Face& face, const Frame_Descriptor& layer)
     int x = soft_key_x + (label_width - widths - gap * (count - 1)) / 2;
     const int margin = std::min(choice_margin, gap / 2);
     for (int i = 0; i < count; ++i) {
-        Draw_Choice(word(i), face.chosen == i, x, y, margin, layer);
+        Draw_Choice(word(i), face.chosen == i, face.greyed, {x, y, margin}, layer);
         x += word(i).Width() + gap;
     }
 }

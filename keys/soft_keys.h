@@ -19,7 +19,7 @@ void software_key(std::uint8_t old_key, std::uint8_t new_key, bool force, const 
 /// Draws a key of the current page pressed, with its label and what it shows now.
 void keyon_bottom(int key);
 
-/// Enables a key of the current page and shows its current choice; greys one out.
+/// Enables a key of the current page and shows its current choice; greys one out, with what it shows.
 void bottom_turnon(int key);
 void bottom_turnoff(int key);
 

@@ -98,7 +98,7 @@ Menu_Page Page_Of_Choices() {
     page.label = {En(keys::enRefLevel),   En(keys::enAttenuation),  En(keys::enScaleDiv), En(keys::enAverageType),
                   En(keys::enPosition),   En(keys::enSensorSpeed), En(keys::enAmplitudeUnit)};
     page.highlight = 0;
-    page.disabled[6] = 1;
+    page.disabled[4] = page.disabled[6] = 1;
     page.face = [](int key, Key_Face& face) {
         using namespace keys;
         switch (key) {
