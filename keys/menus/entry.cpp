@@ -32,4 +32,16 @@ void Show_Frequency_Entry(std::string_view name, double hertz) {
     Show_Entry(name, text.data());
 }
 
+void Show_Time_Entry(std::string_view name, double seconds) {
+    std::array<char, 40> text{};
+    Format_Time(seconds, text);
+    Show_Entry(name, text.data());
+}
+
+void Show_Level_Entry(std::string_view name, double dbm) {
+    std::array<char, 40> text{};
+    Format_Level(dbm, text);
+    Show_Entry(name, text.data());
+}
+
 }  // namespace menus
