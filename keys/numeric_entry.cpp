@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string_view>
-#include <tuple>
+#include <utility>
 
 #include "display/text.h"
 #include "keys/handlers.h"
@@ -25,7 +25,9 @@ constexpr Rect name_field{12, 554, 238, 15};
 constexpr int number_size = 18, number_baseline = 594, name_size = 12;
 constexpr std::int16_t number_x = 12;
 constexpr int glyph_minus = 10, glyph_point = 12, glyph_letter_a = 13;
-constexpr int cursor_gap = 4, cursor_width = 2, cursor_y = 580, cursor_height = 16;
+constexpr int number_spacing = 2;  ///< between glyphs, so that a minus stands off its digit
+constexpr int glyph_columns = 20;
+constexpr int cursor_gap = 2, cursor_width = 2, cursor_y = 580, cursor_height = 16;
 constexpr double largest_frequency = 103'300'050'000.0;  ///< Hz, 103.30005 GHz: the largest that can be typed
 constexpr std::string_view glyph_characters = "0123456789- .ABCDEFGHzkMdms";
 static_assert(glyph_characters.size() == entry_glyphs);
@@ -35,21 +37,29 @@ constexpr std::uint8_t num_family = 24;
 Font_Face number_face = face_regular;
 std::array<char, 48> present_value{};  ///< what stood in the field before anything was typed
 
-display::Text_Style Number_Style() {
-    return {number_face, number_size, display::palette::trace_a, display::palette::bar};
-}
+/// A glyph of the entry field, rendered once for all key presses.
+using Number_Mask = std::array<std::uint8_t, std::size_t{glyph_columns} * numeric_field.height>;
+std::array<Number_Mask, entry_glyphs> number_masks{};
 
 bool Minus_On() { return AllKeyVar.sign == 1; }
 
-void Draw_Number_Text(std::string_view text, bool cursor) {
+/// Text in the spacing of typed numbers.
+void Draw_Number_Text(std::string_view text) {
     Blank_Numeric_Field();
-    const int x = allNumData[entry_field_start];
+    const int x = allNumData[entry_field_start], spacing = std::exchange(wordspace, number_spacing);
     display::Draw_Field(fbOsd0, {x, numeric_field.y, numeric_field.width - x, numeric_field.height},
-                        number_baseline - numeric_field.y, text, Number_Style());
-    if (!cursor) return;
-    const int end = x + display::Text_Width(text, number_face, number_size) + cursor_gap;
-    display::Fill(fbOsd0, {std::min(end, numeric_field.width - cursor_width), cursor_y, cursor_width, cursor_height},
-                  display::palette::trace_a);
+                        number_baseline - numeric_field.y, text,
+                        {number_face, number_size, display::palette::trace_a, display::palette::bar});
+    wordspace = spacing;
+}
+
+/// Draws a typed glyph and returns where the next one stands.
+int Draw_Glyph(Drawn_Glyph drawn) {
+    const auto glyph = static_cast<std::size_t>(drawn.glyph);
+    const int end = drawn.x + allNumData[glyph];
+    draw_bitmap(number_masks[glyph], display::palette::trace_a, display::palette::bar, drawn.x, numeric_field.y,
+                glyph_columns, numeric_field.height, fbOsd0, std::min(end, numeric_field.width) - 1);
+    return end;
 }
 
 void Empty_Number(std::uint8_t clear) {
@@ -178,7 +188,7 @@ void Step_Key(std::int32_t code) {
 /// An entry given up: the page below its unit page with the value that it had.
 void Leave_Unchanged() {
     NUM2init();
-    Draw_Number_Text(present_value.data(), false);
+    Draw_Number_Text(present_value.data());
 }
 
 constexpr std::array<double, 13> power_of_ten{1, 10, 100, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12};
@@ -212,8 +222,12 @@ void numKey_init(int set, int face) {
     if (set != 0) return;  // the other sets belong to the power meter's and the demodulators' readouts
     number_face = face == face_bold ? face_bold : face == face_seven_segment ? face_seven_segment : face_regular;
     for (std::size_t i = 0; i < entry_glyphs; ++i) {
-        const int width = display::Text_Width(glyph_characters.substr(i, 1), number_face, number_size);
-        allNumData[i] = static_cast<std::int16_t>(width + wordspace);
+        const std::uint32_t character = static_cast<std::uint8_t>(glyph_characters[i]);
+        int width = 0;
+        number_masks[i].fill(0);
+        wchar_box({&character, 1}, 0, number_baseline - numeric_field.y, number_size, number_masks[i], glyph_columns,
+                  &width, display::Face_Handle(number_face), number_spacing);
+        allNumData[i] = static_cast<std::int16_t>(std::min(width, glyph_columns));
     }
     allNumData[entry_field_start] = number_x;
 }
@@ -346,17 +360,16 @@ void Show_Entry(std::string_view name, std::string_view value) {
     display::Draw_Field(fbOsd0, name_field, 12, name, {face_regular, name_size, display::palette::label, display::palette::bar});
     present_value.fill('\0');
     value.copy(present_value.data(), present_value.size() - 1);
-    Draw_Number_Text(value, false);
+    Draw_Number_Text(value);
 }
 
 void Draw_Typed_Number() {
-    std::array<char, std::tuple_size_v<decltype(Drawn_Number::glyph)>> text{};
-    for (int i = 0; i < drawNumberVal.count; ++i) {
-        const auto glyph = static_cast<std::size_t>(drawNumberVal.glyph[static_cast<std::size_t>(i)].glyph);
-        text[static_cast<std::size_t>(i)] = glyph_characters[glyph];
-    }
-    Draw_Number_Text({text.data(), static_cast<std::size_t>(drawNumberVal.count)},
-                     Current_Page().family == num_family || drawNumberVal.count > 0);
+    Blank_Numeric_Field();
+    int end = allNumData[entry_field_start];
+    for (int i = 0; i < drawNumberVal.count; ++i) end = Draw_Glyph(drawNumberVal.glyph[static_cast<std::size_t>(i)]);
+    if (Current_Page().family != num_family && drawNumberVal.count == 0) return;
+    display::Fill(fbOsd0, {std::min(end + cursor_gap, numeric_field.width - cursor_width), cursor_y, cursor_width, cursor_height},
+                  display::palette::trace_a);
 }
 
 void enter_numKey(double value, int precision, std::string_view unit) {
@@ -370,7 +383,7 @@ void enter_numKey(double value, int precision, std::string_view unit) {
 
 void Show_Number(std::string_view text) {
     display::Clear(fbOsd0, beyond_field);
-    Draw_Number_Text(text, false);
+    Draw_Number_Text(text);
 }
 
 void Blank_Numeric_Field() { display::Clear(fbOsd0, numeric_field); }
