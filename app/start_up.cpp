@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <mutex>
 
+#include "app/remote_base.h"
 #include "app/workers.h"
 #include "display/draw.h"
 #include "display/layers.h"
@@ -22,7 +23,6 @@
 #include "measure/measure.h"
 #include "platform/i2c.h"
 #include "platform/sample_memory.h"
-#include "platform/serial.h"
 #include "platform/shell.h"
 #include "records/analysis.h"
 #include "records/display.h"
@@ -33,6 +33,7 @@
 #include "records/sys.h"
 #include "records/trace.h"
 #include "remote/gpib.h"
+#include "remote/server.h"
 #include "scpi/commands/table.h"
 #include "scpi/error_queue.h"
 #include "scpi/status.h"
@@ -54,18 +55,6 @@
 namespace {
 
 constexpr int full_width = screen_width, full_height = screen_height;
-constexpr std::array<int, 10> baud_rates{300, 600, 1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
-
-int fd_rs232 = -1;
-
-void Start_Remote_Base() {
-    SCPI_RegInitial(scpi_context);
-    SCPI_Init(scpi_context);
-    fd_rs232 = platform::Open_Serial("/dev/tts/2", baud_rates[static_cast<std::size_t>(Sys_Data.baud_rate)]);
-    if (fd_rs232 < 0) std::perror("/dev/tts/2");
-    remote::Open_Gpib();
-    SCPI_RegSetBits(scpi_context, reg_esr, esr_power_on);
-}
 
 void Identify() {
     Sys_Init();
@@ -240,7 +229,7 @@ int Start_Up() {
     const std::lock_guard records(Command_Main_Mutex);
     Init_Spectrogram();   // 1
     Commands_Init();
-    Start_Remote_Base();  // 2
+    if (!Start_Remote_Base()) return 2;  // 2
     Identify();           // 3
     init_i2c();           // 4
     Start_Worker(Worker::check);  // 5
@@ -267,8 +256,7 @@ int Start_Up() {
 }
 
 void Shut_Down() {
-    platform::Close_Serial(fd_rs232);
-    fd_rs232 = -1;
+    remote::Close_Ports();
     platform::Close_I2c(fd_i2c);
     fd_i2c = -1;
     if (LOOP_Buffers) LOOP_Delete();

@@ -13,7 +13,8 @@
 #include "records/locks.h"
 #include "records/sys.h"
 #include "records/trace.h"
-#include "remote/local_socket.h"
+#include "remote/raw_socket.h"
+#include "remote/server.h"
 #include "sweep/amplitude.h"
 #include "sweep/frequency.h"
 
@@ -48,7 +49,7 @@ void Tell_State(std::string& json) {
     std::snprintf(values.data(), values.size(), ",\"center\":%.0f,\"span\":%.0f,\"reference\":%d}",
                   Freqs.center[screen] + Freqs.offset[screen], Freqs.span[screen], Amp.displayed_reference[screen]);
     json = "{\"model\":\"" + System_Information_Data.model + "\",\"starting\":" + word(systeminit.load() != 0) +
-           ",\"remote\":" + word(Remote_Flag.load() != 0) + values.data();
+           ",\"remote\":" + word(Remote_Flag.load() != 0) + ",\"scpi\":\"" + remote::Raw_Address() + '"' + values.data();
 }
 
 void Tell_Trace(std::string& csv) {
@@ -68,4 +69,4 @@ void Tell_Trace(std::string& csv) {
 
 }  // namespace
 
-void web_server() { remote::Serve_Local_Socket({Take_Key, Take_Setting, Press_Power, Tell_State, Tell_Trace}); }
+void web_server() { remote::Serve({Take_Key, Take_Setting, Press_Power, Tell_State, Tell_Trace}); }

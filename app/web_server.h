@@ -1,4 +1,4 @@
 #pragma once
 
-/// Thread that serves the web front panel's local socket until the stop.
+/// Thread that serves the web front panel's local socket and the byte streams of remote control until the stop.
 void web_server();

@@ -15,7 +15,8 @@
 #include "virtual_board/devices.h"
 #include "virtual_board/seed.h"
 
-/// From a key of the number pad to changed pixels, in process, beside a memcpy of the entry field's pixels in the same run.
+/// From a key of the number pad to changed pixels, in process, beside a memcpy of the entry field's pixels in the same
+/// run.
 namespace {
 
 constexpr int field_width = 250, field_height = 30;

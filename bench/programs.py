@@ -1,22 +1,20 @@
 #!/usr/bin/python3
-"""Figures of the running programs: start to the first sweep, resident memory, share of a core with one viewer."""
+"""Figures of the running programs, at the usual pace and with --fast: start to the first sweep, pictures that one viewer
+gets and their sizes, share of a core of each program and its resident memory."""
 import argparse
 import os
 import pathlib
+import signal
+import statistics
 import sys
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "system"))
-from instrument import Instrument  # noqa: E402
+from instrument import Instrument, Raw_Client, processor_seconds  # noqa: E402
 
 
 PROGRAMS = ("kva720", "kva720-board", "kva720-web")
-SECONDS = 5
-
-
-def cpu_seconds(pid):
-    fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+SECONDS = 10
 
 
 def resident_mb(pid):
@@ -26,24 +24,66 @@ def resident_mb(pid):
 
 def first_sweep(instrument):
     """Waits until the trace holds levels of a whole sweep."""
-    while min(instrument.trace()[1]) < -179:
-        pass
+    while True:
+        status, body = instrument.request("/trace.csv")
+        levels = [float(row.split(",")[1]) for row in body.decode().splitlines()[1:]] if status == 200 else []
+        if levels and min(levels) > -179:
+            return
+        time.sleep(0.005)
+
+
+def shares(running, work):
+    """Share of a core of each program while work runs, in percent, and what work returned."""
+    begin, before = time.monotonic(), {name: processor_seconds(pid) for name, pid in running.items()}
+    result = work()
+    took = time.monotonic() - begin
+    return {name: 100 * (processor_seconds(pid) - before[name]) / took for name, pid in running.items()}, result
+
+
+def watch(viewer, seconds):
+    viewer.say(bytes([0x8A, 0x80, 0, 0, 0, 0]))  # a pong, so that nobody takes the viewer for lost
+    return viewer.watch(seconds)
+
+
+def row(name, figures, unit):
+    print(f"  {name:<28}" + "".join(f"{program} {figures[program]:.1f} {unit}   " for program in PROGRAMS), flush=True)
+
+
+def measure(build, fast):
+    instrument = Instrument(build)
+    if not fast:
+        instrument.options.remove("--fast")
+    begin = time.monotonic()
+    with instrument:
+        first_sweep(instrument)
+        print(f"{'--fast' if fast else 'usual pace'}: {time.monotonic() - begin:.2f} s from start to first sweep")
+        running = {name: instrument.pid_of(name) for name in PROGRAMS}
+        row("no viewer", shares(running, lambda: time.sleep(SECONDS))[0], "%")
+        with Raw_Client(instrument.http) as viewer:
+            if viewer.upgrade() != 101:
+                sys.exit("the page's web socket does not open")
+            watch(viewer, 1)
+            share, sizes = shares(running, lambda: watch(viewer, SECONDS))
+            row("one viewer", share, "%")
+            print(f"  {len(sizes) / SECONDS:.1f} pictures a second, bytes at least {min(sizes, default=0)}, "
+                  f"median {statistics.median(sizes or [0]):.0f}, at most {max(sizes, default=0)}")
+            os.kill(running["kva720"], signal.SIGSTOP)  # nobody draws any more
+            try:
+                watch(viewer, 1)
+                share, sizes = shares(running, lambda: watch(viewer, SECONDS))
+            finally:
+                os.kill(running["kva720"], signal.SIGCONT)
+            row("one viewer, still screen", share, "%")
+            print(f"  {len(sizes) / SECONDS:.1f} pictures a second")
+        row("resident", {name: resident_mb(pid) for name, pid in running.items()}, "MB")
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--build", required=True)
     build = parser.parse_args().build
-    begin = time.monotonic()
-    with Instrument(build) as instrument:
-        first_sweep(instrument)
-        print(f"start to first sweep, --fast: {time.monotonic() - begin:.2f} s")
-        running = {name: instrument.pid_of(name) for name in PROGRAMS}
-        before = {name: cpu_seconds(pid) for name, pid in running.items()}
-        time.sleep(SECONDS)
-        for name, pid in running.items():
-            share = (cpu_seconds(pid) - before[name]) / SECONDS
-            print(f"{name}: {resident_mb(pid):.1f} MB resident, {100 * share:.1f} % of a core, sweeps every 5 ms")
+    for fast in (False, True):
+        measure(build, fast)
 
 
 main()

@@ -1,10 +1,15 @@
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <cstring>
 #include <random>
 #include <vector>
 
+#include "bench/bench_root.h"
+#include "platform/frame_buffer.h"
+#include "virtual_board/devices.h"
 #include "web/delta.h"
+#include "web/frame_source.h"
 #include "web/screen.h"
 
 /// Frames composed and encoded for the page, beside a memcpy of the four layers in the same run.
@@ -66,6 +71,46 @@ void Compose_A_Frame(benchmark::State& state) {
     }
 }
 BENCHMARK(Compose_A_Frame);
+
+/// The devices as the running instrument has them: three layers shown.
+struct Devices {
+    static constexpr std::size_t video_bytes = pixels * 3;
+    const Bench_Root root;
+    std::byte* video = nullptr;
+
+    Devices() {
+        virtual_board::Make_Frame_Devices();
+        for (const char* device : {"/dev/fb/0", "/dev/fb/1", "/dev/fb/2"}) {
+            const int file = platform::Frame_Open(device);
+            platform::Frame_Set_Position(file, 0, 0);
+            platform::Frame_Enable_Window(file, true);
+            if (device[8] == '1') video = platform::Frame_Map(file, video_bytes);
+            platform::Frame_Close(file);
+        }
+    }
+    ~Devices() { platform::Frame_Unmap(video, video_bytes); }
+    Devices(const Devices&) = delete;
+    Devices& operator=(const Devices&) = delete;
+};
+
+/// range(0): 1 when the trace moves between two looks.
+void Look_At_The_Devices(benchmark::State& state) {
+    const Devices devices;
+    web::Frame_Source source;
+    std::vector<std::uint8_t> screen(web::screen_bytes);
+    std::uint64_t seen = 0;
+    std::uint8_t value = 0;
+    for (auto _ : state) {
+        if (state.range(0) == 1) {
+            state.PauseTiming();
+            std::memset(devices.video + 58 * 2400, ++value, 450 * 2400);
+            state.ResumeTiming();
+        }
+        source.Capture_News(seen, screen);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(Look_At_The_Devices)->ArgName("moving")->Arg(0)->Arg(1);
 
 void Encode_A_Moved_Trace(benchmark::State& state) {
     std::mt19937 random(2);

@@ -27,7 +27,8 @@ void freqvalue_trans(double value, int decimals, Formatted_Value& result);
 
 /// The others round the magnitude half up at the given decimal (0 to 10), first of all; so 999.9996 kHz with three
 /// decimals is 1 MHz. What is smaller than their smallest unit, and 0, is shown in it; what is larger than 1000 of the
-/// largest stays in that. A value that is no number passes through in the smallest unit, an infinite one in the largest.
+/// largest stays in that. A value that is no number passes through in the smallest unit, an infinite one in the
+/// largest.
 
 /// Bandwidth in Hz; the sign is dropped, since there is no negative one. Hz to GHz.
 void bw_freqvalue_trans(double hertz, int decimals, Formatted_Value& result);
@@ -51,8 +52,8 @@ int Print_Number(double value, int decimals, bool trim, std::span<char> text);
 /// "-32.41 dBm": a formatted value with its decimals and unit; with trim, zeros at the end are left away.
 void Format_Value(const Formatted_Value& value, int decimals, bool trim, std::span<char> text);
 
-/// "433.920 000 MHz": the whole resolution of 1 Hz in groups of three digits; with trim, groups of zeros behind the first
-/// are left away.
+/// "433.920 000 MHz": the whole resolution of 1 Hz in groups of three digits; with trim, groups of zeros behind the
+/// first are left away.
 void Format_Frequency(double hertz, bool trim, std::span<char> text);
 
 /// "18.00 ms": three to five digits in s or less.

@@ -357,7 +357,8 @@ void Confirm_Entry(double value) {
 
 void Show_Entry(std::string_view name, std::string_view value) {
     Blank_Entry();
-    display::Draw_Field(fbOsd0, name_field, 12, name, {face_regular, name_size, display::palette::label, display::palette::bar});
+    display::Draw_Field(fbOsd0, name_field, 12, name,
+                        {face_regular, name_size, display::palette::label, display::palette::bar});
     present_value.fill('\0');
     value.copy(present_value.data(), present_value.size() - 1);
     Draw_Number_Text(value);
@@ -368,8 +369,9 @@ void Draw_Typed_Number() {
     int end = allNumData[entry_field_start];
     for (int i = 0; i < drawNumberVal.count; ++i) end = Draw_Glyph(drawNumberVal.glyph[static_cast<std::size_t>(i)]);
     if (Current_Page().family != num_family && drawNumberVal.count == 0) return;
-    display::Fill(fbOsd0, {std::min(end + cursor_gap, numeric_field.width - cursor_width), cursor_y, cursor_width, cursor_height},
-                  display::palette::trace_a);
+    display::Fill(
+        fbOsd0, {std::min(end + cursor_gap, numeric_field.width - cursor_width), cursor_y, cursor_width, cursor_height},
+        display::palette::trace_a);
 }
 
 void enter_numKey(double value, int precision, std::string_view unit) {

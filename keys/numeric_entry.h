@@ -5,7 +5,8 @@
 
 /// Numeric entry: the number typed on the number pad, drawn in the entry field and turned into a value.
 
-constexpr std::size_t entry_glyphs = 27;  ///< digits 0 to 9, 10 minus, 11 blank, 12 point, 13 to 18 A to F, then letters
+/// Digits 0 to 9, 10 minus, 11 blank, 12 point, 13 to 18 A to F, then letters.
+constexpr std::size_t entry_glyphs = 27;
 constexpr std::size_t entry_field_start = 27;
 
 /// Widths of the entry field's glyphs in pixels, and at entry_field_start the x where the number begins.

@@ -2,8 +2,8 @@
 #include <cstdint>
 
 /// Unit pages of numeric entry but those of frequency and time: what a unit key makes of the typed number. Every layer
-/// handler takes a soft key (0 to 6; one without unit does nothing), shows the number with its unit and hands the value in
-/// base units to the value handler of the page below, with the unit's place in AllKeyVar.unit_group meanwhile.
+/// handler takes a soft key (0 to 6; one without unit does nothing), shows the number with its unit and hands the value
+/// in base units to the value handler of the page below, with the unit's place in AllKeyVar.unit_group meanwhile.
 
 /// Numbers beyond these are held at them before they are converted, so that a value handler may take them for integers.
 constexpr double most_decibels = 1000;        ///< of levels, ratios and factors, either sign

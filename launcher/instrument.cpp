@@ -122,6 +122,7 @@ class Instrument {
     Root_Folder root_;
     Process board_, application_, web_;
     std::string http_;  ///< ADDR:PORT of the front panel
+    std::string scpi_;  ///< ADDR:PORT of raw commands
     steady_clock::time_point start_end_{};
 };
 
@@ -190,7 +191,8 @@ void Instrument::Start_Board() {
 
 void Instrument::Start_Application() {
     Say("starting the instrument");
-    std::vector<std::string> environment{"KVA720_ROOT=" + options_.root};
+    std::vector<std::string> environment{"KVA720_ROOT=" + options_.root, "KVA720_LISTEN=" + options_.listen,
+                                         "KVA720_SCPI_PORT=" + std::to_string(options_.scpi_port)};
     if (options_.fast)
         environment.emplace_back("KVA720_FAST=1");
     application_ = Start(programs_ + "/kva720", {}, environment, Log("kva720"), Output::to_log);
@@ -208,8 +210,11 @@ void Instrument::Start_Web(int port) {
 void Instrument::Await_Keys() {
     for (;;) {
         Check_Start();
-        if (Takes_Keys(options_.root))
+        const Status status = Ask_Status(options_.root);
+        if (status.takes_keys) {
+            scpi_ = status.scpi;
             return;
+        }
         Wait(query_period);
     }
 }
@@ -242,6 +247,7 @@ int Instrument::Supervise() {
 
 int Instrument::Run() {
     Check_Port_Free(options_.listen, options_.http_port);
+    Check_Port_Free(options_.listen, options_.scpi_port);
     start_end_ = steady_clock::now() + start_limit;
     try {
         Start_Board();
@@ -251,7 +257,8 @@ int Instrument::Run() {
         http_ = Await_Line(web_, "http ");
         Say("starting: waiting for the start-up pictures");
         Await_Keys();
-        std::printf("ready http=%s scpi=off hislip=off vxi11=off root=%s\n", http_.c_str(), options_.root.c_str());
+        std::printf("ready http=%s scpi=%s hislip=off vxi11=off root=%s\n", http_.c_str(), scpi_.c_str(),
+                    options_.root.c_str());
         std::fflush(stdout);
         return Supervise();
     } catch (const Stopped&) {

@@ -53,19 +53,23 @@ std::optional<std::string> Ask(int socket) {
 
 }  // namespace
 
-bool Takes_Keys(const std::string& root) {
+Status Ask_Status(const std::string& root) {
     const int socket = platform::device_files::Connect_Device(root + "/tmp/web_store/talmiron.sock", SOCK_STREAM);
     if (socket < 0)
-        return false;
+        return {};
     const auto answer = Ask(socket);
     ::close(socket);
     if (!answer)
-        return false;
+        return {};
     const auto state = nlohmann::json::parse(*answer, nullptr, false);
     if (!state.is_object())
-        return false;
-    const auto starting = state.find("starting");
-    return starting != state.end() && starting->is_boolean() && !starting->get<bool>();
+        return {};
+    Status status;
+    const auto starting = state.find("starting"), scpi = state.find("scpi");
+    status.takes_keys = starting != state.end() && starting->is_boolean() && !starting->get<bool>();
+    if (scpi != state.end() && scpi->is_string())
+        status.scpi = scpi->get<std::string>();
+    return status;
 }
 
 }  // namespace launcher

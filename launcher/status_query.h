@@ -3,8 +3,13 @@
 
 namespace launcher {
 
-/// Asks the instrument of a root over its local socket whether it has come up and takes keys. False also when it
-/// doesn't answer in half a second.
-bool Takes_Keys(const std::string& root);
+/// What a running instrument says of itself.
+struct Status {
+    bool takes_keys = false;  ///< it has come up
+    std::string scpi;         ///< ADDRESS:PORT of raw commands
+};
+
+/// Asks the instrument of a root over its local socket. It takes no keys also when it doesn't answer in half a second.
+Status Ask_Status(const std::string& root);
 
 }  // namespace launcher

@@ -34,6 +34,8 @@ struct Frame_State {
     std::uint32_t palette = 0;             ///< of a bitmap window
     std::uint32_t attenuation = 0;         ///< of a bitmap window's colours
     std::uint32_t attribute_fill = 0;      ///< what the attribute plane was last filled with
+
+    bool operator==(const Frame_State&) const = default;
 };
 
 /// Settings of a video window that the driver keeps as one record.

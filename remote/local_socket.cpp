@@ -1,22 +1,18 @@
 #include "remote/local_socket.h"
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
-#include <charconv>
-#include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <vector>
+#include <utility>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include "platform/root.h"
-#include "platform/stop.h"
+#include "remote/hang_up.h"
+#include "scpi/wait.h"
 
 namespace remote {
 namespace {
@@ -24,13 +20,6 @@ namespace {
 constexpr const char* folder_path = "/tmp/web_store";
 constexpr const char* socket_name = "talmiron.sock";
 constexpr int backlog = 5;
-constexpr std::size_t most_clients = 16, largest_backlog_of_answers = 1u << 20, longest_setting = 64;
-
-struct Client {
-    int socket = -1;
-    std::string input, output;
-    enum class Expects { command, key, setting } expects = Expects::command;
-};
 
 /// Address of the socket below its folder; a root can be deeper than a socket name is long.
 bool Folder_Address(int folder, sockaddr_un& address) {
@@ -58,133 +47,141 @@ int cli_listen() {
     return -1;
 }
 
-void Answer(Client& client, std::string_view word) {
-    client.output.append(word);
-    client.output.push_back('\0');
+}  // namespace
+
+std::string_view Local_Socket::Client::Short(std::string_view text) {
+    answer_size = 0;
+    Execute_Messages(text);
+    return {answer.data(), answer_size};
 }
 
-void Answer_Text(Client& client, void (*write)(std::string& text)) {
-    std::string text;
-    write(text);
-    for (int shift = 0; shift < 32; shift += 8) client.output.push_back(static_cast<char>(text.size() >> shift));
-    client.output += text;
+void Local_Socket::Client::Whole(std::string_view text, std::string& answers) {
+    whole = &answers;
+    Execute_Messages(text);
+    whole = nullptr;
 }
 
-/// A line of name and value. Locale-free, so that the point stays a point.
-bool Set(std::string_view line, const Local_Commands& commands) {
-    const std::size_t blank = line.find(' ');
-    if (blank == std::string_view::npos) return false;
-    double value = 0;
-    const char* last = line.data() + line.size();
-    const auto [end, error] = std::from_chars(line.data() + blank + 1, last, value);
-    return error == std::errc() && end == last && std::isfinite(value) && commands.set(line.substr(0, blank), value);
+/// Each text stands alone: what is left of one without an end is forgotten.
+void Local_Socket::Client::Execute_Messages(std::string_view text) {
+    Pending_Input pending;
+    in_hand = true;
+    SCPI_Receive(scpi_context, {interface_web, slot}, pending, text);
+    in_hand = false;
 }
 
-/// Executes what has arrived whole. False ends the connection.
-bool Execute(Client& client, const Local_Commands& commands) {
-    while (!client.input.empty()) {
-        if (client.expects == Client::Expects::key) {
-            const auto code = static_cast<std::uint8_t>(client.input[0]);
-            client.input.erase(0, 1);
-            client.expects = Client::Expects::command;
-            Answer(client, commands.key(code) ? "OK" : "NO");
-            continue;
-        }
-        if (client.expects == Client::Expects::setting) {
-            const std::size_t end = client.input.find('\n');
-            if (end == std::string::npos) return client.input.size() <= longest_setting;
-            Answer(client, Set(client.input.substr(0, end), commands) ? "OK" : "NO");
-            client.input.erase(0, end + 1);
-            client.expects = Client::Expects::command;
-            continue;
-        }
-        if (client.input.size() < 2) return true;
-        const std::string command = client.input.substr(0, 2);
-        client.input.erase(0, 2);
-        if (command == "KY") {
-            client.expects = Client::Expects::key;
-            Answer(client, "ST");
-        } else if (command == "SE") {
-            client.expects = Client::Expects::setting;
-            Answer(client, "ST");
-        } else if (command == "PW") {
-            Answer(client, commands.power() ? "OK" : "NO");
-        } else if (command == "IN") {
-            Answer_Text(client, commands.state);
-        } else if (command == "TR") {
-            Answer_Text(client, commands.trace);
-        } else {
-            return false;
-        }
+Local_Socket::Local_Socket(const Local_Commands& commands) : commands_(commands), listening_(cli_listen()) {
+    if (listening_ < 0) std::perror(socket_name);
+    listener_.Listen_On(listening_);
+    for (std::size_t i = 0; i < slots; ++i) clients_[i].slot = static_cast<int>(i);
+    Set_Sink(interface_web, this);
+}
+
+Local_Socket::~Local_Socket() {
+    Set_Sink(interface_web, nullptr);
+    for (Client& client : clients_) Close(client);
+    if (listening_ < 0) return;
+    close(listening_);
+    unlink(platform::Rooted(std::string(folder_path) + '/' + socket_name).c_str());
+}
+
+void Local_Socket::Add_Waits(Poll_Set& waits) {
+    for (Client& client : clients_) {
+        const int events = client.output.Empty() ? (client.later ? 0 : POLLIN) : POLLOUT;
+        client.place = client.socket < 0 ? Poll_Set::nowhere : waits.Add(client.socket, events);
     }
-    return true;
+    listener_.Add_Wait(waits);
 }
 
-bool Send_Pending(Client& client) {
-    while (!client.output.empty()) {
-        const ssize_t sent = send(client.socket, client.output.data(), client.output.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent < 0) return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
-        client.output.erase(0, static_cast<std::size_t>(sent));
+void Local_Socket::Add_Page_Waits(Poll_Set& waits) {
+    for (Client& client : clients_) {
+        const bool left = client.socket < 0 || client.in_hand || (client.later && client.output.Empty());
+        client.place = left ? Poll_Set::nowhere : waits.Add(client.socket, client.output.Empty() ? POLLIN : POLLOUT);
     }
-    return true;
+    listener_.Add_Wait(waits);
 }
 
-bool Receive(Client& client, const Local_Commands& commands) {
-    std::array<char, 512> piece;
-    const ssize_t got = recv(client.socket, piece.data(), piece.size(), MSG_DONTWAIT);
+bool Local_Socket::Watches_Time() const {
+    return listener_.Resting() ||
+           std::any_of(clients_.begin(), clients_.end(), [](const Client& client) { return !client.output.Empty(); });
+}
+
+bool Local_Socket::Has_Work() const {
+    return std::any_of(clients_.begin(), clients_.end(),
+                       [](const Client& client) { return client.later && client.output.Empty(); });
+}
+
+void Local_Socket::Serve(const Poll_Set& waits, bool scpi_allowed) {
+    for (Client& client : clients_) {
+        if (client.socket < 0 || client.in_hand) continue;
+        // A client's place is given up before it is served: a wait inside polls anew.
+        const int events = waits.Events(std::exchange(client.place, Poll_Set::nowhere));
+        if (!Serve(client, events, scpi_allowed)) Close(client);
+    }
+    Accept(waits);
+}
+
+bool Local_Socket::Serve(Client& client, int events, bool scpi_allowed) {
+    if (!client.output.Empty()) {
+        if (client.output.Stalled() || (events & (POLLERR | POLLHUP))) return false;
+        if (events && !client.output.Send(client.socket)) return false;
+        if (!client.output.Empty()) return true;
+    } else if (events && !client.later && !Receive(client)) {
+        return false;
+    }
+    if (!events && !client.later) return true;
+    const auto outcome = client.protocol.Execute(commands_, scpi_allowed ? &client : nullptr, client.output);
+    client.later = outcome == Local_Protocol::Outcome::later;
+    return !client.gone && client.output.Send(client.socket) && outcome != Local_Protocol::Outcome::ended;
+}
+
+bool Local_Socket::Receive(Client& client) {
+    std::array<char, Local_Protocol::longest_short_text> piece;
+    const ssize_t got = recv(client.socket, piece.data(), std::min(piece.size(), client.protocol.Wanted()), MSG_DONTWAIT);
     if (got < 0) return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
-    if (got == 0) return false;
-    client.input.append(piece.data(), static_cast<std::size_t>(got));
-    return Execute(client, commands) && client.output.size() < largest_backlog_of_answers;
+    client.protocol.Take({piece.data(), static_cast<std::size_t>(got)});
+    return got > 0;
 }
 
-void Accept(int listener, std::vector<Client>& clients) {
-    const int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+void Local_Socket::Accept(const Poll_Set& waits) {
+    const int socket = listener_.Accept(waits);
     if (socket < 0) return;
-    if (clients.size() >= most_clients) {
+    const auto slot = std::find_if(clients_.begin(), clients_.end(), [](const Client& client) { return client.socket < 0; });
+    if (slot == clients_.end()) {
         close(socket);
         return;
     }
-    clients.push_back({.socket = socket, .input = {}, .output = {}});
+    slot->socket = socket;
 }
 
-/// One wait over the stop, the listener and all clients. False on the stop.
-bool Serve_Once(int listener, std::vector<Client>& clients, const Local_Commands& commands) {
-    std::array<pollfd, most_clients + 2> waits{};
-    waits[0] = {platform::Stop_Fd(), POLLIN, 0};
-    waits[1] = {listener, POLLIN, 0};
-    for (std::size_t i = 0; i < clients.size(); ++i) {
-        waits[i + 2] = {clients[i].socket, static_cast<short>(clients[i].output.empty() ? POLLIN : POLLIN | POLLOUT), 0};
-    }
-    const std::size_t polled = clients.size();
-    if (poll(waits.data(), polled + 2, -1) < 0) return errno == EINTR;
-    if (waits[0].revents) return false;
-    for (std::size_t i = polled; i-- > 0;) {
-        const short events = waits[i + 2].revents;
-        if (!events) continue;
-        const bool alive = (!(events & (POLLIN | POLLHUP | POLLERR)) || Receive(clients[i], commands)) && Send_Pending(clients[i]);
-        if (alive) continue;
-        close(clients[i].socket);
-        clients.erase(clients.begin() + static_cast<std::ptrdiff_t>(i));
-    }
-    if (waits[1].revents) Accept(listener, clients);
-    return true;
+void Local_Socket::Close(Client& client) {
+    if (client.socket < 0) return;
+    Release_Waits({interface_web, client.slot});
+    close(client.socket);
+    client.socket = -1;
+    client.place = Poll_Set::nowhere;
+    client.later = client.gone = false;
+    client.protocol = {};
+    client.output.Clear();
+    listener_.Wake();
 }
 
-}  // namespace
-
-void Serve_Local_Socket(const Local_Commands& commands) {
-    const int listener = cli_listen();
-    if (listener < 0) {
-        std::perror(socket_name);
+void Local_Socket::Answer(int slot, std::string_view answer) {
+    Client& client = clients_.at(static_cast<std::size_t>(slot));
+    if (client.gone) return;
+    if (client.whole) {
+        client.whole->append(answer.substr(0, Local_Protocol::longest_answers - client.whole->size()));
         return;
     }
-    std::vector<Client> clients;
-    clients.reserve(most_clients);
-    while (Serve_Once(listener, clients, commands)) {}
-    for (const auto& client : clients) close(client.socket);
-    close(listener);
-    unlink(platform::Rooted(std::string(folder_path) + '/' + socket_name).c_str());
+    client.answer.fill('\0');
+    client.answer_size = std::min(answer.size(), client.answer.size() - 1);
+    std::copy_n(answer.begin(), client.answer_size, client.answer.begin());
+}
+
+bool Local_Socket::Lives(int slot) {
+    Client& client = clients_.at(static_cast<std::size_t>(slot));
+    if (client.socket < 0) return false;
+    client.gone = client.gone || Hung_Up(client.socket);
+    return !client.gone;
 }
 
 }  // namespace remote

@@ -114,7 +114,11 @@ class Swapped_In {
 public:
     Swapped_In(ScpiContext& context, ScpiUserContext client, Pending_Input& pending)
         : context_(context), kept_(context.input), pending_(pending) {
-        *context.user_context = client;
+        {
+            // A status change on another thread asks who is talking.
+            const std::lock_guard guard(context.status_lock);
+            *context.user_context = client;
+        }
         context.input = {static_cast<unsigned>(pending.text.size()), pending.length, pending.text.data()};
     }
     ~Swapped_In() {

@@ -162,8 +162,18 @@ void Show_Frequency_Values() {
 
 void Transfer() { LOOP_SetTrans_Var(); }
 
-/// The common end of the start and stop setters.
-int Edge_Changed(double old_start, double old_span) {
+/// True when the span can't be swept in less than the longest sweep time.
+bool Too_Slow(double span) {
+    const auto screen = static_cast<std::size_t>(ScreenActive);
+    return Ext_Sweep_Time_Check(BW_Data.rbw[screen], BW_Data.vbw[screen], Sweep_Data, std::min(span, MAXSPAN)) != 0;
+}
+
+/// Start and stop: a span that would take too long is not taken.
+int Set_Edge(void (*calculate)(int, double), int source, double value) {
+    const Freqs_Record before = Freqs;
+    const double old_start = Start(), old_span = Span();
+    calculate(source, value - Active(Freqs.offset));
+    if (Too_Slow(Span())) Freqs = before;
     Cal_Freqrelative_Var();
     if (old_start != Start() || old_span != Span()) {
         Frequency_Axis_Changed();
@@ -190,6 +200,7 @@ void Freqs_ArrayInit() {
 int Set_Cent(int source, double value) {
     const double old_start = Start(), old_span = Span();
     change_center(source, value);
+    if (Span() != old_span) Couple_Step();
     Cal_Freqrelative_Var();
     if (old_start != Start() || old_span != Span()) ExtendSpanWave(old_start, old_span);
     Show_Frequency_Values();
@@ -221,11 +232,7 @@ void Cal_Cent(int source, double value) {
     if (Center() != old_center) Show_Attention_Once();
 }
 
-int Set_Start_Freq(int source, double value) {
-    const double old_start = Start(), old_span = Span();
-    Cal_Start_Freq(source, value - Active(Freqs.offset));
-    return Edge_Changed(old_start, old_span);
-}
+int Set_Start_Freq(int source, double value) { return Set_Edge(Cal_Start_Freq, source, value); }
 
 void Cal_Start_Freq(int source, double value) {
     if (source != source_typed) value = Start() + Pending_Steps() * Step();
@@ -235,11 +242,7 @@ void Cal_Start_Freq(int source, double value) {
     Center_From_Edges();
 }
 
-int Set_Stop_Freq(int source, double value) {
-    const double old_start = Start(), old_span = Span();
-    Cal_Stop_Freq(source, value - Active(Freqs.offset));
-    return Edge_Changed(old_start, old_span);
-}
+int Set_Stop_Freq(int source, double value) { return Set_Edge(Cal_Stop_Freq, source, value); }
 
 void Cal_Stop_Freq(int source, double value) {
     if (source != source_typed) value = Stop() + Pending_Steps() * Step();
@@ -261,7 +264,6 @@ void Cal_Step_Freq(int source, double value) {
         value = FreqValue[static_cast<std::size_t>(std::clamp(index, 0, static_cast<int>(FreqValue.size()) - 1))];
     }
     if (std::isnan(value)) return;
-    stepautoman[static_cast<std::size_t>(ScreenActive)] = 1;
     Step() = std::clamp(value, 0.0, MAXFREQUENCY);
 }
 
@@ -296,8 +298,7 @@ int Set_Span(int source, double value) {
 int change_span(int source, double value) {
     if (source == source_typed && std::isnan(value)) return -1;
     const double wanted = source == source_typed ? value : Cal_Span_temp(source);
-    const auto screen = static_cast<std::size_t>(ScreenActive);
-    if (Ext_Sweep_Time_Check(BW_Data.rbw[screen], BW_Data.vbw[screen], Sweep_Data, wanted)) return -1;
+    if (Too_Slow(wanted)) return -1;
     const double old_start = Start(), old_span = Span();
     Cal_Span(source, value);
     Cal_Freqrelative_Var();
@@ -327,8 +328,7 @@ void Cal_Span(int source, double value) {
 }
 
 int Set_Full_Span() {
-    const auto screen = static_cast<std::size_t>(ScreenActive);
-    if (Ext_Sweep_Time_Check(BW_Data.rbw[screen], BW_Data.vbw[screen], Sweep_Data, MAXSPAN)) return 0;
+    if (Too_Slow(MAXSPAN)) return 0;
     const double old_start = Start(), old_span = Span();
     Active(Freqs.last_span) = Span();
     Span() = MAXSPAN;
@@ -355,6 +355,5 @@ int FreqValue2FreqIdx() { return Table_Index(FreqValue, Step()); }
 void Cal_Freqrelative_Var() {
     Ext_BW_Auto_RBW();
     Ext_Sweep_Time_Auto();
-    Couple_Step();
     SetFreqScaleRedraw = 1;
 }

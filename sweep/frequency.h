@@ -10,6 +10,7 @@ void Freqs_ArrayInit();
 int Set_Cent(int source, double value);
 int Set_Start_Freq(int source, double value);
 int Set_Stop_Freq(int source, double value);
+/// The step; automatic stays automatic, so that the next change of the span sets it again.
 int Set_Step_Freq(int source, double value);
 int Set_Offset_Freq(int source, double value);
 int Set_Span(int source, double value);
@@ -41,5 +42,5 @@ void TheSameFreq(double frequency);
 int SpanValue2SpanIdx();
 int FreqValue2FreqIdx();
 
-/// Recomputes what follows from the frequency axis: automatic RBW, VBW and sweep time, automatic step.
+/// Recomputes what follows from the frequency axis: automatic RBW, VBW and sweep time.
 void Cal_Freqrelative_Var();

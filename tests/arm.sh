@@ -30,6 +30,7 @@ if [[ -n $missing ]]; then
     exit 1
 fi
 
+unset KVA720_RECORDINGS  # minutes of the same arithmetic
 emulator=(qemu-arm -L build/arm-sysroot)
 shards=$(nproc)
 workers=() status=0

@@ -3,7 +3,9 @@
 build_packages=(g++ cmake ninja-build pkg-config ccache libfreetype-dev libjpeg62-turbo-dev libpng-dev libcivetweb-dev
     libtomlplusplus-dev nlohmann-json3-dev libkissfft-dev libcli11-dev libgtest-dev librsvg2-bin fonts-dseg
     fonts-liberation fonts-wqy-zenhei python3)
-test_packages=(chromium chromium-driver python3-selenium imagemagick tesseract-ocr procps)
+test_packages=(chromium chromium-driver python3-selenium imagemagick tesseract-ocr procps
+    python3-pyvisa python3-pyvisa-py python3-serial lxi-tools)
+arm_packages=(g++-arm-linux-gnueabihf qemu-user)
 fuzz_packages=(clang libclang-rt-dev llvm)
 
 # One line on standard error and status 2.

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <mutex>
 
 #include "platform/clock.h"
 #include "platform/fpga_int.h"
@@ -15,6 +16,7 @@
 #include "records/sweep.h"
 #include "records/trace.h"
 #include "scpi/status.h"
+#include "sweep/transfer.h"
 #include "trace/plot.h"
 #include "trace/scale.h"
 
@@ -88,7 +90,7 @@ void Skip_Ahead(Trace_Record& record, int target) {
 }
 
 void Set_Opc() {
-    if (Pending_Operation_Flag.load(std::memory_order_acquire) || !Command_Opc_Flag.exchange(0)) return;
+    if (Operation_Pending() || !Command_Opc_Flag.exchange(0)) return;
     SCPI_RegSetBits(scpi_context, reg_esr, esr_operation_complete);
 }
 
@@ -129,6 +131,24 @@ void Process_Samples(Trace_Record& record, int target) {
 }
 
 }  // namespace
+
+bool Single_Sweep_Under_Way() {
+    return Sweep_Data.single != 0 && SweepSingle_Data.load(std::memory_order_acquire) == 0;
+}
+
+bool Operation_Pending() {
+    return Pending_Operation_Flag.load(std::memory_order_acquire) || Single_Sweep_Under_Way();
+}
+
+bool Sweep_Can_Come() {
+    std::unique_lock records(Command_Main_Mutex, std::defer_lock);
+    if (!Command_Main_Mutex.Held_Here()) records.lock();
+    if (!LOOP_Buffers || !DSP_Trace_Data) return false;
+    switch (FunctionMode_Flag) {
+        case mode_power_meter: case mode_file_view: case mode_recall_view: return false;
+        default: return Sweep_Data.single == 0 || Single_Sweep_Under_Way();
+    }
+}
 
 double Detection_Trace_Select(int detector, int point, int ring) {
     switch (detector) {

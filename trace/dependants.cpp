@@ -55,8 +55,10 @@ void Level_Scale_Changed() {
 void Restart_Hold_Buffer() {
     Trace_Record& record = Active_Record();
     const std::size_t trace = record.active & 3;
-    if (record.mode[trace] == trace_max_hold) record.value[trace].fill(restart_max);
-    if (record.mode[trace] == trace_min_hold) record.value[trace].fill(restart_min);
+    if (record.mode[trace] != trace_max_hold && record.mode[trace] != trace_min_hold) return;
+    record.value[trace].fill(record.mode[trace] == trace_max_hold ? restart_max : restart_min);
+    Update_Rows(record, trace);
+    Redraw_Traces(record);
 }
 
 void Restart_Max_Hold_Traces() {

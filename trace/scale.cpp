@@ -25,6 +25,11 @@ Row_Scale Active_Scale() {
             .type = Amp.scale_type[screen]};
 }
 
+double Shown_Level_Offset() {
+    const auto screen = static_cast<std::size_t>(ScreenActive);
+    return Amp.displayed_reference[screen] - Amp.reference[screen];
+}
+
 double Pixel2dBm(int row) {
     const Row_Scale scale = Active_Scale();
     const double factor = 10.0 / Db_Per_Division(scale.code);

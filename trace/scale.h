@@ -21,4 +21,7 @@ Row_Scale Active_Scale();
 /// Level in dBm of a row of the active screen.
 double Pixel2dBm(int row);
 
+/// What is added to a stored level of the active screen, dB: reference-level offset and 75 ohm correction.
+double Shown_Level_Offset();
+
 constexpr int Db_Per_Division(int code) { return code == 0 ? 10 : code == 1 ? 5 : code == 2 ? 2 : 1; }

@@ -34,7 +34,7 @@ void Take_Peripheral_Message(std::span<const double> message) {
 }  // namespace
 
 Board::Board(std::shared_ptr<const Input> input, const Board_Options& options)
-    : manual_(options.manual), core_(std::move(input), options.core, devices_.Sample_Memory()) {
+    : ports_(devices_), manual_(options.manual), core_(std::move(input), options.core, devices_.Sample_Memory()) {
     link_.listener = devices_.Link_Listener();
     fpga_.listener = devices_.Fpga_Listener();
     stop_event_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -76,12 +76,12 @@ void Board::Step(platform::Duration time) {
 
 void Board::Serve() {
     for (;;) {
-        std::array<pollfd, 6> waits{{{stop_event_, POLLIN, 0},
-                                     {link_.socket, POLLIN, 0},
-                                     {fpga_.socket, POLLIN, 0},
-                                     {link_.listener, POLLIN, 0},
-                                     {fpga_.listener, POLLIN, 0},
-                                     {devices_.Serial_Master(), POLLIN, 0}}};
+        std::array<pollfd, 5 + Remote_Ports::waits> waits{{{stop_event_, POLLIN, 0},
+                                                           {link_.socket, POLLIN, 0},
+                                                           {fpga_.socket, POLLIN, 0},
+                                                           {link_.listener, POLLIN, 0},
+                                                           {fpga_.listener, POLLIN, 0}}};
+        ports_.Fill_Waits(std::span(waits).last<Remote_Ports::waits>());
         if (::poll(waits.data(), waits.size(), Wait_Time_Ms()) < 0 && errno != EINTR)
             return;
         if (waits[0].revents != 0)
@@ -97,22 +97,22 @@ void Board::Serve() {
             std::lock_guard lock(core_mutex_);
             Accept(fpga_);
         }
-        if (waits[5].revents != 0)
-            devices_.Drain_Serial();
+        ports_.Serve(std::span(waits).last<Remote_Ports::waits>());
         if (!manual_)
             Advance();
     }
 }
 
 int Board::Wait_Time_Ms() {
+    const int longest = ports_.Longest_Wait_Ms();
     if (manual_)
-        return -1;
+        return longest;
     std::lock_guard lock(core_mutex_);
     const auto due = core_.Next_Due();
     if (!due)
-        return -1;
+        return longest;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - platform::Now()).count();
-    return static_cast<int>(std::clamp<std::int64_t>(left, 0, 1000));
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, longest));
 }
 
 void Board::Accept(Client& client) {

@@ -10,6 +10,7 @@
 #include "platform/virtual/device_files.h"
 #include "virtual_board/core.h"
 #include "virtual_board/devices.h"
+#include "virtual_board/remote_ports.h"
 
 namespace virtual_board {
 
@@ -58,6 +59,7 @@ class Board {
     bool Send(platform::device_files::Link_Packet packet, std::size_t bytes);
 
     Devices devices_;
+    Remote_Ports ports_;  // of the serving thread
     bool manual_;
     int stop_event_ = -1;
     std::thread thread_;

@@ -10,7 +10,9 @@
 #include <stdexcept>
 #include <sys/stat.h>
 #include <termios.h>
+#include <tuple>
 #include <unistd.h>
+#include <utility>
 
 #include "platform/root.h"
 #include "platform/sample_memory.h"
@@ -74,6 +76,38 @@ int Listen(const std::string& path) {
     return listener;
 }
 
+Devices::Bus_Listeners Listen_Bus(const char* device) {
+    const std::string path = platform::Rooted(device);
+    Devices::Bus_Listeners bus;
+    bus.instrument = Listen(path);
+    bus.controller = Listen(path + files::controller_suffix);
+    return bus;
+}
+
+/// Makes a pseudo-terminal in raw mode with a link to it; returns its master and, open, the terminal.
+std::pair<int, int> Make_Terminal(const std::string& path) {
+    Make_Folder_Of(path);
+    const int master = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    std::array<char, 128> name{};
+    int terminal = -1;
+    termios settings{};
+    ::unlink(path.c_str());
+    if (master >= 0 && ::grantpt(master) == 0 && ::unlockpt(master) == 0 &&
+        ::ptsname_r(master, name.data(), name.size()) == 0 &&
+        (terminal = ::open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC)) >= 0 && ::tcgetattr(terminal, &settings) == 0) {
+        ::cfmakeraw(&settings);
+        ::tcsetattr(terminal, TCSANOW, &settings);
+        if (::symlink(name.data(), path.c_str()) == 0)
+            return {master, terminal};
+    }
+    const int error = errno;
+    for (const int descriptor : {terminal, master})
+        if (descriptor >= 0)
+            ::close(descriptor);
+    errno = error;
+    Fail(path);
+}
+
 void Close(int& descriptor) {
     if (descriptor >= 0)
         ::close(descriptor);
@@ -129,49 +163,39 @@ void Devices::Make() {
     Make_File(platform::Rooted(files::backlight), 1, std::span(&brightness, 1));
     Make_Fifo(platform::Rooted(files::keypad));
     Make_Fifo(platform::Rooted(files::power_key));
-    Make_Serial();
+    std::tie(serial_, serial_end_) = Make_Terminal(platform::Rooted(files::serial));
+    int user_end = -1;
+    std::tie(serial_user_, user_end) = Make_Terminal(platform::Rooted(files::serial_user));
+    // Nobody holds the user's end open, so that it shows whether somebody is there.
+    Close(user_end);
     Make_File(platform::Rooted(files::sample_memory), Elements() * sizeof(double));
     sample_memory_ = platform::Map_Sample_Memory();
     if (sample_memory_ == nullptr)
         Fail(platform::Rooted(files::sample_memory));
     fpga_ = Listen(platform::Rooted(files::fpga_int));
     link_ = Listen(platform::Rooted(files::dsp_link));
-}
-
-void Devices::Make_Serial() {
-    const std::string path = platform::Rooted(files::serial);
-    Make_Folder_Of(path);
-    serial_ = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    std::array<char, 128> name{};
-    if (serial_ < 0 || ::grantpt(serial_) != 0 || ::unlockpt(serial_) != 0 ||
-        ::ptsname_r(serial_, name.data(), name.size()) != 0)
-        Fail(path);
-    serial_end_ = ::open(name.data(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    termios settings{};
-    if (serial_end_ < 0 || ::tcgetattr(serial_end_, &settings) != 0)
-        Fail(path);
-    ::cfmakeraw(&settings);
-    ::tcsetattr(serial_end_, TCSANOW, &settings);
-    ::unlink(path.c_str());
-    if (::symlink(name.data(), path.c_str()) != 0)
-        Fail(path);
-}
-
-void Devices::Drain_Serial() const {
-    std::array<char, 512> bytes;
-    while (::read(serial_, bytes.data(), bytes.size()) > 0) {
-    }
+    gpib_ = Listen_Bus(files::gpib);
+    usb_ = Listen_Bus(files::usb);
 }
 
 void Devices::Remove() noexcept {
+    for (const char* device : {files::gpib, files::usb}) {
+        ::unlink(platform::Rooted(device).c_str());
+        ::unlink((platform::Rooted(device) + files::controller_suffix).c_str());
+    }
+    for (Bus_Listeners* bus : {&gpib_, &usb_}) {
+        Close(bus->instrument);
+        Close(bus->controller);
+    }
     Close(link_);
     Close(fpga_);
     platform::Unmap_Sample_Memory(sample_memory_);
     sample_memory_ = nullptr;
-    for (const char* device : {files::dsp_link, files::fpga_int, files::sample_memory, files::serial, files::power_key,
-                               files::keypad, files::backlight})
+    for (const char* device : {files::dsp_link, files::fpga_int, files::sample_memory, files::serial, files::serial_user,
+                               files::power_key, files::keypad, files::backlight})
         ::unlink(platform::Rooted(device).c_str());
     Remove_Frame_Devices();
+    Close(serial_user_);
     Close(serial_end_);
     Close(serial_);
 }

@@ -13,7 +13,8 @@ void Make_Frame_Devices();
 void Remove_Frame_Devices();
 
 /// The device files of the board below the platform's root, there as long as the object lives: frame buffers,
-/// back-light, sample memory, key devices, serial port, and the listening sockets of DSP link and FPGA interrupt.
+/// back-light, sample memory, key devices, serial port with the cable's other end, and the listening sockets of DSP link,
+/// FPGA interrupt, GPIB and USB.
 class Devices {
   public:
     /// Throws std::runtime_error with one line when a device can't be made.
@@ -27,15 +28,20 @@ class Devices {
 
     int Link_Listener() const { return link_; }
     int Fpga_Listener() const { return fpga_; }
-    int Serial_Master() const { return serial_; }
 
-    /// Throws away what has arrived at the other end of the serial line, where nothing is connected.
-    void Drain_Serial() const;
+    /// Masters of the pseudo-terminals that the instrument and a PC's program open.
+    int Serial_Master() const { return serial_; }
+    int Serial_User_Master() const { return serial_user_; }
+
+    struct Bus_Listeners {
+        int instrument = -1, controller = -1;
+    };
+    const Bus_Listeners& Gpib() const { return gpib_; }
+    const Bus_Listeners& Usb() const { return usb_; }
 
   private:
     static std::size_t Elements();
     void Make();
-    void Make_Serial();
     void Remove() noexcept;
 
     double* sample_memory_ = nullptr;
@@ -43,6 +49,8 @@ class Devices {
     int fpga_ = -1;
     int serial_ = -1;
     int serial_end_ = -1;  ///< holds the line open while the instrument hasn't
+    int serial_user_ = -1;
+    Bus_Listeners gpib_, usb_;
 };
 
 }  // namespace virtual_board

@@ -1,17 +1,18 @@
 #include "web/frame_source.h"
 
 #include "platform/backlight.h"
-#include "web/screen.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace web {
 namespace {
 
 constexpr std::size_t most_layer_bytes = std::size_t{8} << 20;
+constexpr std::size_t window_bytes = std::size_t{256} << 10;
 
 struct Place {
     const char* device;
@@ -29,17 +30,16 @@ constexpr std::array<Place, 4> places{{
 }  // namespace
 
 Frame_Source::Frame_Source(std::chrono::milliseconds reopen_interval) : reopen_interval_(reopen_interval) {
-    constexpr auto size = places.size() * most_layer_bytes;
-    copy_file_ = memfd_create("screen", MFD_CLOEXEC);
-    if (copy_file_ < 0 || ftruncate(copy_file_, static_cast<off_t>(size)) != 0) return;
-    void* memory = mmap(nullptr, size, PROT_READ, MAP_SHARED, copy_file_, 0);
-    if (memory != MAP_FAILED) copy_ = static_cast<std::byte*>(memory);
+    window_file_ = memfd_create("screen", MFD_CLOEXEC);
+    if (window_file_ < 0 || ftruncate(window_file_, window_bytes) != 0) return;
+    void* memory = mmap(nullptr, window_bytes, PROT_READ, MAP_SHARED, window_file_, 0);
+    if (memory != MAP_FAILED) window_ = static_cast<std::byte*>(memory);
 }
 
 Frame_Source::~Frame_Source() {
     for (auto& device : devices_) Close(device);
-    if (copy_) munmap(copy_, places.size() * most_layer_bytes);
-    if (copy_file_ >= 0) close(copy_file_);
+    if (window_) munmap(window_, window_bytes);
+    if (window_file_ >= 0) close(window_file_);
 }
 
 void Frame_Source::Close(Device& device) {
@@ -65,38 +65,68 @@ void Frame_Source::Reopen() {
     }
 }
 
-/// The copy is made by the kernel: a device file that became shorter than its mapping gives an error there, where a
-/// read of our own would end the process.
-std::span<const std::byte> Frame_Source::Copy(std::size_t layer, std::size_t bytes) {
+/// Brings a layer's copy up to date; true when it changed. The kernel reads the device: a file that became shorter than
+/// its mapping gives an error there, where a read of our own would end the process. It reads through a window that stays
+/// in the processor's cache.
+bool Frame_Source::Refresh(std::size_t layer, std::size_t bytes) {
     const auto& device = devices_[layer];
-    if (bytes == 0 || bytes > device.size || bytes > most_layer_bytes || !copy_) return {};
-    const auto start = layer * most_layer_bytes;
-    std::size_t done = 0;
-    while (done < bytes) {
-        const auto written = pwrite(copy_file_, device.memory + done, bytes - done, static_cast<off_t>(start + done));
-        if (written <= 0) return {};
-        done += static_cast<std::size_t>(written);
+    auto& copy = copies_[layer];
+    if (bytes > device.size || !window_) bytes = 0;
+    bool changed = copy.size() != bytes;
+    copy.resize(bytes);
+    for (std::size_t done = 0; done < bytes;) {
+        const auto got = pwrite(window_file_, device.memory + done, std::min(window_bytes, bytes - done), 0);
+        if (got <= 0) {
+            copy.clear();
+            return true;
+        }
+        const auto count = static_cast<std::size_t>(got);
+        if (std::memcmp(copy.data() + done, window_, count) != 0) {
+            std::memcpy(copy.data() + done, window_, count);
+            changed = true;
+        }
+        done += count;
     }
-    return {copy_ + start, bytes};
+    return changed;
+}
+
+void Frame_Source::Look() {
+    Reopen();
+    bool changed = false, any = false;
+    std::uint32_t background = 0;
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        platform::Frame_State state;
+        if (devices_[i].memory && platform::Frame_Get_State(devices_[i].descriptor, state) == 0) {
+            if (!any) background = state.background;
+            any = true;
+        } else {
+            state = {};
+        }
+        changed |= Refresh(i, Layer_Bytes(state)) || state != layers_[i].state;
+        layers_[i] = {state, copies_[i], places[i].zero_transparent};
+    }
+    const int told = platform::Get_Backlight(), backlight = told < 0 ? 100 : told;
+    changed |= any != any_device_ || background != background_ || backlight != backlight_;
+    any_device_ = any;
+    background_ = background;
+    backlight_ = backlight;
+    if (changed) ++number_;
 }
 
 bool Frame_Source::Capture(std::span<std::uint8_t> screen) {
     const std::lock_guard lock(mutex_);
-    Reopen();
-    std::array<Layer, places.size()> layers;
-    std::uint32_t background = 0;
-    bool any = false;
-    for (std::size_t i = 0; i < places.size(); ++i) {
-        layers[i].zero_transparent = places[i].zero_transparent;
-        if (!devices_[i].memory) continue;
-        if (platform::Frame_Get_State(devices_[i].descriptor, layers[i].state) != 0) continue;
-        if (!any) background = layers[i].state.background;
-        any = true;
-        layers[i].memory = Copy(i, Layer_Bytes(layers[i].state));
-    }
-    const int backlight = platform::Get_Backlight();
-    Compose(any ? background : 0, layers, backlight < 0 ? 100 : backlight, screen);
-    return any;
+    Look();
+    Compose(background_, layers_, backlight_, screen);
+    return any_device_;
+}
+
+bool Frame_Source::Capture_News(std::uint64_t& seen, std::span<std::uint8_t> screen) {
+    const std::lock_guard lock(mutex_);
+    Look();
+    if (seen == number_) return false;
+    seen = number_;
+    Compose(background_, layers_, backlight_, screen);
+    return true;
 }
 
 }  // namespace web

@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <mutex>
 #include <span>
+#include <vector>
+
+#include "web/screen.h"
 
 /// The screen as it is now, read from the four frame-buffer devices.
 namespace web {
@@ -23,6 +26,10 @@ public:
     /// Any thread.
     bool Capture(std::span<std::uint8_t> screen);
 
+    /// As Capture, but composes only when something is not as it was when seen was set; then sets seen and returns true.
+    /// Start with 0. Any thread.
+    bool Capture_News(std::uint64_t& seen, std::span<std::uint8_t> screen);
+
 private:
     struct Device {
         int descriptor = -1;
@@ -32,14 +39,22 @@ private:
 
     void Reopen();
     void Close(Device& device);
-    std::span<const std::byte> Copy(std::size_t layer, std::size_t bytes);
+    void Look();
+    bool Refresh(std::size_t layer, std::size_t bytes);
 
     const std::chrono::milliseconds reopen_interval_;
     std::mutex mutex_;
     std::array<Device, 4> devices_;
     std::chrono::steady_clock::time_point opened_{};
-    int copy_file_ = -1;
-    std::byte* copy_ = nullptr;
+    int window_file_ = -1;
+    std::byte* window_ = nullptr;
+    // As of the last look:
+    std::array<std::vector<std::byte>, 4> copies_;
+    std::array<Layer, 4> layers_;
+    std::uint32_t background_ = 0;
+    int backlight_ = 100;
+    bool any_device_ = false;
+    std::uint64_t number_ = 1;  ///< of what was seen last
 };
 
 }  // namespace web

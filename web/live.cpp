@@ -71,15 +71,16 @@ Live::Picture* Live::Free_Picture() {
 
 void Live::Watch_Screen() {
     auto next = Steady::now();
+    std::uint64_t seen = 0;
     std::unique_lock lock(mutex_);
     while (!stopping_) {
         changed_.wait(lock, [this] { return stopping_ || viewers_ > 0; });
         auto* picture = Free_Picture();
         const auto* before = latest_;
         lock.unlock();
-        source_.Capture(picture->screen);
         // The latest picture is replaced by this thread alone, and nobody writes to it.
-        const bool differs = !before || picture->screen != before->screen;
+        const bool differs =
+            source_.Capture_News(seen, picture->screen) && (!before || picture->screen != before->screen);
         lock.lock();
         if (differs) {
             latest_ = picture;

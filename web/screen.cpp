@@ -14,6 +14,14 @@ constexpr int dimmest = 35;                        // percent of full light at t
 
 void Put_16(const std::byte* source, std::uint8_t* target, std::int64_t pixels, bool zero_transparent) {
     for (std::int64_t i = 0; i < pixels; ++i, target += 3) {
+        if (zero_transparent) {
+            // Most of an OSD window is zero.
+            for (std::uint64_t four; pixels - i >= 4; i += 4, target += 12) {
+                std::memcpy(&four, source + 2 * i, sizeof four);
+                if (four != 0) break;
+            }
+            if (i == pixels) return;
+        }
         std::uint16_t pixel;
         std::memcpy(&pixel, source + 2 * i, sizeof pixel);
         if (pixel == 0 && zero_transparent) continue;
@@ -138,11 +146,13 @@ std::size_t Layer_Bytes(const platform::Frame_State& state) {
 void Compose(std::uint32_t background, std::span<const Layer> bottom_to_top, int backlight,
              std::span<std::uint8_t> screen) {
     if (screen.size() < screen_bytes) return;
-    for (std::size_t i = 0; i < screen_bytes; i += 3) {
+    constexpr std::size_t row_bytes = std::size_t{3} * screen_width;
+    for (std::size_t i = 0; i < row_bytes; i += 3) {
         screen[i] = static_cast<std::uint8_t>(background >> 16);
         screen[i + 1] = static_cast<std::uint8_t>(background >> 8);
         screen[i + 2] = static_cast<std::uint8_t>(background);
     }
+    for (auto row = row_bytes; row < screen_bytes; row += row_bytes) std::memcpy(&screen[row], &screen[0], row_bytes);
     for (const auto& layer : bottom_to_top) {
         const auto bytes = Layer_Bytes(layer.state);
         if (bytes != 0 && bytes <= layer.memory.size()) Put_Layer(layer, screen);

@@ -1,6 +1,4 @@
 #pragma once
-#include <string_view>
-
 #include "keys/page.h"
 
 /// What the menu families share.
@@ -15,10 +13,5 @@ void Begin_Entry(char unit_type, bool may_be_negative);
 
 /// A key without value: digits are ignored.
 void No_Entry();
-
-/// Shows a name and a frequency in Hz, a time in s or a level in dBm in the entry field.
-void Show_Frequency_Entry(std::string_view name, double hertz);
-void Show_Time_Entry(std::string_view name, double seconds);
-void Show_Level_Entry(std::string_view name, double dbm);
 
 }  // namespace menus

@@ -1,3 +1,4 @@
+#include "keys/frequency_entry.h"
 #include "keys/handlers.h"
 #include "keys/menus/entry.h"
 #include "keys/number_format.h"
@@ -11,31 +12,22 @@
 
 namespace {
 
+/// In the order of the entries.
 enum Freq_Key { center_key, start_key, stop_key, step_key, offset_key };
 
-double Value(int key) {
-    const auto screen = static_cast<std::size_t>(ScreenActive);
-    const double offset = Freqs.offset[screen];
-    switch (key) {
-        case center_key: return Freqs.center[screen] + offset;
-        case start_key: return Freqs.start[screen] + offset;
-        case stop_key: return Freqs.stop[screen] + offset;
-        case step_key: return Freqs.step[screen];
-        default: return offset;
-    }
-}
-
-void Show_Present(int key) {
-    constexpr std::array names{"Center frequency", "Start frequency", "Stop frequency", "Center frequency step",
-                               "Frequency offset"};
-    menus::Show_Frequency_Entry(names[static_cast<std::size_t>(key)], Value(key));
-}
+void Show_Present(int key) { Show_Frequency_Entry(static_cast<Frequency_Entry>(key)); }
 
 template <int (*setter)(int, double), int key>
 int Set_And_Show(int mode, double value) {
     setter(mode, value);
     Show_Present(key);
     return 0;
+}
+
+/// A step that is given on the panel stays.
+int Set_Manual_Step(int mode, double value) {
+    Set_Step_Mode(true);
+    return Set_And_Show<Set_Step_Freq, step_key>(mode, value);
 }
 
 void fFreqBase(int key) {
@@ -46,7 +38,7 @@ void fFreqBase(int key) {
 }
 
 void Freq_Face(int key, Key_Face& face) {
-    Format_Frequency(Value(key), true, face.value);
+    Format_Frequency(Shown_Frequency(static_cast<Frequency_Entry>(key)), true, face.value);
     if (key != step_key) return;
     face.choice = {keys::selectAuto, keys::selectMan};
     face.chosen = stepautoman[static_cast<std::size_t>(ScreenActive)] ? 1 : 0;
@@ -64,7 +56,7 @@ std::array<Menu_Page, 1> FreqLink{{{
     .highlight = no_highlight,
     .layer = fFreqBase,
     .value_handler = {Set_And_Show<Set_Cent, center_key>, Set_And_Show<Set_Start_Freq, start_key>,
-                      Set_And_Show<Set_Stop_Freq, stop_key>, Set_And_Show<Set_Step_Freq, step_key>,
+                      Set_And_Show<Set_Stop_Freq, stop_key>, Set_Manual_Step,
                       Set_And_Show<Set_Offset_Freq, offset_key>, nullptr, nullptr},
     .face = Freq_Face,
 }}};

@@ -1,3 +1,4 @@
+#include "keys/frequency_entry.h"
 #include "keys/handlers.h"
 #include "keys/menus/entry.h"
 #include "keys/number_format.h"
@@ -16,7 +17,7 @@ double& Span() { return Freqs.span[static_cast<std::size_t>(ScreenActive)]; }
 
 int Set_Span_And_Show(int mode, double value) {
     Set_Span(mode, value);
-    menus::Show_Frequency_Entry("Span", Span());
+    Show_Frequency_Entry(Frequency_Entry::span);
     return 0;
 }
 
@@ -32,7 +33,7 @@ void fSpanBase(int key) {
         case last_key: Set_Last_Span(); break;
         default: break;
     }
-    menus::Show_Frequency_Entry("Span", Span());
+    Show_Frequency_Entry(Frequency_Entry::span);
 }
 
 void Span_Face(int key, Key_Face& face) {

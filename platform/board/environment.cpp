@@ -4,4 +4,9 @@ namespace platform {
 
 void Configure_From_Environment() {}
 
+const Network_Settings& Network() {
+    static const Network_Settings everywhere{.address = "0.0.0.0", .scpi_port = 5025, .required = false};
+    return everywhere;
+}
+
 }  // namespace platform

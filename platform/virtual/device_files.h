@@ -18,6 +18,11 @@ constexpr const char* keypad = "/dev/keypad";
 constexpr const char* power_key = "/dev/killsys";
 constexpr const char* backlight = "/dev/backlight";  ///< one byte, percent
 constexpr const char* serial = "/dev/tts/2";
+constexpr const char* serial_user = "/dev/serial";  ///< the cable's other end, for a PC's program
+constexpr const char* gpib = "/dev/gpib";
+constexpr const char* usb = "/dev/usb";
+/// GPIB and USB: the controller's socket lies beside the device.
+constexpr const char* controller_suffix = ".controller";
 
 struct Frame_Device {
     const char* path;
@@ -59,6 +64,17 @@ struct Fpga_Request {
     std::int32_t request;
     std::int32_t argument;
 };
+
+/// GPIB and USB devices and their controllers' ends are packet sockets. To the instrument go bare bytes, of a controller
+/// up to device_packet_limit a packet; from it come packets of this header, and the bytes where they carry any. What
+/// the instrument sends while no controller is connected is lost.
+enum class Device_Packet : std::uint32_t { bytes = 1, request = 2 };
+struct Device_Header {
+    Device_Packet packet;
+    std::int32_t request;   ///< of the driver
+    std::int32_t argument;
+};
+constexpr std::size_t device_packet_limit = 8192;  ///< bytes
 
 /// Connects to a local socket of the given type, without blocking; path may be longer than a socket name. Returns the
 /// descriptor, which doesn't block either, or -1 with errno.

@@ -1,5 +1,6 @@
 #include "platform/environment.h"
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +11,29 @@
 #include "platform/root.h"
 
 namespace platform {
+namespace {
+
+Network_Settings network;
+
+/// The number that a variable holds; the default where it is unset. Ends the process over anything else.
+int Port(const char* variable, int standard) {
+    const char* text = std::getenv(variable);
+    if (text == nullptr)
+        return standard;
+    constexpr int most = 65535;
+    int port = -1;
+    const auto [end, error] = std::from_chars(text, text + std::strlen(text), port);
+    if (error == std::errc() && *end == '\0' && port >= 0 && port <= most)
+        return port;
+    std::fprintf(stderr, "kva720: %s is no port\n", variable);
+    std::exit(2);
+}
+
+}  // namespace
+
+const Network_Settings& Network() {
+    return network;
+}
 
 void Configure_From_Environment() {
     // The main loop's short sleeps may last as long as nobody sees: a PC has other work than to wake up every 60 us.
@@ -25,6 +49,11 @@ void Configure_From_Environment() {
     const char* fast = std::getenv("KVA720_FAST");
     if (fast != nullptr && std::strcmp(fast, "1") == 0)
         Set_Clock_Mode(Clock_Mode::fast);
+    const char* address = std::getenv("KVA720_LISTEN");
+    if (address != nullptr)
+        network.address = address;
+    network.scpi_port = Port("KVA720_SCPI_PORT", 5025);
+    network.required = true;
 }
 
 }  // namespace platform

@@ -9,6 +9,7 @@
 #include "scpi/status.h"
 #include "scpi/wait.h"
 #include "scpi/writers.h"
+#include "trace/acquisition.h"
 
 namespace {
 
@@ -69,7 +70,7 @@ int SCPI_CoreIdnQ(ScpiContext& context) {
 
 int SCPI_CoreOpc(ScpiContext& context) {
     const auto begin = [&] {
-        if (Pending_Operation_Flag.load(std::memory_order_acquire)) {
+        if (Operation_Pending() && Sweep_Can_Come()) {
             Command_Opc_Flag.store(1);
         } else {
             SCPI_RegSetBits(context, reg_esr, esr_operation_complete);

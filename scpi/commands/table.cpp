@@ -15,7 +15,8 @@ std::optional<Command_Index> command_index;
 }  // namespace
 
 std::vector<std::span<const ScpiCommand>> Command_Families() {
-    return {families::Common(), families::Status(), families::System_Error()};
+    using namespace families;
+    return {Common(), Trace(), Initiate(), System_Error(), System_Preset(), Status(), Sense_Frequency()};
 }
 
 void Set_Identification(ScpiContext& context) {

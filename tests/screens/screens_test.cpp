@@ -8,11 +8,13 @@
 #include "display/text.h"
 #include "keys/dispatch.h"
 #include "keys/key_codes.h"
+#include "keys/handlers.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
 #include "palette.h"
 #include "records/freqs.h"
+#include "records/locks.h"
 #include "records/handover.h"
 #include "records/sweep.h"
 #include "records/sys.h"
@@ -203,6 +205,35 @@ TEST_F(Screens, AllIcons) {
     Draw_Clock();
     Display_all_icon();
     Expect_Screen("icons");
+}
+
+TEST_F(Screens, ErrorList) {
+    parse_txt_file(Word_List_Path(0));
+    mode_str_init();
+    Ext_Frame();
+    blocktwo_str_init();
+    for (int i = 0; i < 12; ++i) SCPI_ErrorPush(scpi_context, i % 2 ? -222 : 300);
+    constexpr std::string_view input = "FREQ:CENTRE 433.92 MHZ;:CALC:MARK2:X 433.92 MHZ;:CALC:MARK2:Y?;:NO:SUCH:COMMAND\n";
+    std::copy(input.begin(), input.end(), scpi_input_buffer.begin());
+    scpi_context.input.position = input.size();
+    {
+        const std::lock_guard remote(scpi_lock_mutex);
+        for (int i = 0; i < 12; ++i) {
+            platform::Step_Clock(std::chrono::minutes(7));
+            SCPI_ErrorPush(scpi_context, i % 2 ? -113 : -104);
+        }
+    }
+    scpi_context.input.position = 0;
+    Sys_HwKey();
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list");
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list_next");
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list_next");
+    Sys_SwKey(6, 0);
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list");
 }
 
 TEST_F(Screens, MeasurementWithResults) {

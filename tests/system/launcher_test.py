@@ -59,13 +59,15 @@ def processes(session):
 def leftovers(root):
     """Lock, sockets, FIFOs and links to terminals below a root."""
     paths = [path for path in pathlib.Path(root).rglob("*") if path.is_socket() or path.is_fifo()]
-    paths += [path for name in (".lock", "dev/tts/2") if os.path.lexists(path := pathlib.Path(root) / name)]
+    paths += [path for name in (".lock", "dev/tts/2", "dev/serial") if os.path.lexists(path := pathlib.Path(root) / name)]
     return [str(path.relative_to(root)) for path in paths]
 
 
 class Launcher:
     def __init__(self, root, *options, port=0):
         self.root = root
+        if "--scpi-port" not in options:
+            options = ["--scpi-port", "0", *options]
         command = [PROGRAM, "--root", root, "--http-port", str(port), "--fast", *options]
         self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                         stderr=subprocess.PIPE, start_new_session=True)
@@ -216,6 +218,18 @@ def test_taken_port(stage):
     with socket.create_server(("127.0.0.1", 0)) as taken:
         number = taken.getsockname()[1]
         line, = stage.launch(port=number).expect_end(2, 1)
+        expect(str(number) in line, f"no port in {line!r}")
+        line, = stage.launch("--scpi-port", str(number), root=stage.root("other")).expect_end(2, 1)
+        expect(str(number) in line, f"no port in {line!r}")
+
+
+def test_port_taken_while_starting(stage):
+    with socket.create_server(("127.0.0.1", 0)) as probe:
+        number = probe.getsockname()[1]
+    launcher = stage.launch("--scpi-port", str(number))
+    await_that("the board was not started", lambda: "kva720-board" in launcher.programs())
+    with socket.create_server(("127.0.0.1", number)):
+        line, = launcher.expect_end(2, 1)
         expect(str(number) in line, f"no port in {line!r}")
 
 

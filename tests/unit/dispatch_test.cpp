@@ -75,6 +75,10 @@ TEST_F(Dispatch, StepModeTogglesOnTheSecondPress) {
     Press({soft(3)});
     EXPECT_EQ(stepautoman[0], 0);
     EXPECT_EQ(Freqs.step[0], Freqs.span[0] / 10);
+    Type("7");
+    Press({soft(2)});
+    EXPECT_EQ(stepautoman[0], 1) << "a typed step stays";
+    EXPECT_EQ(Freqs.step[0], 7e3);
 }
 
 TEST_F(Dispatch, ArrowsAndKnobWorkOnTheHighlightedKeyUnlessANumberIsTyped) {

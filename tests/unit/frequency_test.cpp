@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "records/amp.h"
 #include "records/bw.h"
 #include "records/freqs.h"
@@ -90,14 +92,42 @@ TEST_F(Frequency, TheSpanLadder) {
 
 TEST_F(Frequency, StepsStopAtTheLimits) {
     Set_Span(typed, 1e6);
+    Set_Step_Mode(true);
     Set_Step_Freq(typed, 2e9);
     Step(Set_Cent, arrow, 3);
     EXPECT_LE(Freqs.stop[0], MAXFREQUENCY);
     Step(Set_Cent, arrow, -3);
     EXPECT_GE(Freqs.start[0], 0);
-    EXPECT_EQ(stepautoman[0], 1);
     Set_Step_Mode(false);
     EXPECT_DOUBLE_EQ(Freqs.step[0], Freqs.span[0] / 10);
+}
+
+TEST_F(Frequency, AStepGivenWhileAutomaticHoldsUntilTheSpanChanges) {
+    Set_Span(typed, 1e6);
+    Set_Step_Freq(typed, 7e3);
+    Set_Cent(typed, 1e9);
+    EXPECT_EQ(Freqs.step[0], 7e3);
+    Set_Span(typed, 2e6);
+    EXPECT_EQ(Freqs.step[0], 200e3);
+    Set_Cent(typed, 100e3);
+    EXPECT_EQ(Freqs.step[0], 20e3) << "a centre at the edge takes the span along";
+}
+
+TEST_F(Frequency, StartAndStopKeepASpanThatCanBeSwept) {
+    Set_Span(typed, 1e3);
+    BW_Data.rbw_mode[0] = 1;
+    BW_Data.rbw[0] = 12;
+    Ext_Sweep_Time_Auto();
+    const Freqs_Record before = Freqs;
+    Set_Start_Freq(typed, 0);
+    Set_Stop_Freq(typed, 3e9);
+    Set_Span(typed, HUGE_VAL);
+    EXPECT_EQ(Freqs.start[0], before.start[0]);
+    EXPECT_EQ(Freqs.stop[0], before.stop[0]);
+    EXPECT_EQ(Freqs.last_span[0], before.last_span[0]);
+    BW_Data.rbw_mode[0] = 0;
+    Set_Span(typed, HUGE_VAL);
+    EXPECT_EQ(Freqs.span[0], MAXSPAN);
 }
 
 TEST_F(Frequency, TheOffsetIsShownAndNeverStored) {

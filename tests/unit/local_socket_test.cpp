@@ -1,140 +1,122 @@
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <fcntl.h>
-
-#include <atomic>
-#include <chrono>
-#include <thread>
-
-#include "records_fixture.h"
-#include "remote/local_socket.h"
+#include "remote/local_protocol.h"
+#include "remote_rig.h"
 
 namespace {
 
-std::atomic<int> last_key{-1};
-bool Take_Key(std::int32_t code) {
-    last_key = code;
-    return code != 200;
-}
-std::string settings;
-bool Take_Setting(std::string_view name, double value) {
-    settings += std::string(name) + '=' + std::to_string(value) + ';';
-    return name == "span";
-}
-bool No_Power() { return false; }
-void Tell_State(std::string& text) { text = "{\"model\":\"X\"}"; }
-void Tell_Trace(std::string& text) { text.assign(300'000, 't'); }
-
-class Local_Socket : public Records {
+class Local_Socket : public Remote_Rig {
 protected:
-    void SetUp() override {
-        Records::SetUp();
-        last_key = -1;
-        std::filesystem::create_directories(platform::Rooted("/tmp/web_store"));
-        root.Write("/tmp/web_store/talmiron.sock", "an old file");
-        server = std::thread([] { remote::Serve_Local_Socket({Take_Key, Take_Setting, No_Power, Tell_State, Tell_Trace}); });
+    void Prepare() override { root.Write("/tmp/web_store/talmiron.sock", "an old file"); }
+
+    static std::string Length(std::uint32_t value) {
+        std::string bytes;
+        for (int shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<char>(value >> shift));
+        return bytes;
     }
-    void TearDown() override {
-        platform::Request_Stop();
-        server.join();
-        EXPECT_FALSE(std::filesystem::exists(platform::Rooted("/tmp/web_store/talmiron.sock")));
-        Records::TearDown();
+    static std::string Whole(std::string_view text) {
+        return "SC" + Length(static_cast<std::uint32_t>(text.size())) + std::string(text);
     }
-    static int Connect() {
-        const int folder = open(platform::Rooted("/tmp/web_store").c_str(), O_PATH | O_DIRECTORY);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/talmiron.sock", folder);
-        int connection = -1;
-        for (int i = 0; i < 400; ++i) {
-            connection = socket(AF_UNIX, SOCK_STREAM, 0);
-            if (connect(connection, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) break;
-            close(connection);
-            connection = -1;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        close(folder);
-        return connection;
-    }
-    static void Send(int connection, std::string_view bytes) {
-        ASSERT_EQ(send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
-    }
-    /// The next bytes; fewer when the connection ends or nothing comes for two seconds.
-    static std::string Receive(int connection, std::size_t count) {
-        std::string text;
-        pollfd wait{connection, POLLIN, 0};
-        std::array<char, 4096> piece;
-        while (text.size() < count && poll(&wait, 1, 2000) > 0) {
-            const ssize_t got = recv(connection, piece.data(), std::min(piece.size(), count - text.size()), 0);
-            if (got <= 0) break;
-            text.append(piece.data(), static_cast<std::size_t>(got));
-        }
-        return text;
-    }
-    std::thread server;
 };
 
 const std::string st("ST\0", 3), ok("OK\0", 3), no("NO\0", 3);
 
 TEST_F(Local_Socket, KeysAreAnsweredHoweverTheirBytesAreCut) {
-    const int first = Connect(), second = Connect();
-    Send(first, "K");
-    Send(second, "KY");
-    EXPECT_EQ(Receive(second, 3), st);
-    Send(second, "\x05");
-    EXPECT_EQ(Receive(second, 3), ok) << "half a command of another client is not in the way";
+    const Connection first = Page(), second = Page();
+    first.Send("K");
+    second.Send("KY");
+    EXPECT_EQ(second.Receive(3), st);
+    second.Send("\x05");
+    EXPECT_EQ(second.Receive(3), ok) << "half a command of another client is not in the way";
     EXPECT_EQ(last_key, 5);
-    Send(first, "Y\x07KY\xc8PW");
-    EXPECT_EQ(Receive(first, 15), st + ok + st + no + no);
+    first.Send("Y\x07KY\xc8PW");
+    EXPECT_EQ(first.Receive(15), st + ok + st + no + no);
     EXPECT_EQ(last_key, 200);
-    close(first);
-    close(second);
 }
 
 TEST_F(Local_Socket, SettingsAreLinesOfNameAndNumber) {
     settings.clear();
-    const int client = Connect();
-    Send(client, "SEspan 2.5e6\nSEcen");
-    EXPECT_EQ(Receive(client, 9), st + ok + st);
-    Send(client, "ter 1\nSEspan nan\nSEspan 1x\nSEspan\n");
-    EXPECT_EQ(Receive(client, 21), no + st + no + st + no + st + no);
+    const Connection client = Page();
+    client.Send("SEspan 2.5e6\nSEcen");
+    EXPECT_EQ(client.Receive(9), st + ok + st);
+    client.Send("ter 1\nSEspan nan\nSEspan 1x\nSEspan\n");
+    EXPECT_EQ(client.Receive(21), no + st + no + st + no + st + no);
     EXPECT_EQ(settings, "span=2500000.000000;center=1.000000;");
-    Send(client, "SE");
-    EXPECT_EQ(Receive(client, 3), st);
-    Send(client, std::string(100, 'x'));
-    EXPECT_EQ(Receive(client, 1), "") << "a line without end ends the connection";
-    close(client);
+    client.Send("SE");
+    EXPECT_EQ(client.Receive(3), st);
+    client.Send(std::string(100, 'x'));
+    EXPECT_EQ(client.Receive(1), "") << "a line without end ends the connection";
 }
 
 TEST_F(Local_Socket, LongAnswersComeWholeAndUnknownCommandsEndTheirConnectionOnly) {
-    const int first = Connect(), second = Connect();
-    Send(first, "TRIN");
-    const std::string length = Receive(first, 4);
+    const Connection first = Page(), second = Page();
+    first.Send("TRIN");
+    const std::string length = first.Receive(4);
     EXPECT_EQ(length, std::string("\xe0\x93\x04\0", 4));
-    EXPECT_EQ(Receive(first, 300'000), std::string(300'000, 't'));
-    EXPECT_EQ(Receive(first, 4 + 13).substr(4), "{\"model\":\"X\"}");
-    Send(second, "QQ");
-    EXPECT_EQ(Receive(second, 1), "");
-    Send(first, "PW");
-    EXPECT_EQ(Receive(first, 3), no);
-    close(first);
-    close(second);
+    EXPECT_EQ(first.Receive(300'000), std::string(300'000, 't'));
+    EXPECT_EQ(first.Receive(4 + 13).substr(4), "{\"model\":\"X\"}");
+    second.Send("QQ");
+    EXPECT_EQ(second.Receive(1), "");
+    first.Send("PW");
+    EXPECT_EQ(first.Receive(3), no);
 }
 
 TEST_F(Local_Socket, ClientsThatNeverReadOrComeInCrowdsHarmNobody) {
-    std::vector<int> crowd;
+    std::vector<Connection> crowd;
     for (int i = 0; i < 12; ++i) {
-        crowd.push_back(Connect());
-        for (int j = 0; j < 20; ++j) send(crowd.back(), "TR", 2, MSG_NOSIGNAL | MSG_DONTWAIT);
+        crowd.push_back(Page());
+        for (int j = 0; j < 20; ++j) send(crowd.back().Descriptor(), "TR", 2, MSG_NOSIGNAL | MSG_DONTWAIT);
     }
-    const int client = Connect();
-    Send(client, "PW");
-    EXPECT_EQ(Receive(client, 3), no);
-    for (const int connection : crowd) close(connection);
-    close(client);
+    const Connection client = Page();
+    client.Send("PW");
+    EXPECT_EQ(client.Receive(3), no);
+}
+
+TEST_F(Local_Socket, ShortTextsAreOneRecvEachAndTheirAnswersCutAtTheSlot) {
+    const Connection client = Page();
+    ASSERT_TRUE(client.Send("RW"));
+    EXPECT_EQ(client.Receive(3), st);
+    ASSERT_TRUE(client.Send("*IDN?;:COUN?"));
+    EXPECT_EQ(client.Receive(6), std::string("me;1\n\0", 6));
+    EXPECT_EQ(Remote_Flag, 0) << "the page is the front panel";
+    ASSERT_TRUE(client.Send("WR"));
+    EXPECT_EQ(client.Receive(3), st);
+    ASSERT_TRUE(client.Send(":COUN?"));
+    ASSERT_TRUE(Eventually([] { return executed == 2; }));
+    ASSERT_TRUE(client.Send("RW"));
+    EXPECT_EQ(client.Receive(3), st) << "no answer of the last text";
+    ASSERT_TRUE(client.Send(":SIL"));
+    EXPECT_EQ(client.Receive(1), std::string(1, '\0'));
+    ASSERT_TRUE(client.Send("RW:LONG? 700"));
+    EXPECT_EQ(client.Receive(3 + 600), st + std::string(599, 'd') + '\0');
+    ASSERT_TRUE(client.Send("RW"));
+    EXPECT_EQ(client.Receive(3), st);
+    ASSERT_TRUE(client.Send("*IDN?\n" + std::string(594, ' ')));
+    EXPECT_EQ(client.Receive(4), std::string("me\n\0", 4));
+    ASSERT_TRUE(client.Send("PW"));
+    EXPECT_EQ(client.Receive(3), no);
+}
+
+TEST_F(Local_Socket, WholeTextsGetAllTheirAnswersOrNoneAtAll) {
+    const Connection client = Page();
+    const std::string text = Whole("*IDN?\n:SIL\n:COUN?;*IDN?");
+    for (const char byte : text) ASSERT_TRUE(client.Send({&byte, 1}));
+    EXPECT_EQ(client.Receive(3 + 4 + 8), st + Length(8) + "me\n2;me\n");
+    ASSERT_TRUE(client.Send(Whole("")));
+    EXPECT_EQ(client.Receive(7), st + Length(0));
+
+    std::string many;
+    for (int i = 0; i < 8; ++i) many += ":LONG? 8999\n";
+    ASSERT_TRUE(client.Send(Whole(many)));
+    EXPECT_EQ(client.Receive(7), st + Length(65536));
+    EXPECT_EQ(client.Receive(65536).substr(65536 - 3), "jjj") << "the eighth answer is cut";
+
+    executed = 0;
+    ASSERT_TRUE(client.Send(Whole(":SIL\n:SIL" + std::string(507, ' '))));
+    EXPECT_EQ(client.Receive(7), st + Length(0xffffffff)) << "a message that is too long";
+    ASSERT_TRUE(client.Send(Whole(std::string(4097, '\n'))));
+    EXPECT_EQ(client.Receive(7), st + Length(0xffffffff));
+    EXPECT_EQ(executed, 0);
+    ASSERT_TRUE(client.Send(Whole(":SIL" + std::string(506, ' ') + "\n:COUN?\n")));
+    EXPECT_EQ(client.Receive(9), st + Length(2) + "2\n") << "the connection goes on";
 }
 
 }  // namespace

@@ -79,8 +79,9 @@ TEST(Number_Format, NoValueAndNoPrecisionLeavesTheArrays) {
     for (const double value : values) {
         for (const int decimals : {-5, 0, 3, 9, 10, 11, 12, 13, 40, 1000}) {
             Formatted_Value result;
-            for (const Transform transform : {freqvalue_trans, bw_freqvalue_trans, marker_freqvalue_trans, secvalue_trans,
-                                              ampvalue_trans, attvalue_trans, deltavalue_trans, bpsvalue_trans}) {
+            for (const Transform transform :
+                 {freqvalue_trans, bw_freqvalue_trans, marker_freqvalue_trans, secvalue_trans, ampvalue_trans,
+                  attvalue_trans, deltavalue_trans, bpsvalue_trans}) {
                 transform(value, decimals, result);
                 ASSERT_LT(static_cast<std::size_t>(result.unit_group), result.unit_names.size()) << value;
                 for (const std::size_t size : {1, 2, 7, 24, 400}) {
@@ -197,9 +198,16 @@ TEST(Number_Format, ShownTimesAndBandwidths) {
         format(value, text);
         return std::string(text.data());
     };
-    for (const auto& [seconds, text] : std::vector<std::pair<double, const char*>>{
-             {0.0359, "35.90 ms"}, {0.005, "5.000 ms"}, {0.2, "200.0 ms"},   {0.99996, "1.000 s"}, {99.9999, "100.0 s"},
-             {1000, "1000.0 s"},   {12e-6, "12.00 us"}, {0.5e-6, "500.0 ns"}, {0, "0 ns"},          {3e-16, "0.30 fs"}}) {
+    for (const auto& [seconds, text] : std::vector<std::pair<double, const char*>>{{0.0359, "35.90 ms"},
+                                                                                   {0.005, "5.000 ms"},
+                                                                                   {0.2, "200.0 ms"},
+                                                                                   {0.99996, "1.000 s"},
+                                                                                   {99.9999, "100.0 s"},
+                                                                                   {1000, "1000.0 s"},
+                                                                                   {12e-6, "12.00 us"},
+                                                                                   {0.5e-6, "500.0 ns"},
+                                                                                   {0, "0 ns"},
+                                                                                   {3e-16, "0.30 fs"}}) {
         EXPECT_EQ(shown(Format_Time, seconds), text);
     }
     EXPECT_EQ(shown(Format_Bandwidth, 100e3), "100 kHz");

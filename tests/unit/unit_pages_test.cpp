@@ -102,14 +102,36 @@ TEST_F(Unit_Pages, NumbersReachTheHandlerInBaseUnits) {
         double value;
     };
     for (const auto& [type, keys, key, value] : std::to_array<Case>({
-             {'7', "-32.4", 0, -32.4},   {'7', "46.99", 1, 0},         {'7', "106.99", 2, 0},     {'7', "99999", 0, 1000},
-             {'a', "-0.5", 0, -0.5},     {'a', "5000", 0, 1000},       {'b', "-80", 0, -80},      {'c', "12.5", 0, 12.5},
-             {'d', "2.5", 0, 3},         {'d', "-2.5", 0, -3},         {'d', "999999999999", 0, most_whole},
-             {'e', "0.35", 0, 0.35},     {'f', "-100", 0, -100},       {'f', "-40", 1, -100},     {'j', "4.8", 1, 4800},
-             {'j', "1", 0, 1e6},         {'j', "99999", 0, 1e9},       {'j', "300", 2, 300},      {'l', "3", 1, 3000},
-             {'l', "80", 3, 80},         {'m', "40", 3, 40},           {'n', "-12.3", 1, -12.3},  {'o', "1.5", 0, 5400},
-             {'o', "2", 1, 120},         {'o', "250", 3, 0.25},        {'h', "20280229", 0, 20280229},
-             {'i', "093000", 0, 93000},  {'i', "0", 0, 0},             {'1', "2.4", 1, 2.4e6},    {'6', "20", 2, 0.02},
+             {'7', "-32.4", 0, -32.4},
+             {'7', "46.99", 1, 0},
+             {'7', "106.99", 2, 0},
+             {'7', "99999", 0, 1000},
+             {'a', "-0.5", 0, -0.5},
+             {'a', "5000", 0, 1000},
+             {'b', "-80", 0, -80},
+             {'c', "12.5", 0, 12.5},
+             {'d', "2.5", 0, 3},
+             {'d', "-2.5", 0, -3},
+             {'d', "999999999999", 0, most_whole},
+             {'e', "0.35", 0, 0.35},
+             {'f', "-100", 0, -100},
+             {'f', "-40", 1, -100},
+             {'j', "4.8", 1, 4800},
+             {'j', "1", 0, 1e6},
+             {'j', "99999", 0, 1e9},
+             {'j', "300", 2, 300},
+             {'l', "3", 1, 3000},
+             {'l', "80", 3, 80},
+             {'m', "40", 3, 40},
+             {'n', "-12.3", 1, -12.3},
+             {'o', "1.5", 0, 5400},
+             {'o', "2", 1, 120},
+             {'o', "250", 3, 0.25},
+             {'h', "20280229", 0, 20280229},
+             {'i', "093000", 0, 93000},
+             {'i', "0", 0, 0},
+             {'1', "2.4", 1, 2.4e6},
+             {'6', "20", 2, 0.02},
          })) {
         EXPECT_DOUBLE_EQ(Entered(type, keys, key), value) << type << ' ' << keys;
     }
@@ -123,7 +145,8 @@ TEST_F(Unit_Pages, NumbersReachTheHandlerInBaseUnits) {
 }
 
 TEST_F(Unit_Pages, WhatIsNoDayOrTimeStaysTyped) {
-    for (const char* date : {"20270229", "20271301", "20270100", "19991231", "21000101", "1", "2027.0101", "-20270101"}) {
+    for (const char* date :
+         {"20270229", "20271301", "20270100", "19991231", "21000101", "1", "2027.0101", "-20270101"}) {
         EXPECT_TRUE(Refused('h', date)) << date;
     }
     for (const char* clock : {"240000", "6000", "60", "1.5", "-1"}) EXPECT_TRUE(Refused('i', clock)) << clock;
@@ -304,7 +327,14 @@ TEST_F(Unit_Pages, AnyOrderOfKeysGivesTheValueOfItsText) {
 
 TEST_F(Addresses, NoOrderOfKeysLeavesTheArrays) {
     std::vector<std::byte> pixels(std::size_t{screen_width} * screen_height * 2);
-    fbOsd0 = {pixels.data(), nullptr, -1, screen_width, screen_height, 16, screen_width * 2, static_cast<std::uint32_t>(pixels.size())};
+    fbOsd0 = {pixels.data(),
+              nullptr,
+              -1,
+              screen_width,
+              screen_height,
+              16,
+              screen_width * 2,
+              static_cast<std::uint32_t>(pixels.size())};
     constexpr std::string_view types = "16789abcdefghijlmno5", keys = "0123456789....-BBdlruwxyz{|G";
     std::mt19937 random(103);
     const auto any = [&](std::size_t count) { return static_cast<std::size_t>(random() % count); };

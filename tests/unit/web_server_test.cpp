@@ -17,7 +17,7 @@
 
 #include "platform/backlight.h"
 #include "platform/stop.h"
-#include "remote/local_socket.h"
+#include "remote/server.h"
 #include "temp_root.h"
 #include "web_rig.h"
 #include "virtual_board/devices.h"
@@ -47,7 +47,7 @@ public:
         takes_keys = true;
         platform::Reset_Stop();
         thread_ = std::thread([] {
-            remote::Serve_Local_Socket({
+            remote::Serve({
                 [](std::int32_t code) {
                     if (!takes_keys) return false;
                     last_key = code;
@@ -222,6 +222,41 @@ TEST(Web_Source, ADeviceCutShortUnderItsMappingIsLeftOut) {
     std::filesystem::resize_file(platform::Rooted("/dev/fb/1"), 4096);
     source.Capture(screen);
     EXPECT_EQ(Pixel(screen, 799, 599), 0u);
+}
+
+TEST(Web_Source, NewsIsWhateverTheScreenIsMadeOf) {
+    const Temp_Root root;
+    virtual_board::Make_Frame_Devices();
+    Fill_Video(0x55);
+    web::Frame_Source source(0ms);
+    Pixels screen(web::screen_bytes), other(web::screen_bytes);
+    std::uint64_t seen = 0, others = 0;
+    const auto news = [&] { return source.Capture_News(seen, screen); };
+    EXPECT_TRUE(news());
+    EXPECT_FALSE(news());
+
+    const int device = platform::Frame_Open("/dev/fb/1");
+    auto* memory = platform::Frame_Map(device, 800 * 600 * 3);
+    memory[800 * 600 * 3 - 1] = std::byte{0x56};
+    source.Capture(other);  // a look of somebody else's takes no news away
+    EXPECT_TRUE(news());
+    EXPECT_EQ(Pixel(screen, 799, 599), 0x555556u);
+    EXPECT_EQ(screen, other);
+    platform::Frame_Set_Position(device, 1, 0);
+    EXPECT_TRUE(news());
+    platform::Frame_Set_Background(device, 0x0000ff);
+    EXPECT_TRUE(news());
+    EXPECT_EQ(Pixel(screen, 0, 0), 0x0000ffu);
+    root.Write("/dev/backlight", std::string(1, '\0'));
+    EXPECT_TRUE(news());
+    EXPECT_FALSE(news());
+    platform::Frame_Unmap(memory, 800 * 600 * 3);
+    platform::Frame_Close(device);
+    virtual_board::Remove_Frame_Devices();
+    EXPECT_TRUE(news());
+    EXPECT_FALSE(news());
+    EXPECT_TRUE(source.Capture_News(others, other));
+    EXPECT_EQ(screen, other);
 }
 
 // ---- The server, over its wires

@@ -104,6 +104,20 @@ TEST(Web_Screen, WindowsLookAsTheirControlsSay) {
     EXPECT_EQ(at(3), 0x00e070u) << "no picture without a size";
 }
 
+TEST(Web_Screen, ZeroPixelsShowWhatLiesBelowWhereverTheyStand) {
+    Plane osd(11, 1, 16);
+    Pixels screen(web::screen_bytes);
+    for (int first = 0; first < 11; ++first) {
+        for (int last = first; last < 11; ++last) {
+            for (int x = 0; x < 11; ++x) osd.Set(x, 0, x == first || x == last ? 0xffff : 0);
+            web::Compose(0x123456, std::array{osd.As_Layer(true)}, 100, screen);
+            for (int x = 0; x < 12; ++x)
+                ASSERT_EQ(Pixel(screen, x, 0), x == first || x == last ? 0xffffffu : 0x123456u) << first << ' ' << last;
+        }
+    }
+    EXPECT_EQ(Pixel(screen, 799, 599), 0x123456u);
+}
+
 TEST(Web_Screen, BackLightDimsTheWholePicture) {
     Plane video(800, 600, 24);
     video.Set(5, 5, 0xc86400);

@@ -8,21 +8,15 @@
 #include <cerrno>
 #include <utility>
 
+#include "platform/root.h"
+
 namespace platform {
 
 namespace {
 
 constexpr std::array<std::pair<int, speed_t>, 10> speeds{{
-    {300, B300},
-    {600, B600},
-    {1200, B1200},
-    {2400, B2400},
-    {4800, B4800},
-    {9600, B9600},
-    {19200, B19200},
-    {38400, B38400},
-    {57600, B57600},
-    {115200, B115200},
+    {300, B300}, {600, B600}, {1200, B1200}, {2400, B2400}, {4800, B4800},
+    {9600, B9600}, {19200, B19200}, {38400, B38400}, {57600, B57600}, {115200, B115200},
 }};
 
 }  // namespace
@@ -33,7 +27,7 @@ int Open_Serial(const char* device, int baud_rate) {
         errno = EINVAL;
         return -1;
     }
-    const int line = ::open(device, O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const int line = ::open(Rooted(device).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (line < 0) return -1;
     termios settings{};
     settings.c_cflag = CS8 | CREAD | CLOCAL | CRTSCTS;
@@ -42,6 +36,7 @@ int Open_Serial(const char* device, int baud_rate) {
     settings.c_cc[VTIME] = 0;
     ::cfsetispeed(&settings, speed->second);
     ::cfsetospeed(&settings, speed->second);
+    // A pseudo-terminal takes the flow control and has none.
     if (::tcflush(line, TCIOFLUSH) == 0 && ::tcsetattr(line, TCSANOW, &settings) == 0) return line;
     const int error = errno;
     ::close(line);

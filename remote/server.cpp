@@ -1,0 +1,120 @@
+#include "remote/server.h"
+
+#include <memory>
+
+#include "platform/clock.h"
+#include "platform/environment.h"
+#include "platform/stop.h"
+#include "remote/device_port.h"
+#include "remote/gpib.h"
+#include "remote/local_socket.h"
+#include "remote/poll_set.h"
+#include "remote/raw_socket.h"
+#include "remote/rs232.h"
+#include "remote/setup.h"
+#include "remote/sinks.h"
+#include "remote/usb.h"
+#include "remote/waiting.h"
+#include "scpi/wait.h"
+
+namespace remote {
+namespace {
+
+constexpr int clock_look_ms = 100, waiting_ms = 5;
+
+class Server {
+public:
+    explicit Server(const Local_Commands& commands) : local_(commands) {}
+
+    /// One wait over everything. False on the stop.
+    bool Serve_Once();
+    /// A short wait over the front panel while a command waits. False on the stop.
+    bool Serve_Pages();
+
+private:
+    int Wait_Time() const;
+
+    Rs232_Port rs232_;
+    Device_Port gpib_{interface_gpib}, usb_{interface_usb};
+    Raw_Clients raw_;
+    Local_Socket local_;
+};
+
+/// On the server thread, while it serves.
+thread_local Server* serving = nullptr;
+
+bool Server::Serve_Once() {
+    Poll_Set waits;
+    const std::size_t stop = waits.Add(platform::Stop_Fd(), POLLIN), requests = waits.Add(Request_Event(), POLLIN);
+    rs232_.Add_Waits(waits);
+    gpib_.Add_Waits(waits);
+    usb_.Add_Waits(waits);
+    raw_.Add_Waits(waits);
+    local_.Add_Waits(waits);
+    if (!waits.Wait(Wait_Time()) || waits.Events(stop)) return false;
+    rs232_.Serve(waits);
+    gpib_.Serve(waits);
+    usb_.Serve(waits);
+    raw_.Serve(waits);
+    local_.Serve(waits);
+    if (waits.Events(requests)) Send_Requests();
+    return true;
+}
+
+int Server::Wait_Time() const {
+    if (local_.Has_Work()) return 0;
+    const bool clock = rs232_.Watches_Time() || gpib_.Watches_Time() || usb_.Watches_Time() || raw_.Watches_Time() ||
+                       local_.Watches_Time();
+    return clock ? clock_look_ms : -1;
+}
+
+bool Server::Serve_Pages() {
+    Poll_Set waits;
+    const std::size_t stop = waits.Add(platform::Stop_Fd(), POLLIN);
+    local_.Add_Page_Waits(waits);
+    if (!waits.Wait(waiting_ms) || waits.Events(stop)) return false;
+    local_.Serve_Pages(waits);
+    return true;
+}
+
+}  // namespace
+
+bool Keep_Waiting() {
+    if (platform::Stop_Requested()) return false;
+    const ScpiUserContext client = Waiting_Client();
+    Sink* const sink = Sink_Of(client.kind);
+    const bool ours = client.kind != interface_hislip && client.kind != interface_vxi11;
+    // The server's clients are its thread's alone; another thread's wait leaves them to it.
+    if (sink && ours == (serving != nullptr) && !sink->Lives(client.descriptor)) {
+        Release_Waits(client);
+        return false;
+    }
+    if (Setup().sweep_can_come && !Setup().sweep_can_come()) return false;
+    return serving ? serving->Serve_Pages() : platform::Sleep_For(std::chrono::milliseconds(waiting_ms));
+}
+
+bool Open_Ports(const Remote_Setup& setup, int baud_index) {
+    Install_Interface(setup);
+    Open_Rs232(baud_index);
+    Open_Gpib();
+    Open_Usb();
+    const platform::Network_Settings& network = platform::Network();
+    return network.scpi_port < 0 || Open_Raw_Listener(network.address, network.scpi_port);
+}
+
+void Close_Ports() {
+    Close_Raw_Listener();
+    Close_Usb();
+    Close_Gpib();
+    Close_Rs232();
+    Remove_Interface();
+}
+
+void Serve(const Local_Commands& commands) {
+    const auto server = std::make_unique<Server>(commands);
+    serving = server.get();
+    while (server->Serve_Once()) {}
+    serving = nullptr;
+}
+
+}  // namespace remote

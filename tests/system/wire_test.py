@@ -1,0 +1,334 @@
+#!/usr/bin/python3
+"""Remote control over the wires, by the clients that people use: raw TCP, serial line, GPIB and USB.
+
+wire_test.py --build DIR [--only TEXT]
+"""
+import argparse
+import contextlib
+import json
+import os
+import re
+import select
+import signal
+import socket
+import struct
+import subprocess
+import sys
+import threading
+import time
+
+import pyvisa
+
+from instrument import Failure, Instrument
+
+PATIENCE = 15  # s for an answer; a sanitizer build on a busy machine takes its time
+QUIET = 1.0  # s in which something must not happen
+CLIENTS = 32
+
+
+def expect(truth, text):
+    if not truth:
+        raise Failure(text)
+
+
+def expect_same(got, wanted, what):
+    expect(got == wanted, f"{what}: {got!r} instead of {wanted!r}")
+
+
+def await_that(text, check):
+    end = time.monotonic() + PATIENCE
+    while not (value := check()):
+        expect(time.monotonic() < end, text)
+        time.sleep(0.05)
+    return value
+
+
+class Plain:
+    """A bare TCP client, for what a library would not do."""
+
+    def __init__(self, address):
+        host, _, port = address.rpartition(":")
+        self.socket = socket.create_connection((host, int(port)), timeout=PATIENCE)
+        self.rest = b""
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def say(self, text):
+        self.socket.sendall(text.encode())
+
+    def line(self):
+        while b"\n" not in self.rest:
+            piece = self.socket.recv(65536)
+            expect(piece, "the instrument hung up")
+            self.rest += piece
+        line, _, self.rest = self.rest.partition(b"\n")
+        return line.decode()
+
+    def ask(self, text):
+        self.say(text + "\n")
+        return self.line()
+
+    def silent(self, seconds):
+        return not self.rest and not select.select([self.socket], [], [], seconds)[0]
+
+
+class Controller:
+    """The bus side of the GPIB or USB device."""
+
+    HEAD = struct.Struct("=Iii")
+
+    def __init__(self, instrument, device):
+        folder = os.open(os.path.join(instrument.root, "dev"), os.O_PATH)
+        self.socket = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+        self.socket.settimeout(PATIENCE)
+        self.socket.connect(f"/proc/self/fd/{folder}/{device}.controller")
+        os.close(folder)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def say(self, text):
+        self.socket.send(text.encode())
+
+    def packet(self):
+        """Text that was sent, or number and argument of a driver's request."""
+        data = self.socket.recv(65536)
+        kind, request, argument = self.HEAD.unpack(data[:self.HEAD.size])
+        return data[self.HEAD.size:].decode() if kind == 1 else (request, argument)
+
+
+def local_state(instrument):
+    """What the instrument says of itself over its local socket."""
+    folder = os.open(os.path.join(instrument.root, "tmp/web_store"), os.O_PATH)
+    with socket.socket(socket.AF_UNIX) as client:
+        client.settimeout(PATIENCE)
+        client.connect(f"/proc/self/fd/{folder}/talmiron.sock")
+        os.close(folder)
+        client.sendall(b"IN")
+        stream = client.makefile("rb")
+        size, = struct.unpack("<I", stream.read(4))
+        return json.loads(stream.read(size))
+
+
+class Wires:
+    """Pyvisa's resources of an instrument."""
+
+    def __init__(self, instrument):
+        self.instrument = instrument
+        self.manager = pyvisa.ResourceManager("@py")
+
+    def socket(self):
+        host, _, port = self.instrument.scpi.rpartition(":")
+        return self._opened(f"TCPIP::{host}::{port}::SOCKET")
+
+    def serial(self):
+        return self._opened(f"ASRL{os.path.realpath(self.instrument.root)}/dev/serial::INSTR", baud_rate=9600)
+
+    @contextlib.contextmanager
+    def _opened(self, name, **settings):
+        resource = self.manager.open_resource(name, read_termination="\n", write_termination="\n",
+                                              timeout=PATIENCE * 1000, **settings)
+        try:
+            yield resource
+        finally:
+            resource.close()
+
+
+def check_identification(instrument, wires):
+    with wires.socket() as client:
+        identity = client.query("*IDN?")
+    fields = identity.split(",")
+    expect(len(fields) == 4 and fields[1] == "KVA7230" and all(fields), f"identifies itself as {identity!r}")
+    with wires.serial() as client:
+        expect_same(client.query("*IDN?"), identity, "over the serial line")
+    host, _, port = instrument.scpi.rpartition(":")
+    tool = subprocess.run(["lxi", "scpi", "-r", "-a", host, "-p", port, "*IDN?"], capture_output=True, text=True,
+                          timeout=PATIENCE)
+    expect(tool.returncode == 0 and tool.stdout.strip() == identity, f"lxi got {tool.stdout!r}, said {tool.stderr!r}")
+    for device in ("gpib", "usb"):
+        with Controller(instrument, device) as controller:
+            controller.say("*IDN?\n")
+            expect_same(controller.packet(), identity + "\n", f"over {device}")
+    status, body = instrument.request("/scpi", "POST", {"Content-Type": "text/plain"}, b"*IDN?")
+    expect_same((status, body.decode()), (200, identity + "\n"), "over the page")
+
+
+def check_errors_and_status(_, wires):
+    with wires.socket() as client:
+        client.write("*CLS")
+        client.write("*ESE 32")
+        client.write("*SRE 32")
+        expect_same(client.query("SYST:ERR?"), '0,"No error"', "the empty queue")
+        client.write("NOT:A:COMMAND")
+        expect_same(client.query("*STB?"), "100", "status byte after an error")
+        expect_same(client.query("*ESR?"), "32", "event status")
+        expect_same(client.query("*ESR?"), "0", "event status, read again")
+        expect_same(client.query(":SYSTem:ERRor:NEXT?"), '-113,"Undefined      header"', "the error")
+        expect_same(client.query("*IDN?;*STB?").rpartition(";")[2], "0", "status byte when all is read")
+        client.write("*CLS;*ESE 0;*SRE 0;*OPC")
+        expect_same(client.query("*ESR?"), "1", "*OPC without an operation")
+
+
+def check_service_requests(instrument, _):
+    with Controller(instrument, "gpib") as gpib:
+        gpib.say("*CLS\n")
+        expect_same(gpib.packet(), (3, 0), "status byte after *CLS")
+        gpib.say("*ESE 32;*SRE 32\n")
+        gpib.say("NOT:A:COMMAND\n")
+        expect_same(gpib.packet(), (2, 96), "service request")
+        expect_same(gpib.packet(), (2, 100), "service request of the next change")
+        gpib.say("*ESE 0;*SRE 0;*CLS\n")
+        expect_same(gpib.packet(), (3, 0), "status byte after *CLS")
+    with Controller(instrument, "usb") as usb:
+        usb.say("*SRE 16\n")
+        expect_same(usb.packet(), (2, 0), "status byte after a message without answer")
+        usb.say("*SRE?\n")
+        expect_same([usb.packet() for _ in range(3)], ["16\n", (2, 80), (0, 80)], "answer, status byte and request")
+        usb.say("*SRE 0\n")
+        expect_same(usb.packet(), (2, 0), "status byte")
+
+
+def check_cuts(instrument, _):
+    with Plain(instrument.scpi) as first, Plain(instrument.scpi) as second:
+        identity = second.ask("*IDN?")
+        first.say("*ID")
+        expect_same(second.ask("*IDN?"), identity, "beside half a message")
+        first.say("N?\n")
+        expect_same(first.line(), identity, "a message in halves")
+        first.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        for byte in ":FREQ:CENT 1 GHZ;SPAN 10 MHZ;:FREQ:CENT?;SPAN?\r\n":
+            first.say(byte)
+        center, span = first.line().split(";")
+        expect((float(center), float(span)) == (1e9, 10e6), f"set byte by byte: {center}, {span}")
+        first.say("SYST:ERR? " + "x" * 2000)
+        expect_same(second.ask("SYST:ERR?"), '0,"No error"', "beside an endless message")
+        expect_same(first.ask("\nSYST:ERR?"), '0,"No error"', "after a message that is too long")
+
+
+def check_many_clients(instrument, _):
+    faults = []
+
+    def talk(number):
+        try:
+            with Plain(instrument.scpi) as client:
+                for turn in range(20):
+                    count = (number + turn) % 5 + 1
+                    got = client.ask(";".join(["*TST?"] * count))
+                    expect_same(got, ";".join(["0"] * count), f"client {number}")
+        except (Failure, OSError) as fault:
+            faults.append(fault)
+
+    talkers = [threading.Thread(target=talk, args=(number,)) for number in range(CLIENTS)]
+    for talker in talkers:
+        talker.start()
+    for talker in talkers:
+        talker.join()
+    expect(not faults, f"{len(faults)} of {CLIENTS} failed, the first with: {faults[:1]}")
+
+
+def check_band_and_reset(instrument, wires):
+    with wires.socket() as client:
+        preset = client.query(":FREQ:CENT?;SPAN?")
+        client.write(":FREQ:CENT 433.92 MHZ;SPAN 4 MHZ")
+        expect_same(client.query("*OPC?"), "1", "*OPC?")
+        frequencies, _ = instrument.trace()
+        expect(abs(frequencies[0] - 431.92e6) < 1 and abs(frequencies[-1] - 435.92e6) < 1,
+               f"the trace spans {frequencies[0]} to {frequencies[-1]}")
+        client.write("*WAI")
+        expect(client.query(":FREQ:CENT?;SPAN?") != preset, "the band is not another one")
+        client.write("*RST")
+        full = client.query(":FREQ:CENT?;SPAN?").split(";")
+        expect([float(value) for value in full] == [1.6e9, 3.2e9] or float(full[1]) > 3e9, f"after *RST: {full}")
+    expect(local_state(instrument)["remote"] is True, "not under remote control")
+
+
+@contextlib.contextmanager
+def stopped_board(instrument):
+    """No sample comes, so no sweep ends."""
+    board = instrument.pid_of("kva720-board")
+    os.kill(board, signal.SIGSTOP)
+    try:
+        yield
+    finally:
+        os.kill(board, signal.SIGCONT)
+
+
+def check_waits(instrument, _):
+    with Plain(instrument.scpi) as other:
+        identity = other.ask("*IDN?")
+        with Plain(instrument.scpi) as client:
+            with stopped_board(instrument):
+                client.say("*OPC?\n")
+                expect(client.silent(QUIET), "*OPC? was answered without a sweep")
+                status, _ = instrument.request("/trace.csv")
+                expect_same(status, 200, "the trace while a command waits")
+                other.say("*IDN?\n")
+                expect(other.silent(QUIET), "another client's message passed the one that waits")
+            expect_same(client.line(), "1", "*OPC? at the end of a sweep")
+            expect_same(other.line(), identity, "the other client's turn")
+        with stopped_board(instrument):
+            with Plain(instrument.scpi) as client:
+                client.say("*OPC?\n")
+                expect(client.silent(QUIET), "*OPC? was answered without a sweep")
+            expect_same(other.ask("*IDN?"), identity, "after the client that waited has left")
+            with Plain(instrument.scpi) as fresh:
+                expect_same(fresh.ask("*IDN?"), identity, "a new client")
+                expect(fresh.silent(0.2), "a new client got another's answer")
+
+
+def check_deaf_client(instrument, _):
+    with Plain(instrument.scpi) as deaf, Plain(instrument.scpi) as other:
+        deaf.socket.settimeout(0.2)
+        with contextlib.suppress(TimeoutError):
+            while True:
+                deaf.say("*IDN?\n" * 1000)
+        begin = time.monotonic()
+        for _ in range(20):
+            other.ask("*IDN?")
+        expect(time.monotonic() - begin < PATIENCE, "a client that never reads holds up another")
+
+
+def check_leaving(instrument, _):
+    """Clients that leave at any time leave nothing behind."""
+    for turn in range(100):
+        with Plain(instrument.scpi) as client:
+            client.say(["*IDN?\n", "*ID", "*OPC?\n", ":FREQ:CENT?\n*OPC?\n*ID", ""][turn % 5])
+    with Plain(instrument.scpi) as client:
+        expect(re.fullmatch(r".+,.+,.+,.+", client.ask("*IDN?")), "no answer afterwards")
+        expect_same(client.ask("*CLS;*OPC?"), "1", "*OPC? afterwards")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--build", required=True, help="build folder with bin/kva720-run")
+    parser.add_argument("--only", default="", help="checks with this text in their name")
+    arguments = parser.parse_args()
+    checks = {name[6:]: check for name, check in globals().items() if name.startswith("check_")}
+    try:
+        with Instrument(arguments.build) as instrument:
+            wires = Wires(instrument)
+            for name, check in checks.items():
+                if arguments.only not in name:
+                    continue
+                begin = time.monotonic()
+                try:
+                    check(instrument, wires)
+                except (Failure, OSError, pyvisa.Error) as failure:
+                    raise Failure(f"{name}: {failure}") from None
+                print(f"{name}: passed ({time.monotonic() - begin:.1f} s)", flush=True)
+            wires.manager.close()
+    except Failure as failure:
+        print(f"FAILED: {failure}", file=sys.stderr)
+        return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,126 @@
+#include "commands_rig.h"
+#include "records/bw.h"
+#include "records/freqs.h"
+#include "records/function.h"
+#include "records/sweep.h"
+#include "sweep/bandwidth.h"
+#include "sweep/frequency.h"
+#include "trace/acquisition.h"
+
+namespace {
+
+using Codes = std::vector<int>;
+
+class Frequency_Commands : public Commands {
+protected:
+    void SetUp() override {
+        Commands::SetUp();
+        Freqs_ArrayInit();
+        BW_Init();
+        Sweep_Init();
+        Init_Trace_Data();
+    }
+};
+
+TEST_F(Frequency_Commands, EverySettingIsReadInHertzAndAnsweredWithTenDigits) {
+    constexpr struct {
+        const char *setting, *query, *answer;
+    } cases[] = {
+        {"FREQ:CENT 1.5 GHz", "FREQ:CENT?", "1.500000000e+09"},
+        {":SENSe:FREQuency:CENTer 1e9", "SENS:FREQ:CENT?", "1.000000000e+09"},
+        {"FREQ:CENT 433920khz", "FREQ:CENT?", "4.339200000e+08"},
+        {"FREQ:SPAN 2 MHZ", "FREQ:SPAN?", "2.000000000e+06"},
+        {"FREQ:SPAN 30", "FREQ:SPAN?", "1.000000000e+02"},
+        {"FREQ:SPAN 0", "FREQ:SPAN?", "0.000000000e+00"},
+        {"FREQ:STAR 100MHZ", "FREQ:STAR?", "1.000000000e+08"},
+        {"FREQ:STOP 200e6", "FREQ:STOP?", "2.000000000e+08"},
+        {"FREQ:STAR 1GHZ", "FREQ:STOP?", "1.000000100e+09"},
+        {"FREQ:STOP 9GHZ", "FREQ:STOP?", "3.250050000e+09"},
+        {"FREQ:CENT:STEP 25 KHZ", "FREQ:CENT:STEP?", "2.500000000e+04"},
+        {"FREQ:CENT:STEP 1e30", "FREQ:CENT:STEP?", "3.250050000e+09"},
+        {"FREQ:OFFS -10GHZ", "FREQ:OFFS?", "-1.000000000e+10"},
+        {"FREQ:OFFS -1e30", "FREQ:OFFS?", "-1.000000000e+11"},
+    };
+    for (const auto& [setting, query, text] : cases) {
+        EXPECT_EQ(Errors(setting), Codes{}) << setting;
+        EXPECT_EQ(Ask(query), text) << setting;
+    }
+}
+
+TEST_F(Frequency_Commands, TheOffsetIsTypedAndAnsweredWithEachPlaceOfTheAxis) {
+    Ask("FREQ:SPAN 2MHZ;OFFS 10MHZ;CENT 110MHZ");
+    EXPECT_EQ(Freqs.center[0], 100e6);
+    EXPECT_EQ(Ask("FREQ:CENT?;STAR?;STOP?;SPAN?"),
+              "1.100000000e+08;1.090000000e+08;1.110000000e+08;2.000000000e+06");
+    Ask("FREQ:STAR 110MHZ;STOP 112MHZ");
+    EXPECT_EQ(Freqs.start[0], 100e6);
+    EXPECT_EQ(Freqs.stop[0], 102e6);
+}
+
+TEST_F(Frequency_Commands, SpanEventsAndTheCoupledStep) {
+    Ask("FREQ:SPAN 5MHZ;:FREQ:SPAN 1MHZ;:FREQ:SPAN:PREV");
+    EXPECT_EQ(Freqs.span[0], 5e6);
+    EXPECT_EQ(Freqs.last_span[0], 1e6);
+    EXPECT_EQ(Ask("FREQ:CENT:STEP:AUTO?"), "1");
+    Ask("FREQ:CENT:STEP 7KHZ");
+    EXPECT_EQ(Ask("FREQ:CENT:STEP:AUTO?"), "1") << "a step given is no manual step";
+    Ask("FREQ:CENT:STEP:AUTO OFF;:FREQ:SPAN 1MHZ");
+    EXPECT_EQ(Ask("FREQ:CENT:STEP:AUTO?;:FREQ:CENT:STEP?"), "0;7.000000000e+03");
+    Ask("FREQ:CENT:STEP:AUTO 1");
+    EXPECT_EQ(Freqs.step[0], 100e3);
+    Ask("FREQ:SPAN:FULL");
+    EXPECT_EQ(Freqs.span[0], MAXSPAN);
+    EXPECT_EQ(Freqs.step[0], MAXSPAN / 10);
+}
+
+TEST_F(Frequency_Commands, WhatIsNoFrequencyIsRefusedAndChangesNothing) {
+    Set_Span(2, 1e6);
+    const Freqs_Record before = Freqs;
+    for (const char* header : {"FREQ:CENT", "FREQ:SPAN", "FREQ:STAR", "FREQ:STOP", "FREQ:CENT:STEP", "FREQ:OFFS"}) {
+        const std::string root = header;
+        EXPECT_EQ(Errors(root + " 1 V"), Codes{-130}) << root;
+        EXPECT_EQ(Errors(root + " MAX"), Codes{-224}) << root;
+        EXPECT_EQ(Errors(root + " NAN"), Codes{-224}) << root;
+        EXPECT_EQ(Errors(root + " 1 FURLONG"), Codes{-131}) << root;
+        EXPECT_EQ(Errors(root + " \"1\""), Codes{-104}) << root;
+        EXPECT_EQ(Errors(root), Codes{-109}) << root;
+        EXPECT_EQ(Errors(root + " 1MHZ,2MHZ"), Codes{-108}) << root;
+        EXPECT_EQ(Errors(root + "? 1"), Codes{-108}) << root;
+    }
+    EXPECT_EQ(Errors("FREQ:SPAN:FULL 1"), Codes{-108});
+    EXPECT_EQ(Errors("FREQ:CENT:STEP:AUTO 2"), Codes{-120});
+    EXPECT_EQ(Freqs.center, before.center);
+    EXPECT_EQ(Freqs.span, before.span);
+    EXPECT_EQ(Freqs.step, before.step);
+    EXPECT_EQ(Freqs.offset, before.offset);
+}
+
+TEST_F(Frequency_Commands, TheBusyInstrumentRefusesSettingsOnly) {
+    Run_AuotSet_flag = 1;
+    const Freqs_Record before = Freqs;
+    for (const char* setting : {"FREQ:CENT 1", "FREQ:SPAN 1", "FREQ:STAR 1", "FREQ:STOP 1", "FREQ:CENT:STEP 1",
+                                "FREQ:OFFS 1", "FREQ:SPAN:FULL", "FREQ:SPAN:PREV", "FREQ:CENT:STEP:AUTO 0"}) {
+        EXPECT_EQ(Errors(setting), Codes{-221}) << setting;
+    }
+    EXPECT_EQ(Freqs.center, before.center);
+    EXPECT_EQ(stepautoman[0], 0);
+    EXPECT_EQ(Ask("FREQ:CENT?"), "1.625000000e+09");
+    Run_AuotSet_flag = 0;
+    Global_Table = 0x80000;
+    EXPECT_EQ(Errors("FREQ:CENT 1"), Codes{-221});
+    EXPECT_EQ(Errors("FREQ:SPAN 1MHZ"), Codes{});
+}
+
+TEST_F(Frequency_Commands, ANewCentreStartsHoldTracesAgain) {
+    Trace_Record& record = Trace_Data[0];
+    for (const auto& [mode, level] : {std::pair{trace_max_hold, -200.0f}, {trace_min_hold, 40.0f}}) {
+        record.mode[0] = mode;
+        record.value[0].fill(-50);
+        record.rows[0].fill(283);
+        Ask("FREQ:CENT 1GHZ");
+        EXPECT_EQ(record.value[0][300], level);
+        EXPECT_EQ(record.rows[0][300], mode == trace_max_hold ? 508 : 58);
+    }
+}
+
+}  // namespace

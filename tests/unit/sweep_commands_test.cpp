@@ -1,0 +1,225 @@
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <sstream>
+
+#include "commands_rig.h"
+#include "records/amp.h"
+#include "records/freqs.h"
+#include "records/function.h"
+#include "records/handover.h"
+#include "records/sweep.h"
+#include "sweep/amplitude.h"
+#include "sweep/bandwidth.h"
+#include "sweep/frequency.h"
+#include "system/preset.h"
+#include "trace/acquisition.h"
+#include "virtual_board/board.h"
+#include "virtual_board/scene.h"
+
+namespace {
+
+using Codes = std::vector<int>;
+
+/// Sweep commands with the core behind its link, whose time the test steps.
+class Sweep_Commands : public Commands {
+protected:
+    void SetUp() override {
+        Commands::SetUp();
+        platform::Set_Clock_Mode(platform::Clock_Mode::fast);
+        std::filesystem::create_directories(platform::Rooted("/dev/fb"));
+        std::filesystem::create_directories(platform::Rooted("/dev/tts"));
+        board = std::make_unique<virtual_board::Board>(
+            virtual_board::Parse_Scene("[[carrier]]\nfrequency = 500e6\nlevel = -20.0\n", "scene"),
+            virtual_board::Board_Options{.manual = true});
+        board->Start();
+        CMEM_setup(LOOP_Main("dsp_loop_new.out", "2048", "1"));
+        ASSERT_NE(DSP_Trace_Data, nullptr);
+        Freqs_ArrayInit();
+        Amp_ArrayInit();
+        BW_Init();
+        Sweep_Init();
+        Init_Trace_Data();
+        waited = 0;
+        scpi_context.host = &host;
+        Ask("FREQ:CENT 500MHZ;SPAN 10MHZ");
+    }
+    void TearDown() override {
+        LOOP_Delete();
+        platform::Unmap_Sample_Memory(DSP_Trace_Data);
+        board.reset();
+        Commands::TearDown();
+    }
+    /// Lets a part of the sweep time pass and takes what came.
+    static void Run(double part) {
+        board->Step(platform::Duration(std::llround(Sweep_Data.time[0] * part * 1e9)));
+        readadc();
+    }
+    static std::uint32_t Events() { return SCPI_RegGet(scpi_context, reg_esr); }
+    static Trace_Record& Record() { return Trace_Data[0]; }
+    static long Highest() {
+        const auto& values = Record().value[0];
+        return std::ranges::max_element(values) - values.begin();
+    }
+
+    static inline int waited = 0;  ///< tenths of a sweep that commands waited
+    static inline std::unique_ptr<virtual_board::Board> board;
+    static constexpr Scpi_Host host{.keep_waiting = [] {
+        if (!Sweep_Can_Come() || ++waited > 100) return false;
+        Run(0.1);
+        return true;
+    }};
+};
+
+TEST_F(Sweep_Commands, InitiateSweepsOnceAndThenHolds) {
+    EXPECT_EQ(Ask("INIT:CONT?"), "1");
+    Run(0.5);
+    Ask("INIT");
+    EXPECT_EQ(Ask("INIT:CONT?"), "0");
+    EXPECT_EQ(Record().processed, 0) << "the sweep starts anew";
+    Run(0.5);
+    const int half = Record().processed;
+    EXPECT_NEAR(half, 300, 2);
+    Ask("INIT");
+    EXPECT_EQ(Record().processed, half) << "one that is under way goes on";
+    Run(0.6);
+    EXPECT_EQ(SweepSingle_Data, 1);
+    EXPECT_NEAR(static_cast<double>(Highest()), 300, 1);
+    Record().value[0].fill(-77);
+    for (int i = 0; i < 3; ++i) Run(1);
+    EXPECT_EQ(Record().value[0][300], -77) << "the trace is held";
+    Ask("FREQ:CENT 501MHZ");
+    Record().value[0].fill(-77);
+    Run(1.1);
+    EXPECT_EQ(Record().value[0][300], -77) << "also under new settings";
+    Ask("INIT:IMM");
+    Run(1.1);
+    EXPECT_NEAR(static_cast<double>(Highest()), 240, 1);
+    EXPECT_EQ(SweepSingle_Data, 1);
+}
+
+TEST_F(Sweep_Commands, ContinuousSweepsEndAndComeBack) {
+    Run(0.5);
+    Ask("INIT:CONT OFF");
+    EXPECT_NEAR(Record().processed, 300, 2) << "the sweep under way goes on";
+    Run(0.6);
+    EXPECT_EQ(SweepSingle_Data, 1);
+    Ask("INIT:CONT OFF");
+    Record().value[0].fill(-77);
+    Run(2);
+    EXPECT_EQ(Record().value[0][300], -77);
+    Ask("INIT:CONT ON");
+    for (int i = 0; i < 3; ++i) Run(1.05);
+    EXPECT_GE(Record().sweeps, 3);
+    EXPECT_EQ(Ask("INIT:CONT?"), "1");
+    Ask("INIT;:INIT:CONT ON;:INIT:CONT OFF;:INIT");
+    EXPECT_EQ(Record().processed, 0) << "what INIT started is not the sweep that was under way";
+}
+
+TEST_F(Sweep_Commands, ResetBringsContinuousSweepsBack) {
+    scpi_interface.reset = [](ScpiContext&) { Reset_Instrument(); };
+    Ask("INIT");
+    Run(1.1);
+    Ask("*RST");
+    for (int i = 0; i < 3; ++i) Run(1.05);
+    EXPECT_GE(Record().sweeps, 3);
+    EXPECT_EQ(Ask("INIT:CONT?"), "1");
+}
+
+TEST_F(Sweep_Commands, AViewedTraceIsWrittenAgainAndABusyInstrumentIsLeftAlone) {
+    Record().mode = {trace_view, trace_view, trace_blank, trace_blank};
+    Run_AuotSet_flag = 1;
+    EXPECT_EQ(Errors("INIT"), Codes{});
+    EXPECT_EQ(Errors("INIT:CONT OFF"), Codes{-221});
+    EXPECT_EQ(Sweep_Data.single, 0);
+    EXPECT_EQ(Record().mode[0], trace_view);
+    Run_AuotSet_flag = 0;
+    Record().average_counter[0] = 7;
+    EXPECT_EQ(Errors("INIT 1"), Codes{-108});
+    Ask("INIT");
+    EXPECT_EQ(Record().mode[0], trace_clear_write);
+    EXPECT_EQ(Record().mode[1], trace_view) << "only the active one";
+    EXPECT_EQ(Record().average_counter[0], 1);
+}
+
+TEST_F(Sweep_Commands, OperationCompleteComesWithTheEndOfTheSweep) {
+    Ask("*OPC");
+    EXPECT_EQ(Events(), 1u) << "nothing is pending";
+    Ask("*CLS;:INIT;*OPC");
+    for (int i = 0; i < 9; ++i) {
+        Run(0.1);
+        EXPECT_EQ(Events(), 0u);
+    }
+    Run(0.2);
+    EXPECT_EQ(SweepSingle_Data, 1);
+    EXPECT_EQ(Events(), 1u);
+    Ask("*CLS;*OPC");
+    EXPECT_EQ(Events(), 1u) << "the single sweep has ended";
+    Ask("*CLS;:INIT");
+    Run(0.5);
+    Ask("*OPC;:FREQ:CENT 400MHZ");
+    Run(0.9);
+    EXPECT_EQ(Events(), 0u) << "new settings start the sweep again";
+    Run(0.2);
+    EXPECT_EQ(Events(), 1u);
+    Ask("*CLS;:INIT;*OPC;*CLS");
+    Run(1.1);
+    EXPECT_EQ(Events(), 0u) << "forgotten with the status";
+}
+
+TEST_F(Sweep_Commands, TheCompleteQueryEndsWithASweepOfTheNewSettings) {
+    Run(0.9);
+    EXPECT_EQ(Ask("FREQ:CENT 501MHZ;*OPC?"), "1");
+    EXPECT_GE(waited, 9);
+    EXPECT_NEAR(static_cast<double>(Highest()), 240, 1) << "the whole trace is of the new centre";
+    waited = 0;
+    EXPECT_EQ(Ask("INIT;*OPC?;:TRAC? TRACE1").substr(0, 2), "1;");
+    EXPECT_GE(waited, 9);
+    EXPECT_EQ(SweepSingle_Data, 1);
+    waited = 0;
+    EXPECT_EQ(Ask("*OPC?"), "1");
+    EXPECT_EQ(waited, 0) << "no sweep can come";
+    EXPECT_TRUE(Ask("*WAI").empty());
+    EXPECT_EQ(Ask("*ESE?"), "0");
+    EXPECT_EQ(waited, 0);
+    Ask("INIT;*WAI");
+    EXPECT_EQ(waited, 0);
+    EXPECT_EQ(Ask("*ESE?"), "0");
+    EXPECT_GE(waited, 9) << "the next message waited for the sweep";
+}
+
+TEST_F(Sweep_Commands, NoSweepComesWithoutLinkOrInAModeWithoutSweeps) {
+    EXPECT_TRUE(Sweep_Can_Come());
+    double* const link = std::exchange(LOOP_Buffers, nullptr);
+    EXPECT_FALSE(Sweep_Can_Come());
+    EXPECT_EQ(Ask("INIT;*OPC;*ESR?;*OPC?"), "1;1") << "complete at once";
+    LOOP_Buffers = link;
+    Ask("INIT:CONT ON");
+    FunctionMode_Flag = mode_file_view;
+    EXPECT_FALSE(Sweep_Can_Come());
+}
+
+TEST_F(Sweep_Commands, TraceDataIsSixHundredAndOneLevels) {
+    auto& values = Record().value;
+    values[1].fill(-45.67f);
+    values[1][0] = 5.5f;
+    values[1][1] = -9.994f;
+    values[1][2] = -180;
+    values[1][600] = 10;
+    const std::string text = Ask(":TRACe:DATA? TRACe2");
+    EXPECT_EQ(std::ranges::count(text, ','), 600);
+    EXPECT_EQ(text.substr(0, 42), "5.50e+00,-9.99e+00,-1.800e+02,-4.567e+01,-");
+    EXPECT_TRUE(text.ends_with(",-4.567e+01,1.000e+01"));
+    values[0].fill(-12);
+    EXPECT_EQ(Ask("TRAC? trac").substr(0, 10), "-1.200e+01") << "without a number the first";
+    Set_ReflevelOffset(2, 10);
+    EXPECT_EQ(Ask("TRAC? TRACE1").substr(0, 9), "-2.00e+00") << "as shown, with the offset";
+    for (const char* none : {"TRAC? TRACE5", "TRAC? BAND1", "TRAC? LEV5"}) EXPECT_EQ(Errors(none), Codes{-230});
+    for (const char* number : {"TRAC? TRACE6", "TRAC? TRACE0", "TRAC? BAND9"}) EXPECT_EQ(Errors(number), Codes{-222});
+    EXPECT_EQ(Errors("TRAC? MARKER1"), Codes{-224});
+    EXPECT_EQ(Errors("TRAC? 1"), Codes{-104});
+    EXPECT_EQ(Errors("TRAC?"), Codes{-109});
+    EXPECT_EQ(Errors("TRAC? TRACE1,1"), Codes{-108});
+}
+
+}  // namespace
