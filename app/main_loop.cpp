@@ -5,9 +5,9 @@
 #include <mutex>
 
 #include "display/draw.h"
-#include "files/last_screen.h"
 #include "keys/dispatch.h"
 #include "keys/handlers.h"
+#include "keys/information_screen.h"
 #include "keys/numeric_entry.h"
 #include "keys/pages.h"
 #include "keys/reader.h"
@@ -103,18 +103,6 @@ void Do_Posted_Work() {
     if (RecallAfterRemoveDeviceFlag.load(std::memory_order_acquire) == 2) {
         Recall_HwKey();
         RecallAfterRemoveDeviceFlag.store(0, std::memory_order_release);
-    }
-}
-
-void Leave_Information_Screen() {
-    if (!System_information) return;
-    System_information = 0;
-    FunctionMode_Flag = FunctionMode_Flag_For_File;
-    Global_Table = Global_Table_Flag_For_File;
-    if (FunctionMode_Flag == mode_power_meter) {
-        Redraw_Power_Meter();
-    } else {
-        Recall_Last_Global();
     }
 }
 

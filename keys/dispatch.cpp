@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "keys/handlers.h"
+#include "keys/information_screen.h"
 #include "keys/key_codes.h"
 #include "keys/messages.h"
 #include "keys/numeric_entry.h"
@@ -67,7 +68,7 @@ bool Preset_Passes() {
 
 void Execute_Hard_Key(std::int32_t code) {
     Clear_Pending_Warning();
-    if (FunctionMode_Flag == mode_file_view && code != key_quick_save) System_information = 0;
+    if (FunctionMode_Flag == mode_file_view && code != key_quick_save) Leave_Information_Screen();
     const bool free = !Remote() && Display_Data.key_lock == 0 && !Sequence_Running() && Sweep_Data.hold == 0;
     if (free) {
         Keypad_Exe_SPECTRUM_MODE(code);

@@ -1,5 +1,7 @@
 #include "keys/handlers.h"
+#include "keys/information_screen.h"
 #include "keys/menus/entry.h"
+#include "keys/menus/error_list.h"
 #include "keys/pages.h"
 #include "keys/soft_keys.h"
 #include "keys/words.h"
@@ -23,6 +25,7 @@ Menu_Page Greyed_Page(std::uint8_t family, keys::En_Name title, const Labels& la
 }  // namespace
 
 using namespace keys;
+using namespace menus;
 
 std::array<Menu_Page, 7> AmpLink{Greyed_Page(
     2, enAmplitudeBig,
@@ -82,10 +85,43 @@ std::array<Menu_Page, 10> ModeLink{Greyed_Page(
     20, enModeBig,
     {En(enModeSpectrum), En(enModeTrackingGen), En(enModePowerMeter), En(enModeEmissionMask), En(enModeAMFM),
      En(enModeASKFSK), En(enModeIQRecord)})};
-std::array<Menu_Page, 33> SysLink{Greyed_Page(
-    21, enSystemBig,
-    {En(enInformation), En(enErrorList), En(enInterfaces), En(enTimeDate), En(enPresetSetup), En(enLanguage),
-     En(enMoreOne)})};
+
+namespace {
+
+constexpr int system_error_list = 14;
+
+void fSysBase(int key) {
+    constexpr int error_list_key = 1;
+    if (key != error_list_key) return;
+    Open_Error_List();
+    Show_Page(SysLink[system_error_list]);
+}
+
+void fSysErrorList(int key) {
+    if (key != soft_keys - 1) return Press_Error_List(key);
+    Leave_Information_Screen();
+    Show_Page(SysLink[0]);
+}
+
+std::array<Menu_Page, 33> System_Pages() {
+    std::array<Menu_Page, 33> pages;
+    pages[0] = Greyed_Page(21, enSystemBig,
+                           {En(enInformation), En(enErrorList), En(enInterfaces), En(enTimeDate), En(enPresetSetup),
+                            En(enLanguage), En(enMoreOne)});
+    pages[0].disabled[1] = 0;
+    pages[0].layer = fSysBase;
+    Menu_Page& list = pages[system_error_list];
+    list.title = En(enErrorListBig);
+    list.label = {En(enPrevious), En(enNext), En(enClearList), nullptr, nullptr, nullptr, En(enReturn)};
+    list.family = 21;
+    list.parent = &SysLink[0];
+    list.layer = fSysErrorList;
+    return pages;
+}
+
+}  // namespace
+
+std::array<Menu_Page, 33> SysLink = System_Pages();
 
 void Amp_HwKey() { menus::Open_First_Page(AmpLink[0]); }
 void Autoset_HwKey() { menus::Open_First_Page(AutosetLink[0]); }

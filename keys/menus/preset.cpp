@@ -1,5 +1,4 @@
 #include "keys/handlers.h"
-#include "keys/menus/entry.h"
 #include "keys/pages.h"
 #include "keys/words.h"
 #include "records/handover.h"
@@ -21,5 +20,4 @@ std::array<Menu_Page, 1> PresetLink{{{
 void Preset_HwKey() {
     Remote_Flag.store(0, std::memory_order_release);
     Preset_Instrument();
-    menus::Open_First_Page(FreqLink[0]);
 }

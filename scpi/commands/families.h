@@ -9,6 +9,7 @@ namespace families {
 std::span<const ScpiCommand> Common();
 std::span<const ScpiCommand> Status();
 std::span<const ScpiCommand> System_Error();
+std::span<const ScpiCommand> System_Preset();
 std::span<const ScpiCommand> Sense_Frequency();
 std::span<const ScpiCommand> Trace();
 std::span<const ScpiCommand> Initiate();

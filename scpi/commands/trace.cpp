@@ -3,6 +3,8 @@
 #include <cmath>
 
 #include "records/freqs.h"
+#include "records/normalisation.h"
+#include "records/sys.h"
 #include "records/trace.h"
 #include "scpi/commands/families.h"
 #include "scpi/commands/shapes.h"
@@ -40,15 +42,23 @@ bool Take_Source(ScpiContext& context, std::int32_t& choice, std::int32_t& numbe
     return Take_Nothing(context, While_Busy::allowed);
 }
 
-/// Trace 5 is the reference of a normalisation, bands and levels are those of an EMC scan: none is kept so far.
+/// Trace 5 is the reference of the normalisation; null where there is none.
+const std::array<float, trace_points>* Stored_Levels(std::int32_t number) {
+    if (number <= traces) {
+        return &Trace_Data[static_cast<std::size_t>(ScreenActive)].value[static_cast<std::size_t>(number - 1)];
+    }
+    return Sys_Data.tracking_normalised && !CheckNormInit ? &Normalisation_Trace : nullptr;
+}
+
+/// Bands and levels are those of an EMC scan, of which none is kept so far.
 int Trace_DataQ(ScpiContext& context) {
     std::int32_t choice = 0, number = 1;
     if (!Take_Source(context, choice, number)) return failed;
     if (number < 1 || number > highest_number) return Refuse(context, data_out_of_range);
-    if (choice != choice_trace || number > traces) return Refuse(context, no_data);
-    const auto& levels = Trace_Data[static_cast<std::size_t>(ScreenActive)].value[static_cast<std::size_t>(number - 1)];
+    const auto* levels = choice == choice_trace ? Stored_Levels(number) : nullptr;
+    if (!levels) return Refuse(context, no_data);
     const double offset = Shown_Level_Offset();
-    for (const float level : levels) Answer_Level(context, static_cast<double>(level) + offset);
+    for (const float level : *levels) Answer_Level(context, static_cast<double>(level) + offset);
     return done;
 }
 

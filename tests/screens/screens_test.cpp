@@ -6,11 +6,15 @@
 #include "display/draw.h"
 #include "display/pictures.h"
 #include "display/text.h"
+#include "keys/dispatch.h"
+#include "keys/key_codes.h"
+#include "keys/handlers.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
 #include "palette.h"
 #include "records/freqs.h"
+#include "records/locks.h"
 #include "records/handover.h"
 #include "records/sweep.h"
 #include "records/sys.h"
@@ -83,6 +87,46 @@ TEST_F(Screens, SoftKeysInJapanese) {
     const Menu_Page page = Example_Page();
     hardware_key(page, true, fbVid0);
     Expect_Screen("soft_keys_japanese");
+}
+
+/// A number being typed on a top page, or, with a unit key, entered.
+void Enter(char unit_type, std::string_view name, std::string_view keys, int unit_key) {
+    static Menu_Page page;
+    page.highlight = 0;
+    keylink = &page;
+    menus::Begin_Entry(unit_type, true);
+    Show_Entry(name, "0");
+    for (const char key : keys) Keypad_Exe(key);
+    if (unit_key >= 0) Keypad_Exe(key_soft_first + unit_key);
+}
+
+TEST_F(Screens, ANumberBeingTyped) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    Enter('1', "Frequency offset", "-400888000.999", -1);
+    const Drawn_Glyph& last = drawNumberVal.glyph[static_cast<std::size_t>(drawNumberVal.count - 1)];
+    EXPECT_LT(last.x + allNumData[static_cast<std::size_t>(last.glyph)], 240) << "there is room for the cursor";
+    Enter('1', "Frequency offset", "12..34B", -1);
+    Keypad_Exe('5');
+    Keypad_Exe('-');
+    Expect_Screen("typed_number");
+}
+
+TEST_F(Screens, AnEnteredTime) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    Enter('6', "Sweep time", "0.5", -1);
+    const screen_tests::Screen typing = screen_tests::Composed();
+    Keypad_Exe(key_soft_first + 1);
+    Expect_Screen("entered_time");
+    EXPECT_GT(screen_tests::Differing_Pixels(screen_tests::Composed(), typing), screen_tests::pixel_tolerance);
+}
+
+TEST_F(Screens, ALevelAboutToBeEntered) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    Enter('7', "Reference level", "-107.25", -1);
+    Expect_Screen("typed_level");
 }
 
 /// A carrier with skirts over a slope, and a stored trace below it.
@@ -161,6 +205,35 @@ TEST_F(Screens, AllIcons) {
     Draw_Clock();
     Display_all_icon();
     Expect_Screen("icons");
+}
+
+TEST_F(Screens, ErrorList) {
+    parse_txt_file(Word_List_Path(0));
+    mode_str_init();
+    Ext_Frame();
+    blocktwo_str_init();
+    for (int i = 0; i < 12; ++i) SCPI_ErrorPush(scpi_context, i % 2 ? -222 : 300);
+    constexpr std::string_view input = "FREQ:CENTRE 433.92 MHZ;:CALC:MARK2:X 433.92 MHZ;:CALC:MARK2:Y?;:NO:SUCH:COMMAND\n";
+    std::copy(input.begin(), input.end(), scpi_input_buffer.begin());
+    scpi_context.input.position = input.size();
+    {
+        const std::lock_guard remote(scpi_lock_mutex);
+        for (int i = 0; i < 12; ++i) {
+            platform::Step_Clock(std::chrono::minutes(7));
+            SCPI_ErrorPush(scpi_context, i % 2 ? -113 : -104);
+        }
+    }
+    scpi_context.input.position = 0;
+    Sys_HwKey();
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list");
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list_next");
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list_next");
+    Sys_SwKey(6, 0);
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list");
 }
 
 TEST_F(Screens, MeasurementWithResults) {

@@ -160,7 +160,6 @@ protected:
         Clear_Output();
         scpi_interface = {.write = SCPI_Write, .control = Keep_Control, .flush = Keep_Answer};
         scpi_context.commands = rows;
-        scpi_context.index = nullptr;
         scpi_user_context = {interface_socket, 1};
     }
     void TearDown() override {

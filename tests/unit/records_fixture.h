@@ -27,6 +27,9 @@ protected:
         DSP_Trace_Data = nullptr;
         SCPI_RegInitial(scpi_context);
         scpi_interface = {};
+        scpi_context.commands = nullptr;
+        scpi_context.index = nullptr;
+        scpi_context.host = nullptr;
         SCPI_Init(scpi_context);
     }
     void TearDown() override { DSP_Trace_Data = nullptr; }

@@ -12,6 +12,7 @@
 #include "sweep/amplitude.h"
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
+#include "system/preset.h"
 #include "trace/acquisition.h"
 #include "virtual_board/board.h"
 #include "virtual_board/scene.h"
@@ -113,6 +114,16 @@ TEST_F(Sweep_Commands, ContinuousSweepsEndAndComeBack) {
     EXPECT_EQ(Ask("INIT:CONT?"), "1");
     Ask("INIT;:INIT:CONT ON;:INIT:CONT OFF;:INIT");
     EXPECT_EQ(Record().processed, 0) << "what INIT started is not the sweep that was under way";
+}
+
+TEST_F(Sweep_Commands, ResetBringsContinuousSweepsBack) {
+    scpi_interface.reset = [](ScpiContext&) { Reset_Instrument(); };
+    Ask("INIT");
+    Run(1.1);
+    Ask("*RST");
+    for (int i = 0; i < 3; ++i) Run(1.05);
+    EXPECT_GE(Record().sweeps, 3);
+    EXPECT_EQ(Ask("INIT:CONT?"), "1");
 }
 
 TEST_F(Sweep_Commands, AViewedTraceIsWrittenAgainAndABusyInstrumentIsLeftAlone) {

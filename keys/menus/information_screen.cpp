@@ -1,0 +1,29 @@
+#include "keys/information_screen.h"
+
+#include "files/last_screen.h"
+#include "powermeter/powermeter.h"
+#include "records/function.h"
+#include "records/sys.h"
+
+void Enter_Information_Screen() {
+    if (System_information) return;
+    System_information = 1;
+    FunctionMode_Flag_For_File = FunctionMode_Flag;
+    Global_Table_Flag_For_File = Global_Table;
+    FunctionMode_Flag = mode_file_view;
+}
+
+void Leave_Information_Screen() {
+    if (System_information) Return_From_File_Mode();
+}
+
+void Return_From_File_Mode() {
+    System_information = 0;
+    FunctionMode_Flag = FunctionMode_Flag_For_File;
+    Global_Table = Global_Table_Flag_For_File;
+    if (FunctionMode_Flag == mode_power_meter) {
+        Redraw_Power_Meter();
+    } else {
+        Recall_Last_Global();
+    }
+}

@@ -1,0 +1,158 @@
+#include "app/remote_base.h"
+#include "commands_rig.h"
+#include "keys/dispatch.h"
+#include "keys/key_codes.h"
+#include "records/amp.h"
+#include "records/bw.h"
+#include "records/display.h"
+#include "records/freqs.h"
+#include "records/function.h"
+#include "records/handover.h"
+#include "records/sweep.h"
+#include "records/sys.h"
+#include "sweep/amplitude.h"
+#include "sweep/bandwidth.h"
+#include "sweep/frequency.h"
+#include "system/preset.h"
+#include "trace/acquisition.h"
+
+namespace {
+
+using Codes = std::vector<int>;
+
+class Preset_Commands : public Commands {
+protected:
+    void SetUp() override {
+        Commands::SetUp();
+        scpi_interface.reset = [](ScpiContext&) { Reset_Instrument(); };
+        std::filesystem::create_directories(platform::Rooted("/mnt/nand"));
+        Preset_Instrument();
+    }
+    /// Settings of every area other than the factory's.
+    static void Change_Everything() {
+        Ask("FREQ:CENT 433MHZ;SPAN 5MHZ;OFFS 1MHZ;:FREQ:CENT:STEP:AUTO OFF");
+        Set_Reflevel(2, -20);
+        Set_Attenuation(2, 0);
+        BW_Data.rbw_mode[0] = BW_Data.vbw_mode[0] = 1;
+        BW_Data.rbw[0] = BW_Data.vbw[0] = 3;
+        Sweep_Data.time_mode[0] = Sweep_Data.hold = 1;
+        Trace_Data[0].mode = {trace_view, trace_max_hold, trace_clear_write, trace_blank};
+        Trace_Data[0].active = 2;
+        Trace_Data[0].detector_choice[0] = detector_sample;
+        Display_Data.key_lock = 1;
+        Display_Data.active = 0;
+        Display_Data.brightness = 40;
+        Ask("INIT:CONT OFF");
+        SweepSingle_Data = 1;
+    }
+    static void Expect_Factory() {
+        EXPECT_EQ(Freqs.span[0], MAXSPAN);
+        EXPECT_EQ(Freqs.offset[0], 0);
+        EXPECT_EQ(stepautoman[0], 0);
+        EXPECT_EQ(Amp.reference[0], 0);
+        EXPECT_EQ(Amp.attenuation[0], 10);
+        EXPECT_EQ(Amp.attenuation_mode[0], 0);
+        EXPECT_EQ(BW_Data.rbw_mode[0] + BW_Data.vbw_mode[0] + BW_Data.rbw[0], 0);
+        EXPECT_EQ(Sweep_Data.time_mode[0] + Sweep_Data.hold + Sweep_Data.single, 0);
+        EXPECT_EQ(SweepSingle_Data, 0);
+        EXPECT_EQ(Trace_Data[0].mode, (std::array<std::uint8_t, traces>{trace_clear_write}));
+        EXPECT_EQ(Trace_Data[0].active, 0);
+        EXPECT_EQ(Trace_Data[0].detector_choice[0], detector_auto);
+        EXPECT_EQ(Display_Data.key_lock, 0);
+        EXPECT_EQ(Display_Data.active, 1);
+        EXPECT_EQ(Display_Data.brightness, 40) << "stays";
+        EXPECT_EQ(FunctionMode_Flag, mode_spectrum);
+    }
+};
+
+TEST_F(Preset_Commands, KeyAndCommandsRestoreEverySettingAndKeepStatusAndQueue) {
+    const std::array presets{+[] { Ask("*RST"); }, +[] { Ask("SYST:PRES"); }, +[] { Keypad_Exe(key_preset); }};
+    for (const auto preset : presets) {
+        Change_Everything();
+        Ask("*ESE 5;*SRE 6;:STAT:OPER:ENAB 7;:NONE");
+        Language = 3;
+        preset();
+        Expect_Factory();
+        EXPECT_EQ(keylink.load(), &FreqLink[0]);
+        EXPECT_EQ(Language, 3);
+        EXPECT_EQ(Ask("*ESE?;*SRE?;:STAT:OPER:ENAB?"), "5;6;7");
+        EXPECT_EQ(SCPI_ErrorPop(scpi_context), -113);
+    }
+}
+
+TEST_F(Preset_Commands, PresetIsNeverRefusedAndLeavesTheRemotePage) {
+    for (const char* preset : {"*RST", "SYST:PRES"}) {
+        Change_Everything();
+        Run_AuotSet_flag = Sweep_Data.busy = 1;
+        Global_Table = table_split;
+        FunctionMode_Flag = mode_file_view;
+        Remote_Flag = 1;
+        keylink = &PresetLink[0];
+        Command_Opc_Flag = 1;
+        EXPECT_EQ(Errors(preset), None());
+        Expect_Factory();
+        EXPECT_EQ(Global_Table + Run_AuotSet_flag, 0);
+        EXPECT_EQ(keylink.load(), &PresetLink[0]) << "the instrument stays remote";
+    }
+    EXPECT_EQ(Command_Opc_Flag, 1);
+    Ask("*RST");
+    EXPECT_EQ(Command_Opc_Flag, 0);
+}
+
+TEST_F(Preset_Commands, TheUserPresetIsSavedChosenAndFallsBackToFactory) {
+    EXPECT_EQ(Ask("SYST:PRES:TYPE?"), "FACTory");
+    EXPECT_EQ(Errors("SYST:PRES:TYPE USER"), Codes{-221}) << "none is saved";
+    EXPECT_EQ(Errors("SYST:PRES:TYPE BOTH"), Codes{-224});
+    Change_Everything();
+    EXPECT_EQ(Errors("SYST:PRES:USER:SAVE"), None());
+    EXPECT_EQ(Errors("SYST:PRES:TYPE USER"), None());
+    EXPECT_EQ(Ask("SYST:PRES:TYPE?"), "USER");
+    Ask("*RST");
+    Expect_Factory();
+    EXPECT_EQ(Ask("SYST:PRES:TYPE?"), "USER") << "*RST leaves the type";
+    Ask("SYST:PRES");
+    EXPECT_EQ(Freqs.center[0], 433e6);
+    EXPECT_EQ(Amp.reference[0], -20);
+    EXPECT_EQ(Trace_Data[0].mode[1], trace_max_hold);
+    EXPECT_EQ(Sweep_Data.single, 0);
+    root.Write("/mnt/nand/UserPrset1.sta", "KVA720 state 1\ncenter 1 1\n");
+    testing::internal::CaptureStderr();
+    Ask("SYST:PRES");
+    testing::internal::GetCapturedStderr();
+    Expect_Factory();
+    Ask("SYST:PRES:TYPE FACT");
+    std::filesystem::remove_all(platform::Rooted("/mnt/nand"));
+    EXPECT_EQ(Errors("SYST:PRES:USER:SAVE"), Codes{-250});
+}
+
+TEST_F(Preset_Commands, RemoteInputLeavesTheErrorList) {
+    static constexpr Scpi_Host host{.leave_file_modes = Leave_File_Modes};
+    scpi_context.host = &host;
+    Global_Table = table_acpr;
+    Keypad_Exe(key_system);
+    Keypad_Exe(key_soft_first + 1);
+    EXPECT_EQ(keylink.load(), &SysLink[14]);
+    EXPECT_EQ(FunctionMode_Flag, mode_file_view);
+    EXPECT_EQ(Ask("FREQ:CENT?"), "1.625000000e+09");
+    EXPECT_EQ(FunctionMode_Flag, mode_spectrum);
+    EXPECT_EQ(Global_Table, table_acpr);
+    EXPECT_EQ(System_information, 0);
+}
+
+TEST_F(Preset_Commands, TheErrorListIsLeftByItsReturnAndByHardKeys) {
+    for (const std::int32_t leave : {key_soft_first + 6, static_cast<int>(key_span)}) {
+        Keypad_Exe(key_system);
+        Keypad_Exe(key_soft_first + 1);
+        EXPECT_EQ(System_information, 1);
+        Ask("NONE");
+        Keypad_Exe(key_soft_first + 2);
+        EXPECT_EQ(scpi_context.errors->count, 0) << "the list is cleared";
+        EXPECT_EQ(SCPI_RegGet(scpi_context, reg_stb) & stb_error_queue, 0u);
+        Keypad_Exe(leave);
+        EXPECT_EQ(System_information, 0);
+        EXPECT_EQ(FunctionMode_Flag, mode_spectrum);
+        EXPECT_EQ(keylink.load(), leave == key_span ? &SpanLink[0] : &SysLink[0]);
+    }
+}
+
+}  // namespace
