@@ -113,7 +113,8 @@ void Execute_Numeric_Key(std::int32_t code) {
 }
 
 bool Steps_Allowed() {
-    return !Remote() && !Sequence_Running() && AllKeyVar.unit_type != '5' && AllKeyVar.count == 0;
+    const bool typed = AllKeyVar.count != 0 || AllKeyVar.sign == 1;
+    return !Remote() && !Sequence_Running() && AllKeyVar.unit_type != '5' && !typed;
 }
 
 void Execute_Arrow(std::int32_t code) {

@@ -50,7 +50,9 @@ void Sequence_SwKey(int key, char unit_type);
 void Mode_SwKey(int key, char unit_type);
 void Sys_SwKey(int key, char unit_type);
 
-/// Unit page of numeric entry: opens it for a unit type; handles its soft keys.
+/// Unit page of numeric entry: opens it for a unit type; handles its soft keys. Unit types: 1 frequency, 6 time, 7
+/// level, a dB, b dBc, c %, d whole number, e number, f power density, g address, h date, i time of day, j bit rate, l
+/// demodulated value, m EMC level, n factor, o duration, 5 hexadecimal word (for a key to open). Others have no page.
 void Num_HwKey(char unit_type);
 void Num_Swkey(int key, char unit_type);
 

@@ -25,6 +25,9 @@ constexpr auto attentions = std::to_array<Message>({
     {21, "The word list is of another version"},
     {24, "The sweep is on hold"},
     {25, "The instrument was recovered"},
+    {60, "An address is four numbers from 0 to 255"},
+    {61, "A date is typed as year, month, day: 20270131"},
+    {62, "A time is typed as hours, minutes, seconds: 235959"},
     {attention_no_words, "There is no word list of this language"},
 });
 

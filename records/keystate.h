@@ -5,15 +5,16 @@
 constexpr std::uint8_t key_idle = 0xff;
 constexpr std::uint16_t no_point = 255;
 constexpr int typed_digits = 12;
+constexpr int typed_characters = 16;  ///< of dotted entries, whose points are stored like digits, and of words
 
 /// State of the number being typed and of the key being turned.
 struct All_Key_Record {
-    std::uint8_t count = 0;                    ///< digits typed, the point not counted
+    std::uint8_t count = 0;                    ///< digits typed, 0 to 12; dotted entries count points, to 15
     std::uint8_t unit_group = key_idle;        ///< frequency: 0 Hz to 3 GHz; time: index of the unit table
     std::uint8_t sign = key_idle;              ///< 1 while the minus sign is on
     std::uint8_t clear = key_idle;             ///< 1: blank the field before the next digit
-    char unit_type = '4';                      ///< what is being entered; '1' frequency, '6' time, '2' to '5' no value
-    std::array<std::uint8_t, typed_digits> digit{};  ///< ASCII, 0xff where empty
+    char unit_type = '4';                      ///< what is being entered, see Num_HwKey; '2' to '5' no value
+    std::array<std::uint8_t, typed_characters> digit{};  ///< ASCII, 0xff where empty
     std::uint16_t point = no_point;            ///< digits before the decimal point
     std::uint16_t right = 0, left = 0, up = 0, down = 0;  ///< steps of the arrows and the knob
     double value = 0;                          ///< the confirmed value in base units
@@ -21,7 +22,7 @@ struct All_Key_Record {
 inline All_Key_Record AllKeyVar;
 
 inline std::uint8_t Keypad_AllKeyVarunitype = 0;  ///< unit type just before the key in hand
-inline std::int32_t numberIndex = 0;              ///< cursor in the drawn number
+inline std::int32_t numberIndex = 0;              ///< cursor in the drawn number; its sign is not counted
 inline std::int32_t Keypad_Keyin_Type_Lock = 0;   ///< 1 from the first digit until a soft or hard key
 inline std::int32_t FLAG_BLOCK_MINUS_KEY = 1;
 inline std::int32_t HWkeyIdx = 0;

@@ -1,5 +1,8 @@
 # Configuring and building. Sourced by ./run and ./test after packages.sh.
 
+# What the cache knows of one checkout serves another.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+
 # Runs a command in a process group of its own, so that a stop signal ends all of it at once; bash itself would wait
 # for it first.
 Interruptible() {

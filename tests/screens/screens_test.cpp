@@ -6,7 +6,9 @@
 #include "display/draw.h"
 #include "display/pictures.h"
 #include "display/text.h"
+#include "keys/dispatch.h"
 #include "keys/handlers.h"
+#include "keys/key_codes.h"
 #include "keys/language.h"
 #include "keys/messages.h"
 #include "keys/numeric_entry.h"
@@ -138,6 +140,46 @@ TEST_F(Screens, EveryLanguage) {
     EXPECT_EQ(Set_Language(5), -1);
     EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), english), 0);
     Reset_Pages();
+}
+
+/// A number being typed on a top page, or, with a unit key, entered.
+void Enter(char unit_type, std::string_view name, std::string_view keys, int unit_key) {
+    static Menu_Page page;
+    page.highlight = 0;
+    keylink = &page;
+    menus::Begin_Entry(unit_type, true);
+    Show_Entry(name, "0");
+    for (const char key : keys) Keypad_Exe(key);
+    if (unit_key >= 0) Keypad_Exe(key_soft_first + unit_key);
+}
+
+TEST_F(Screens, ANumberBeingTyped) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    Enter('1', "Frequency offset", "-400888000.999", -1);
+    const Drawn_Glyph& last = drawNumberVal.glyph[static_cast<std::size_t>(drawNumberVal.count - 1)];
+    EXPECT_LT(last.x + allNumData[static_cast<std::size_t>(last.glyph)], 240) << "there is room for the cursor";
+    Enter('1', "Frequency offset", "12..34B", -1);
+    Keypad_Exe('5');
+    Keypad_Exe('-');
+    Expect_Screen("typed_number");
+}
+
+TEST_F(Screens, AnEnteredTime) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    Enter('6', "Sweep time", "0.5", -1);
+    const screen_tests::Screen typing = screen_tests::Composed();
+    Keypad_Exe(key_soft_first + 1);
+    Expect_Screen("entered_time");
+    EXPECT_GT(screen_tests::Differing_Pixels(screen_tests::Composed(), typing), screen_tests::pixel_tolerance);
+}
+
+TEST_F(Screens, ALevelAboutToBeEntered) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    Enter('7', "Reference level", "-107.25", -1);
+    Expect_Screen("typed_level");
 }
 
 /// A carrier with skirts over a slope, and a stored trace below it.

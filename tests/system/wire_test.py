@@ -249,6 +249,23 @@ def check_band_and_reset(instrument, wires):
     expect(local_state(instrument)["remote"] is True, "not under remote control")
 
 
+def check_trace(instrument, wires):
+    """A single sweep stands, so the trace is the same however it is read."""
+    with wires.socket() as client:
+        client.write(":FREQ:CENT 100 MHZ;SPAN 20 MHZ;:INIT:CONT OFF")
+        client.write(":INIT:IMM")
+        expect_same(client.query("*OPC?"), "1", "*OPC? of a single sweep")
+        levels = [float(level) for level in client.query(":TRACe? TRACe1").split(",")]
+        frequencies, shown = instrument.trace()
+        expect((len(levels), frequencies[0], frequencies[-1]) == (601, 90e6, 110e6),
+               f"{len(levels)} points from {frequencies[0]} to {frequencies[-1]}")
+        worst = max(abs(level - value) for level, value in zip(levels, shown))
+        expect(worst < 0.06, f"the trace over the wire is {worst} dB off")
+        expect(max(levels) - min(levels) > 5, "a flat trace")
+        client.write(":INIT:CONT ON")
+        expect_same(client.query("SYST:ERR?"), '0,"No error"', "the error queue")
+
+
 @contextlib.contextmanager
 def stopped_board(instrument):
     """No sample comes, so no sweep ends."""

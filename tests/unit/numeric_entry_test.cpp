@@ -1,3 +1,6 @@
+#include <cmath>
+#include <limits>
+
 #include "keys/key_codes.h"
 #include "keys/number_format.h"
 #include "records/keystate.h"
@@ -28,7 +31,8 @@ protected:
     }
     static std::string Digits() {
         std::string text;
-        for (int i = 0; i < AllKeyVar.count; ++i) text += static_cast<char>(AllKeyVar.digit[static_cast<std::size_t>(i)]);
+        for (int i = 0; i < AllKeyVar.count; ++i)
+            text += static_cast<char>(AllKeyVar.digit[static_cast<std::size_t>(i)]);
         return text;
     }
     /// The value that the highlighted key gets for typed keys and a unit key (0 GHz to 3 Hz).
@@ -93,6 +97,103 @@ TEST_F(Numeric_Entry, ConfirmingLeavesNothingTypedBehind) {
     EXPECT_EQ(AllKeyVar.clear, 1);
 }
 
+TEST_F(Numeric_Entry, TheDrawnNumberFollowsSignDigitsAndPoint) {
+    for (std::size_t i = 0; i < entry_field_start; ++i) allNumData[i] = static_cast<std::int16_t>(10 + i);
+    allNumData[entry_field_start] = 12;
+    auto glyphs = [] {
+        std::string text;
+        for (int i = 0; i < drawNumberVal.count; ++i) {
+            const Drawn_Glyph& glyph = drawNumberVal.glyph[static_cast<std::size_t>(i)];
+            text += std::to_string(glyph.glyph) + '@' + std::to_string(glyph.x) + ' ';
+        }
+        return text;
+    };
+    Type("4.2");
+    EXPECT_EQ(glyphs(), "4@12 12@26 2@48 ");
+    EXPECT_EQ(numberIndex, 3);
+    Type("-");
+    EXPECT_EQ(glyphs(), "10@12 4@32 12@46 2@68 ") << "they make room for the sign";
+    EXPECT_EQ(numberIndex, 3);
+    Type("-BB7");
+    EXPECT_EQ(glyphs(), "4@12 7@26 ") << "digits join the integer part where the point was";
+    allNumData = {};
+}
+
+TEST_F(Numeric_Entry, FrequenciesLeaveTheirUnitAndPoint) {
+    auto entered = [](std::string_view keys, int exponent) {
+        clean_keybuffer();
+        Type(keys);
+        const double value = FunitChang(exponent);
+        return std::tuple(value, AllKeyVar.unit_group, AllKeyVar.point);
+    };
+    using Entered = std::tuple<double, std::uint8_t, std::uint16_t>;
+    EXPECT_EQ(entered("200", 9), Entered(103'300'050'000.0, 3, 1));
+    EXPECT_EQ(entered("103.30005", 9), Entered(103'300'050'000.0, 3, 1));
+    EXPECT_EQ(entered("103.300049999", 9), Entered(103'300'049'999.0, 3, 3));
+    EXPECT_EQ(entered("1234567", 0), Entered(1'234'567, 2, 1));
+    EXPECT_EQ(entered("-25000", 3), Entered(-25e6, 2, 2));
+    EXPECT_EQ(entered("-0.4", 0), Entered(0, 0, 1));
+    EXPECT_FALSE(std::signbit(std::get<0>(entered("-0", 0))));
+}
+
+TEST_F(Numeric_Entry, TimesReachTheirHandlerInSeconds) {
+    struct Case {
+        const char* keys;
+        int key;
+        double seconds;
+    };
+    unit_page.layer = sNumBase;
+    for (const auto& [keys, key, seconds] : std::to_array<Case>({{"5", 2, 0.005},
+                                                                 {"0.5", 1, 0.5},
+                                                                 {"2000", 1, 2000},
+                                                                 {"1.5", 0, 1500},
+                                                                 {"12", 3, 12e-6},
+                                                                 {"7.25", 4, 7.25e-9},
+                                                                 {"0", 2, 0},
+                                                                 {"3", 5, 0},
+                                                                 {"-4", 2, -0.004}})) {
+        SCOPED_TRACE(keys);
+        clean_keybuffer();
+        keylink = &unit_page;
+        Type(keys);
+        sNumBase(key);
+        EXPECT_DOUBLE_EQ(handed_on, seconds);
+        EXPECT_EQ(AllKeyVar.value, handed_on);
+        EXPECT_EQ(keylink.load(), &page);
+        EXPECT_EQ(AllKeyVar.count, 0);
+    }
+}
+
+TEST_F(Numeric_Entry, EnteredTimesAreShownInTheirUnit) {
+    struct Case {
+        double seconds, value;
+        const char* unit;
+    };
+    constexpr double tiny = std::numeric_limits<double>::denorm_min(), huge = std::numeric_limits<double>::infinity();
+    for (const auto& [seconds, value, unit] : std::to_array<Case>({{0, 0, "ns"},
+                                                                   {0.005, 5, "ms"},
+                                                                   {0.5, 500, "ms"},
+                                                                   {0.999999, 999.999, "ms"},
+                                                                   {1, 1, "s"},
+                                                                   {999.5, 999.5, "s"},
+                                                                   {1000, 1, "ks"},
+                                                                   {2e6, 1, "ks"},
+                                                                   {1e-3, 1, "ms"},
+                                                                   {1e-6, 1, "us"},
+                                                                   {1e-9, 1, "ns"},
+                                                                   {1e-12, 1, "ps"},
+                                                                   {1e-15, 1, "fs"},
+                                                                   {2.5e-16, 0.25, "fs"},
+                                                                   {tiny, 0, "fs"},
+                                                                   {huge, 1, "ks"},
+                                                                   {-huge, 0, "ns"},
+                                                                   {std::nan(""), 0, "ns"}})) {
+        const Shown_Time shown = Time_As_Entered(seconds);
+        EXPECT_NEAR(shown.value, value, value * 1e-12 + 1e-300) << seconds;
+        EXPECT_STREQ(secUnit[static_cast<std::size_t>(shown.unit)], unit) << seconds;
+    }
+}
+
 TEST_F(Numeric_Entry, StepsReachTheHighlightedKeyAndAreTakenBack) {
     static int seen = 0;
     page.value_handler[0] = [](int mode, double) {
@@ -109,41 +210,6 @@ TEST_F(Numeric_Entry, StepsReachTheHighlightedKeyAndAreTakenBack) {
     seen = 0;
     Numberkey(key_up);
     EXPECT_EQ(seen, 0) << "nothing is highlighted";
-}
-
-Formatted_Value Split(double value, int decimals = 0) {
-    Formatted_Value result;
-    freqvalue_trans(value, decimals, result);
-    return result;
-}
-
-TEST_F(Numeric_Entry, FrequenciesSplitIntoMantissaAndUnit) {
-    EXPECT_EQ(Split(999'999).unit_group, 1);
-    EXPECT_DOUBLE_EQ(Split(999'999).mantissa, 999.999);
-    EXPECT_EQ(Split(1'000'000).unit_group, 2);
-    EXPECT_DOUBLE_EQ(Split(1'000'000).mantissa, 1);
-    EXPECT_DOUBLE_EQ(Split(1'234'567, 3).mantissa, 1.235) << "rounds half up";
-    EXPECT_DOUBLE_EQ(Split(1'234'449, 3).mantissa, 1.234);
-    EXPECT_EQ(Split(-5e9).sign, 1);
-    EXPECT_EQ(Split(0).unit_group, 0);
-    EXPECT_EQ(Split(0.25).unit_group, 0);
-    EXPECT_EQ(Split(5e13).unit_group, 3) << "no unit above GHz";
-}
-
-std::string Shown(double hertz, bool trim) {
-    std::array<char, 40> text{};
-    Format_Frequency(hertz, trim, text);
-    return text.data();
-}
-
-TEST_F(Numeric_Entry, ShownFrequenciesKeepTheirDigits) {
-    EXPECT_EQ(Shown(433'920'000, false), "433.920 000 MHz");
-    EXPECT_EQ(Shown(2e6, true), "2.000 MHz");
-    EXPECT_EQ(Shown(2'000'001, true), "2.000 001 MHz");
-    EXPECT_EQ(Shown(1'625'000'000, false), "1.625 000 000 GHz");
-    EXPECT_EQ(Shown(100, true), "100 Hz");
-    EXPECT_EQ(Shown(0, true), "0 Hz");
-    EXPECT_EQ(Shown(-1500, true), "-1.500 kHz");
 }
 
 }  // namespace
