@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <cstdint>
 
 /// The active mode. The main loop's work and the dispatch of keys follow it.
@@ -6,7 +7,7 @@ enum Function_Mode : std::int32_t {
     mode_spectrum = 0, mode_power_meter = 1, mode_emission_mask = 2, mode_file_view = 3, mode_spectrum_list = 6,
     mode_am_fm = 7, mode_am_fm_list = 8, mode_recall_view = 9, mode_iq = 10, mode_r_phi = 11, mode_ask = 16, mode_fsk = 17
 };
-inline std::int32_t FunctionMode_Flag = mode_spectrum;
+inline std::atomic<std::int32_t> FunctionMode_Flag{mode_spectrum};
 inline std::int32_t FunctionMode_Flag_For_File = mode_spectrum;
 inline std::int32_t Global_Table = 0;  ///< bit set of the active measurement or table
 inline std::int32_t Global_Table_Flag_For_File = 0;

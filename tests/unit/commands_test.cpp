@@ -132,17 +132,19 @@ TEST_F(Commands, EveryStatusRowWorksOnItsOwnRegister) {
 }
 
 TEST_F(Commands, TheBusyInstrumentRefusesStatusSettingsButAnswers) {
-    const std::array<std::pair<std::int32_t*, std::int32_t>, 4> reasons{{{&Run_AuotSet_flag, 1},
-                                                                        {&FunctionMode_Flag, mode_power_meter},
-                                                                        {&Sweep_Data.busy, 1},
-                                                                        {&Global_Table, table_split}}};
-    for (const auto& [flag, value] : reasons) {
-        *flag = value;
+    void (*const reasons[])(bool on) = {
+        [](bool on) { Run_AuotSet_flag = on; },
+        [](bool on) { FunctionMode_Flag = on ? mode_power_meter : mode_spectrum; },
+        [](bool on) { Sweep_Data.busy = on; },
+        [](bool on) { Global_Table = on ? table_split : 0; },
+    };
+    for (const auto reason : reasons) {
+        reason(true);
         EXPECT_EQ(Errors("STAT:OPER:ENAB 7"), Codes{-221});
         EXPECT_EQ(Errors("STAT:QUES:SEML:PTR 7"), Codes{-221});
         EXPECT_EQ(Ask("STAT:OPER:ENAB?;:STAT:QUES:SEML:PTR?"), "0;65535");
         EXPECT_EQ(Errors("*ESE 1;*CLS;:STAT:PRES"), None());
-        *flag = 0;
+        reason(false);
     }
     EXPECT_EQ(Errors("STAT:OPER:ENAB 7"), None());
 }
