@@ -8,6 +8,7 @@
 #include "keys/dispatch.h"
 #include "keys/handlers.h"
 #include "keys/information_screen.h"
+#include "keys/notice.h"
 #include "keys/numeric_entry.h"
 #include "keys/pages.h"
 #include "keys/reader.h"
@@ -141,6 +142,7 @@ void Main_Loop_Once() {
     Execute_Web_Keys();
     Do_Posted_Work();
     Enter_Remote();
+    End_Notice_In_Time();
 }
 
 void Main_Loop() {

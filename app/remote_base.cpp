@@ -15,7 +15,7 @@
 
 void Leave_File_Modes() {
     const std::lock_guard records(Command_Main_Mutex);
-    if (FunctionMode_Flag == mode_file_view || FunctionMode_Flag == mode_recall_view) Return_From_File_Mode();
+    if (FunctionMode_Flag == mode_file_view || FunctionMode_Flag == mode_recall_view) changeto_spectrumfd();
 }
 
 bool Start_Remote_Base() {

@@ -43,6 +43,7 @@
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
 #include "sweep/transfer.h"
+#include "system/settings.h"
 #include "system/status_icons.h"
 #include "system/system.h"
 #include "trace/acquisition.h"
@@ -180,12 +181,14 @@ void Recall_Power_On_State() {
 }
 
 void Start_Interface_Settings() {
-    remote::Hand_Over_Gpib_Address(Sys_Data.gpib_address);
+    GPIB_Address_Changed();
     Usb_init_flag.store(1, std::memory_order_release);
     SetsystemtimeFlag.store(1, std::memory_order_release);
 }
 
 }  // namespace
+
+void GPIB_Address_Changed() { remote::Hand_Over_Gpib_Address(Sys_Data.gpib_address); }
 
 void Show_Start_Picture(int number) { Show_Picture(number, 210, 180, 205, 193, target_osd0); }
 
@@ -229,6 +232,9 @@ void init_sys() {
 
 int Start_Up() {
     const std::lock_guard records(Command_Main_Mutex);
+    Reset_Pages();
+    Recall_Settings();
+    Recall_Web_Password();
     Init_Spectrogram();   // 1
     Commands_Init();
     if (!Start_Remote_Base()) return 2;  // 2

@@ -56,6 +56,12 @@ void Sys_SwKey(int key, char unit_type);
 void Num_HwKey(char unit_type);
 void Num_Swkey(int key, char unit_type);
 
+/// The web password that is being typed: abandoned (the stored one is read again), stored (the system page comes back),
+/// drawn again.
+void Abandon_Web_Password();
+void Finish_Web_Password();
+void Show_Web_Password();
+
 /// Hard-key handlers by key code.
 inline constexpr std::array<void (*)(), 24> fHwKeyPtr{
     Freq_HwKey,      Span_HwKey,      Amp_HwKey,        Autoset_HwKey,  BW_HwKey,   Meas_HwKey,

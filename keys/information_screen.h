@@ -8,5 +8,5 @@ void Enter_Information_Screen();
 /// Back to the mode and its screen; nothing while another screen is shown.
 void Leave_Information_Screen();
 
-/// The same from any mode that the file menu enters.
-void Return_From_File_Mode();
+/// The same from any mode that the file menu enters: mode and table are as they were before.
+void changeto_spectrumfd();

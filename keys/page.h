@@ -43,6 +43,9 @@ struct Menu_Page {
     void (*layer)(int key) = nullptr;                          ///< what a pressed soft key does
     std::array<Value_Handler, soft_keys> value_handler{};      ///< arrows, knob and typed values of the highlighted key
     void (*face)(int key, Key_Face& face) = nullptr;           ///< fills in what a key shows now
+    std::array<Menu_Page*, soft_keys> opens{};                 ///< the page that a key shows, null for none
+    bool back = false;                                         ///< key 7 returns to the page it was opened from
+    int (*chosen)() = nullptr;                                 ///< of a page of choices: the key in force, -1 none
 };
 
 inline std::atomic<Menu_Page*> keylink{nullptr};  ///< the page shown now

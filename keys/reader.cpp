@@ -4,11 +4,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "keys/key_codes.h"
 #include "keys/numeric_entry.h"
+#include "keys/pages.h"
 #include "platform/keys.h"
 #include "records/handover.h"
 #include "records/keystate.h"
 #include "records/locks.h"
+#include "records/recording.h"
 
 namespace {
 
@@ -18,7 +21,31 @@ void Reset_Key_State() {
     clean_keybuffer();
 }
 
+bool Active(const Recording_Record& recording) {
+    return recording.running.load(std::memory_order_acquire) != 0 && recording.armed.load(std::memory_order_acquire) != 0;
+}
+
+/// A recording ends when its key is pressed, not when the main loop comes to it.
+void End_Recording(std::int32_t code) {
+    constexpr std::size_t recording_page = 35;
+    constexpr int end_of_fetching = 100;
+    if (!Active(RecordData_IQ) && !Active(RecordData_RPhi)) return;
+    if (code == key_soft_first && keylink.load(std::memory_order_acquire) == &MeasLink[recording_page]) {
+        std::printf("\r\n scan key pad rd_buf[0]:%d,Keypad_Flag:%d,\n", code, Keypad_Flag.load());
+        RecordData_IQ.armed.store(0, std::memory_order_release);
+        RecordData_RPhi.armed.store(0, std::memory_order_release);
+    } else if (code == key_save) {
+        std::printf("\r\n *******stop get id set 100 rd_buf[0]:%d,*******,\n", code);
+        GetIQCounter.store(end_of_fetching, std::memory_order_release);
+    }
+}
+
 }  // namespace
+
+void Take_Panel_Key(std::int32_t code) {
+    End_Recording(code);
+    Store_Key(code);
+}
 
 void Store_Key(std::int32_t code) {
     const int filled = std::clamp(Keypad_Flag.load(std::memory_order_acquire), 0, keypad_slots - 1);
@@ -37,7 +64,7 @@ void readkey() {
     do {
         code = platform::Read_Key(device);
     } while (code && systeminit.load(std::memory_order_acquire) != 0);
-    while (code && (code = platform::Read_Key(device))) Store_Key(*code);
+    while (code && (code = platform::Read_Key(device))) Take_Panel_Key(*code);
     platform::Close_Key_Device(device);
 }
 

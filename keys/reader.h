@@ -5,6 +5,9 @@
 /// first after that, are thrown away.
 void readkey();
 
+/// A code of the panel: ends an active recording where it is the recording's own key or Save, and is stored.
+void Take_Panel_Key(std::int32_t code);
+
 /// Stores a code in the key buffer: while it is full each further key overwrites the newest entry.
 void Store_Key(std::int32_t code);
 

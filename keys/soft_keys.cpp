@@ -105,6 +105,13 @@ void Draw_Key(const Menu_Page& page, int key, const Frame_Descriptor& layer) {
     Draw_Key_Texts(page, key, layer);
 }
 
+/// On a page of choices the key in force is highlighted, elsewhere the given one.
+std::uint8_t Key_In_Force(const Menu_Page& page, std::uint8_t other) {
+    if (!page.chosen) return other;
+    const int key = page.chosen();
+    return key >= 0 && key < soft_keys ? static_cast<std::uint8_t>(key) : no_highlight;
+}
+
 }  // namespace
 
 void bottom_init(const Frame_Descriptor& layer) {
@@ -174,7 +181,7 @@ void Redraw_Keys() {
 }
 
 void Show_Page(Menu_Page& page) {
-    page.highlight = no_highlight;
+    page.highlight = Key_In_Force(page, no_highlight);
     keylink.store(&page, std::memory_order_release);
     if (column_layer) hardware_key(page, true, *column_layer);
 }
@@ -186,7 +193,7 @@ void Press_Soft_Key(int key, const char* family_error) {
     const std::uint8_t old_key = page.highlight;
     if (column_layer) software_key(old_key, static_cast<std::uint8_t>(key), false, *column_layer);
     page.layer(key);
-    page.highlight = static_cast<std::uint8_t>(key);
+    page.highlight = Key_In_Force(page, static_cast<std::uint8_t>(key));
     if (&Current_Page() != &page || !column_layer) return;
     if (old_key != no_highlight) Draw_Key(page, old_key, *column_layer);
     Draw_Key(page, key, *column_layer);

@@ -34,7 +34,7 @@ constexpr std::string_view fixed_characters = "ABCDEF-_.";
 inline std::array<Label_Mask, fixed_characters.size()> fixed_words{};
 
 /// Mask of a label or title.
-inline const std::uint8_t* En(keys::En_Name name) { return en_words[name].data(); }
+constexpr const std::uint8_t* En(keys::En_Name name) { return en_words[name].data(); }
 /// Mask of a key with one of the fixed characters; null for any other.
 const std::uint8_t* Fixed(char character);
 

@@ -1,5 +1,6 @@
 #pragma once
 #include <chrono>
+#include <cstdint>
 #include <ctime>
 
 /// All waiting and all time of the instrument.
@@ -20,8 +21,16 @@ Clock_Mode Current_Clock_Mode();
 /// Monotonic time since an arbitrary start.
 Duration Now();
 
-/// Local calendar time of the PC or, when stepped, of the test.
+/// Local calendar time of the instrument: the PC's or, when stepped, the test's, moved by the clock's offset.
 std::tm Wall_Clock();
+
+/// Sets the instrument's clock. The virtual one keeps its offset to the PC's clock, which is never touched; the board sets
+/// the machine's. False with errno on failure. Any thread.
+bool Set_Wall_Clock(const std::tm& calendar);
+
+/// The offset in seconds, to be kept over the power-off; always 0 on the board, whose clock runs on.
+std::int64_t Wall_Clock_Offset();
+void Set_Wall_Clock_Offset(std::int64_t seconds);
 
 /// Waits, as polling loops do. Returns false as soon as the stop is requested.
 bool Sleep_For(Duration time);

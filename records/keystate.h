@@ -28,5 +28,13 @@ inline std::int32_t FLAG_BLOCK_MINUS_KEY = 1;
 inline std::int32_t HWkeyIdx = 0;
 inline std::int32_t Keylink_HwInit = 0;
 inline std::int32_t Keylink_SwInit = 0;
-inline std::int32_t Check_warning = 0;            ///< a warning stands in place of a value on the status line
-inline std::int32_t Check_block3 = 0;
+/// The value in whose place a warning stands, 0 none: 1 RBW, 2 to 4 sweep time, 5 demodulation delay, 6 marker frequency
+/// of a limit line, 7 the password field.
+inline std::int32_t Check_warning = 0;
+inline std::int32_t Check_block3 = 0;             ///< 1: the third status block must be redrawn
+inline std::int32_t Marker_Limit_Two_Point = 0;   ///< 1: the second point from the marker to a limit line is waited for
+inline std::int32_t Near_DC_Search_Flag = 0;      ///< 1 while a peak search near 0 Hz runs; hard keys wait
+
+/// The name that is being typed.
+enum class Name_Entry : std::uint8_t { none, file, state, web_password, pattern, sync_word };
+inline Name_Entry Name_Entry_Open = Name_Entry::none;

@@ -9,6 +9,7 @@
 #include "records/handover.h"
 #include "records/keystate.h"
 #include "records/normalisation.h"
+#include "records/recording.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
@@ -22,6 +23,8 @@ void Reset_Handover() {
                        &DSP_Trigger_Flag, &Usb_init_flag, &SetsystemtimeFlag}) {
         *flag = 0;
     }
+    for (Recording_Record* recording : {&RecordData_IQ, &RecordData_RPhi}) recording->running = recording->armed = 0;
+    GetIQCounter = 0;
     FPGA_Int_Fd = -1;
     Keypad_Flag = 0;
     Web_Keyin_Flag = 0;
@@ -67,7 +70,8 @@ void Reset_Records() {
     Keypad_AllKeyVarunitype = 0;
     numberIndex = Keypad_Keyin_Type_Lock = HWkeyIdx = Keylink_HwInit = Keylink_SwInit = 0;
     FLAG_BLOCK_MINUS_KEY = 1;
-    Check_warning = Check_block3 = 0;
+    Check_warning = Check_block3 = Marker_Limit_Two_Point = Near_DC_Search_Flag = 0;
+    Name_Entry_Open = Name_Entry::none;
     Marker_Data = {};
     Peak_Data = {};
     TG_Pos_Diff_Value = Check_TG_Normalize = Check_Sweep_Again = CheckNormInit = 0;

@@ -28,6 +28,7 @@ inline std::int32_t check_logo = 0;                    ///< 1: the maker's logo 
 /// What the instrument says of itself.
 struct System_Information_Record {
     std::string maker, model, serial_number, firmware, system_name, versions;
+    std::string web_password;  ///< empty: none is asked for
     std::array<double, 3> versions_core{};  ///< signal-processing core, tracking generator, receiver
 };
 inline System_Information_Record System_Information_Data;

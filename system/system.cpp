@@ -64,10 +64,14 @@ int Count_Storage() {
 }  // namespace
 
 void Sys_Init() {
-    Sys_Data = {};
+    Sys_Data.sweep_setting = Sys_Data.sweep_setting_working = 0;
+    Sys_Data.tracking_normalised = 0;
 }
 
-void Display_Init() { Display_Data = {}; }
+void Display_Init() {
+    Display_Data.active = 1;
+    Display_Data.key_lock = 0;
+}
 
 void Sys_Init_Cal() { Sys_Data.sweep_setting_working = Sys_Data.sweep_setting; }
 

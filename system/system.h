@@ -3,9 +3,9 @@
 
 /// System settings, identity, clock, start-up files and storage.
 
-void Sys_Init();       ///< system settings to their values at power-on
+void Sys_Init();       ///< system settings that a power-off doesn't keep
 void Sys_Init_Cal();   ///< calibration settings
-void Display_Init();   ///< display settings
+void Display_Init();   ///< the screen on, the keys free
 
 /// Reads maker, model and serial number from "/opt/KVA720/identity", sets MAXFREQUENCY and MAXSPAN for the model and
 /// returns its code (1: extended range). An unreadable file is a KVA7230 without serial number.

@@ -1,6 +1,7 @@
 #include "keys/frequency_entry.h"
 #include "keys/handlers.h"
 #include "keys/menus/entry.h"
+#include "keys/menus/rows.h"
 #include "keys/number_format.h"
 #include "keys/numeric_entry.h"
 #include "keys/pages.h"
@@ -44,9 +45,7 @@ void Freq_Face(int key, Key_Face& face) {
     face.chosen = stepautoman[static_cast<std::size_t>(ScreenActive)] ? 1 : 0;
 }
 
-}  // namespace
-
-std::array<Menu_Page, 1> FreqLink{{{
+constexpr std::array<Menu_Page, 1> rows{{{
     .title = En(keys::enFrequencyBig),
     .label = {En(keys::enCenterFreq), En(keys::enStartFreq), En(keys::enStopFreq), En(keys::enCFStep),
               En(keys::enFreqOffset), nullptr, nullptr},
@@ -60,6 +59,12 @@ std::array<Menu_Page, 1> FreqLink{{{
                       Set_And_Show<Set_Offset_Freq, offset_key>, nullptr, nullptr},
     .face = Freq_Face,
 }}};
+
+}  // namespace
+
+std::array<Menu_Page, 1> FreqLink = rows;
+
+void menus::Reset_Freq() { FreqLink = rows; }
 
 void Freq_HwKey() { menus::Open_First_Page(FreqLink[0]); }
 

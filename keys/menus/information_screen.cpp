@@ -14,10 +14,10 @@ void Enter_Information_Screen() {
 }
 
 void Leave_Information_Screen() {
-    if (System_information) Return_From_File_Mode();
+    if (System_information) changeto_spectrumfd();
 }
 
-void Return_From_File_Mode() {
+void changeto_spectrumfd() {
     System_information = 0;
     FunctionMode_Flag = FunctionMode_Flag_For_File;
     Global_Table = Global_Table_Flag_For_File;

@@ -1,21 +1,21 @@
 #include "keys/handlers.h"
+#include "keys/menus/rows.h"
 #include "keys/pages.h"
-#include "keys/words.h"
 #include "records/handover.h"
 #include "system/preset.h"
 
+namespace {
+
+using namespace menus;
+
 /// Shown under remote control; its own parent, so that digits open no unit page.
-std::array<Menu_Page, 1> PresetLink{{{
-    .title = En(keys::enRemoteBig),
-    .label = {},
-    .disabled = {},
-    .parent = &PresetLink[0],
-    .family = 21,
-    .highlight = no_highlight,
-    .layer = nullptr,
-    .value_handler = {},
-    .face = nullptr,
-}}};
+constexpr auto rows = std::to_array<Page_Row>({{keys::enRemoteBig, {}, &PresetLink[0]}});
+
+}  // namespace
+
+std::array<Menu_Page, 1> PresetLink = Pages<1>(21, rows);
+
+void menus::Reset_Preset() { PresetLink = Pages<1>(21, rows); }
 
 void Preset_HwKey() {
     Remote_Flag.store(0, std::memory_order_release);

@@ -1,6 +1,7 @@
 #include "keys/frequency_entry.h"
 #include "keys/handlers.h"
 #include "keys/menus/entry.h"
+#include "keys/menus/rows.h"
 #include "keys/number_format.h"
 #include "keys/numeric_entry.h"
 #include "keys/pages.h"
@@ -40,9 +41,7 @@ void Span_Face(int key, Key_Face& face) {
     if (key == span_key) Format_Frequency(Span(), true, face.value);
 }
 
-}  // namespace
-
-std::array<Menu_Page, 1> SpanLink{{{
+constexpr std::array<Menu_Page, 1> rows{{{
     .title = En(keys::enSpanBig),
     .label = {En(keys::enSpanSpan), En(keys::enFullSpan), En(keys::enZeroSpan), En(keys::enLastSpan), nullptr, nullptr,
               nullptr},
@@ -54,6 +53,12 @@ std::array<Menu_Page, 1> SpanLink{{{
     .value_handler = {Set_Span_And_Show},
     .face = Span_Face,
 }}};
+
+}  // namespace
+
+std::array<Menu_Page, 1> SpanLink = rows;
+
+void menus::Reset_Span() { SpanLink = rows; }
 
 void Span_HwKey() { menus::Open_First_Page(SpanLink[0]); }
 

@@ -1,5 +1,6 @@
 #include "platform/clock.h"
 
+#include <ctime>
 #include <poll.h>
 
 #include "platform/stop.h"
@@ -19,6 +20,17 @@ std::tm Wall_Clock() {
     ::localtime_r(&now, &calendar);
     return calendar;
 }
+
+bool Set_Wall_Clock(const std::tm& calendar) {
+    std::tm wanted = calendar;
+    wanted.tm_isdst = -1;
+    const timespec time{.tv_sec = std::mktime(&wanted), .tv_nsec = 0};
+    return time.tv_sec != -1 && ::clock_settime(CLOCK_REALTIME, &time) == 0;
+}
+
+std::int64_t Wall_Clock_Offset() { return 0; }
+
+void Set_Wall_Clock_Offset(std::int64_t) {}
 
 bool Sleep_For(Duration time) {
     const Duration end = Now() + time;

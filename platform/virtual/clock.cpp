@@ -66,11 +66,32 @@ bool Sleep_Stepped(Duration time) {
     return woken;
 }
 
+std::atomic<std::int64_t> wall_offset{0};
+
+std::tm Calendar(std::int64_t seconds) {
+    const auto time = static_cast<std::time_t>(seconds);
+    std::tm calendar{};
+    ::gmtime_r(&time, &calendar);
+    return calendar;
+}
+
+/// The calendar time of the PC's place, or of the test, in seconds.
+std::int64_t Machine_Seconds() {
+    constexpr std::int64_t stepped_start = 1767323045;  // 2026-01-02 03:04:05
+    if (mode.load() == Clock_Mode::stepped)
+        return stepped_start + std::chrono::duration_cast<std::chrono::seconds>(Now()).count();
+    const std::time_t now = std::time(nullptr);
+    std::tm calendar{};
+    ::localtime_r(&now, &calendar);
+    return ::timegm(&calendar);
+}
+
 }  // namespace
 
 void Set_Clock_Mode(Clock_Mode new_mode) {
     std::lock_guard lock(stepped_mutex);
     stepped_now = Duration::zero();
+    wall_offset.store(0);
     mode.store(new_mode);
 }
 
@@ -86,21 +107,21 @@ Duration Now() {
 }
 
 std::tm Wall_Clock() {
-    std::tm calendar{};
-    if (mode.load() != Clock_Mode::stepped) {
-        const std::time_t now = std::time(nullptr);
-        ::localtime_r(&now, &calendar);
-        return calendar;
-    }
-    calendar.tm_year = 126;
-    calendar.tm_mon = 0;
-    calendar.tm_mday = 2;
-    calendar.tm_hour = 3;
-    calendar.tm_min = 4;
-    calendar.tm_sec = 5;
-    const std::time_t now = ::timegm(&calendar) + std::chrono::duration_cast<std::chrono::seconds>(Now()).count();
-    ::gmtime_r(&now, &calendar);
-    return calendar;
+    return Calendar(Machine_Seconds() + wall_offset.load());
+}
+
+bool Set_Wall_Clock(const std::tm& calendar) {
+    std::tm wanted = calendar;
+    wall_offset.store(::timegm(&wanted) - Machine_Seconds());
+    return true;
+}
+
+std::int64_t Wall_Clock_Offset() {
+    return wall_offset.load();
+}
+
+void Set_Wall_Clock_Offset(std::int64_t seconds) {
+    wall_offset.store(seconds);
 }
 
 bool Sleep_For(Duration time) {

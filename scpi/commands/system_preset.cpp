@@ -6,6 +6,7 @@
 #include "records/user_preset.h"
 #include "scpi/commands/families.h"
 #include "scpi/commands/shapes.h"
+#include "system/settings.h"
 
 namespace {
 
@@ -20,9 +21,7 @@ int System_Preset(ScpiContext& context) { return Event(context, Preset_Instrumen
 
 int System_PresetType(ScpiContext& context) {
     return Set_Choice(context, preset_types, [](std::int32_t type) {
-        if (type == preset_user && !User_Preset_Saved()) return settings_conflict;
-        Sys_Data.user_preset = type;
-        return 0;
+        return Set_Preset_Type(type) ? 0 : settings_conflict;
     });
 }
 

@@ -12,6 +12,8 @@
 #include "keys/language.h"
 #include "keys/messages.h"
 #include "keys/numeric_entry.h"
+#include "keys/dispatch.h"
+#include "keys/key_codes.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
@@ -287,6 +289,40 @@ TEST_F(Screens, ErrorList) {
     Sys_SwKey(6, 0);
     Sys_SwKey(1, 0);
     Expect_Screen("error_list");
+}
+
+/// Pages of the System menu with what stands in force, and the information screen.
+TEST_F(Screens, SystemPages) {
+    System_Information_Data = {};
+    System_Information_Data.maker = "KVA";
+    System_Information_Data.model = "KVA7230";
+    System_Information_Data.serial_number = "VP000123";
+    System_Information_Data.firmware = "0.1";
+    System_Information_Data.system_name = "Linux 6.1";
+    System_Information_Data.versions_core = {1.25, 0, 2.5};
+    const auto press = [](std::initializer_list<std::int32_t> codes) {
+        for (const auto code : codes) Keypad_Exe(code);
+    };
+    numKey_init(0, face_regular);
+    mode_str_init();
+    parse_txt_file(Word_List_Path(0));
+    Ext_Frame();
+    keylink = &FreqLink[0];
+    press({key_system, 32});
+    Expect_Screen("system_information");
+    press({key_system, 35, 32});
+    Expect_Screen("system_time");
+    press({key_system, 36, 32});
+    Expect_Screen("system_preset");
+    press({key_system, 34, 35});
+    Expect_Screen("system_interfaces");
+    press({37});
+    Expect_Screen("system_serial");
+    press({38, 34, 33, '7', '3', key_left});
+    Expect_Screen("system_password");
+    Sweep_Data.hold = 1;
+    press({key_frequency});
+    Expect_Screen("hold_refuses");
 }
 
 TEST_F(Screens, MeasurementWithResults) {
