@@ -5,7 +5,9 @@ import argparse
 import os
 import pathlib
 import signal
+import socket
 import statistics
+import subprocess
 import sys
 import time
 
@@ -76,6 +78,13 @@ def measure(build, fast):
             row("one viewer, still screen", share, "%")
             print(f"  {len(sizes) / SECONDS:.1f} pictures a second")
         row("resident", {name: resident_mb(pid) for name, pid in running.items()}, "MB")
+        port = int(instrument.scpi.rpartition(":")[2])
+        for state, message in (("sweeping", "INIT:CONT ON"), ("sweeps at rest", "INIT:CONT OFF")):
+            with socket.create_connection(("127.0.0.1", port)) as client:
+                client.sendall(f"{message};*OPC?\n".encode())
+                client.recv(16)
+            print(f"  raw socket, {state}:", flush=True)
+            subprocess.run([f"{build}/bin/wire", str(port)], check=True)
 
 
 def main():
