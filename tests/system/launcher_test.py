@@ -223,12 +223,28 @@ def test_taken_port(stage):
         expect(str(number) in line, f"no port in {line!r}")
 
 
+def launch_held(stage, attempts=20):
+    """A launcher held between its starts of the board and of the instrument, and the port that it has found free."""
+    for _ in range(attempts):
+        with socket.create_server(("127.0.0.1", 0)) as probe:
+            number = probe.getsockname()[1]
+        launcher = stage.launch("--scpi-port", str(number))
+        end = time.monotonic() + END_LIMIT
+        while "kva720-board" not in launcher.programs():
+            expect(time.monotonic() < end, "the board was not started")
+        launcher.signal(signal.SIGSTOP)
+        if "kva720" not in launcher.programs():
+            return launcher, number
+        launcher.signal(signal.SIGCONT)
+        launcher.signal(signal.SIGTERM)
+        launcher.end()
+    raise Failure("the launcher was never caught between its starts")
+
+
 def test_port_taken_while_starting(stage):
-    with socket.create_server(("127.0.0.1", 0)) as probe:
-        number = probe.getsockname()[1]
-    launcher = stage.launch("--scpi-port", str(number))
-    await_that("the board was not started", lambda: "kva720-board" in launcher.programs())
+    launcher, number = launch_held(stage)
     with socket.create_server(("127.0.0.1", number)):
+        launcher.signal(signal.SIGCONT)
         line, = launcher.expect_end(2, 1)
         expect(str(number) in line, f"no port in {line!r}")
 
