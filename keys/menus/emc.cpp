@@ -16,7 +16,7 @@ constexpr auto rows = std::to_array<Page_Row>({
       Opens(enMoreOne, EMCLink[2])}},
     {enTestBig,
      {Opens(enBand, EMCLink[3]), Opens(enTestType, EMCLink[15]), Greyed(enPeakTable), Opens(enLimitPage, EMCLink[5]),
-      Opens(enAmbient, EMCLink[12]), Greyed(enMarkerToStart), Return(EMCLink[0])},
+      Opens(enAmbient, EMCLink[12]), Greyed(enStartTest), Return(EMCLink[0])},
      &EMCLink[0]},
     {enEMCBig,
      {Opens(enDetector, EMCLink[16]), Opens(enEMIRBW, EMCLink[17]), Greyed(enDwellTime),
