@@ -1,5 +1,6 @@
 #include "keys/language.h"
 
+#include <cstdio>
 #include <string>
 
 #include "keys/messages.h"
@@ -37,7 +38,7 @@ int Set_Language(int language) {
     Language = static_cast<std::uint8_t>(language);
     parse_txt_file(Word_List_Path(language));
     Redraw_Texts();
-    platform::Write_Whole_File(language_file, std::to_string(language) + "\n");
+    if (!platform::Write_Whole_File(language_file, std::to_string(language) + "\n")) std::perror(language_file);
     return 0;
 }
 

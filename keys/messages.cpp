@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "display/text.h"
+#include "keys/notice.h"
 #include "keys/words.h"
 #include "palette.h"
 #include "records/keystate.h"
@@ -43,6 +44,7 @@ void Show(std::span<const Message> messages, int number) {
     const auto message = std::ranges::find(messages, number, &Message::number);
     if (message == messages.end()) return;
     shown = message->text;
+    Forget_Notice();  // its end would take this message away
     Redraw_Message();
 }
 

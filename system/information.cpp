@@ -46,7 +46,7 @@ std::string Network() {
     if (!platform::Lan_Link_Up()) return std::string(Translated("no link"));
     const auto& network = platform::Network();
     if (network.scpi_port <= 0) return std::string(Translated("link up"));
-    return network.address + ", port " + std::to_string(network.scpi_port);
+    return network.address + ", " + std::string(Translated("port")) + ' ' + std::to_string(network.scpi_port);
 }
 
 }  // namespace
@@ -67,7 +67,7 @@ void Show_System_Information() {
         {"Operating system", information.system_name},
         {"LAN", Network()},
         {"GPIB address", std::to_string(Sys_Data.gpib_address)},
-        {"Serial port", std::to_string(Baud_Rate_Of(Sys_Data.baud_rate)) + " bit/s"},
+        {"Serial port", std::to_string(Baud_Rate_Of(Sys_Data.baud_rate)) + ' ' + std::string(Translated("bit/s"))},
     });
     int row = 0;
     for (const auto& [name, value] : rows) Draw_Row(row++, name, value);

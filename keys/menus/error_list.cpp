@@ -4,9 +4,11 @@
 #include <array>
 #include <cstdio>
 #include <mutex>
+#include <string>
 
 #include "display/text.h"
 #include "keys/information_screen.h"
+#include "keys/words.h"
 #include "palette.h"
 #include "records/trace.h"
 #include "scpi/error_queue.h"
@@ -59,11 +61,17 @@ void Write(int line, int x, int width, const char* text, display::Colour colour,
 }
 
 void Draw_Heading(int entries) {
-    std::array<char, 80> text{};
-    std::snprintf(text.data(), text.size(), "Error list     %d %s     page %d of %d", entries,
-                  entries == 1 ? "entry" : "entries", page + 1, Pages(entries));
-    Write(0, margin, ScreenInf.points - 2 * margin, entries ? text.data() : "Error list     no error", palette::trace_a,
-          face_bold);
+    constexpr const char* gap = "     ";
+    std::string text(Translated("Error list"));
+    if (entries == 0) {
+        text.append(gap).append(Translated("no error"));
+    } else {
+        text.append(gap).append(std::to_string(entries)).append(" ").append(
+            Translated(entries == 1 ? "entry" : "entries"));
+        text.append(gap).append(Translated("page")).append(" ").append(std::to_string(page + 1)).append(" ");
+        text.append(Translated("of")).append(" ").append(std::to_string(Pages(entries)));
+    }
+    Write(0, margin, ScreenInf.points - 2 * margin, text.c_str(), palette::trace_a, face_bold);
 }
 
 void Draw_Entry(int line) {

@@ -5,6 +5,7 @@
 #include "files/screen_image.h"
 #include "keys/handlers.h"
 #include "keys/notice.h"
+#include "keys/words.h"
 
 /// A picture of the screen; the page stays as it is.
 void QuickSave_HwKey() {
@@ -13,5 +14,5 @@ void QuickSave_HwKey() {
         std::perror("quick save");
         return Show_Notice(errno == ENOSPC ? "The memory is full" : "The screen can't be saved");
     }
-    Show_Notice("Saved as " + path.substr(path.rfind('/') + 1));
+    Show_Notice(std::string(Translated("Saved as")) + ' ' + path.substr(path.rfind('/') + 1));
 }

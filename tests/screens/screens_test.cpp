@@ -11,6 +11,7 @@
 #include "keys/key_codes.h"
 #include "keys/language.h"
 #include "keys/messages.h"
+#include "keys/notice.h"
 #include "keys/numeric_entry.h"
 #include "keys/dispatch.h"
 #include "keys/key_codes.h"
@@ -289,6 +290,26 @@ TEST_F(Screens, ErrorList) {
     Sys_SwKey(6, 0);
     Sys_SwKey(1, 0);
     Expect_Screen("error_list");
+}
+
+TEST_F(Screens, ErrorListInRussian) {
+    mode_str_init();
+    ASSERT_EQ(Set_Language(static_cast<int>(Language_Choice::russian)), 0);
+    Ext_Frame();
+    SCPI_ErrorPush(scpi_context, -222);
+    Sys_HwKey();
+    Sys_SwKey(1, 0);
+    Expect_Screen("error_list_russian");
+}
+
+TEST_F(Screens, AMessageOutlastsTheNoticeBeforeIt) {
+    parse_txt_file(Word_List_Path(0));
+    Show_Notice("User preset saved");
+    ThirdAttentionwords(24);
+    const screen_tests::Screen standing = screen_tests::Composed();
+    platform::Step_Clock(std::chrono::seconds(3));
+    End_Notice_In_Time();
+    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), standing), 0);
 }
 
 /// Pages of the System menu with what stands in force, and the information screen.
