@@ -132,7 +132,7 @@ void Read_Choices(Word_File& file, int records) {
     for (int i = 0; i < records; ++i) {
         const auto record = Read_Record(file);
         if (!record) return;
-        if (record->entry < 0 || record->entry >= keys::select_count) continue;
+        if (record->entry < 0 || record->entry >= keys::select_count || !Drawable(*record)) continue;
         Choice_Word& word = select_words[static_cast<std::size_t>(record->entry)];
         const bool narrow = record->entry >= narrow_choice_first && record->entry <= narrow_choice_last;
         word.x = narrow ? 0 : record->x;

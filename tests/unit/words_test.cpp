@@ -141,6 +141,13 @@ TEST_F(Words, TwoChoicesHaveABoxOfTheirOwn) {
     EXPECT_LT(word.position[2], word.position[3]);
 }
 
+TEST_F(Words, AChoiceThatCannotStandInItsKeyHasNoMark) {
+    Read(std::u16string(heading) + u"!\r\n0,-70000,13,2,12,2,On\r\n1,0,13,2,1000000,3,Off\r\n2,0,13,2,12,1,1\r\n!\r\n!\r\n");
+    EXPECT_EQ(select_words[0].Width(), 0);
+    EXPECT_EQ(select_words[1].Width(), 0);
+    EXPECT_GT(select_words[2].Width(), 0);
+}
+
 TEST_F(Words, FixedCharactersNeedNoFile) {
     parse_txt_file("/mnt/nand/none.txt");
     for (const char character : fixed_characters) {
