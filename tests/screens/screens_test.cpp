@@ -294,7 +294,8 @@ TEST_F(Screens, ErrorList) {
 
 TEST_F(Screens, ErrorListInRussian) {
     mode_str_init();
-    ASSERT_EQ(Set_Language(static_cast<int>(Language_Choice::russian)), 0);
+    Language = static_cast<std::uint8_t>(Language_Choice::russian);
+    parse_txt_file(Word_List_Path(Language));
     Ext_Frame();
     SCPI_ErrorPush(scpi_context, -222);
     Sys_HwKey();
