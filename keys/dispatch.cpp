@@ -170,7 +170,7 @@ bool Preset_Passes(std::int32_t mode) {
 void Run_Preset() {
     if (FunctionMode_Flag == mode_file_view) changeto_spectrumfd();
     NUM2init();
-    Blank_Numeric_Field();
+    Blank_Entry();
     Preset_HwKey();
 }
 
