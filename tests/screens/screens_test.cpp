@@ -292,6 +292,19 @@ TEST_F(Screens, ErrorList) {
     Expect_Screen("error_list");
 }
 
+TEST_F(Screens, TheFirstPageOfEachFamily) {
+    constexpr std::array names{"frequency", "span",       "amplitude", "autoset", "bw",   "measure", "trace",
+                               "display",   "sweep",      "emc",       "limit_line", "trigger", "",  "file",
+                               "save",      "recall",     "marker",    "marker_to",  "peak_search", "sequence",
+                               "mode",      "system"};
+    parse_txt_file(Word_List_Path(0));
+    for (std::size_t code = 0; code < names.size(); ++code) {
+        if (!*names[code]) continue;  // the sweep-mode key shows the sweep page
+        fHwKeyPtr[code]();
+        Expect_Screen(std::string("page_") + names[code]);
+    }
+}
+
 TEST_F(Screens, ErrorListInRussian) {
     mode_str_init();
     Language = static_cast<std::uint8_t>(Language_Choice::russian);
