@@ -281,6 +281,9 @@ DSP_STATUS PROC_destroy() {
     if (dsp.processor == Processor::absent)
         return status_invalid;
     Disconnect();
+    for (const Buffer& left : dsp.buffers)
+        std::free(left.memory);
+    dsp.buffers.clear();
     dsp.processor = Processor::absent;
     return status_success;
 }
