@@ -142,7 +142,8 @@ TEST_F(Words, TwoChoicesHaveABoxOfTheirOwn) {
 }
 
 TEST_F(Words, AChoiceThatCannotStandInItsKeyHasNoMark) {
-    Read(std::u16string(heading) + u"!\r\n0,-70000,13,2,12,2,On\r\n1,0,13,2,1000000,3,Off\r\n2,0,13,2,12,1,1\r\n!\r\n!\r\n");
+    Read(std::u16string(heading) + u"!\r\n0,-70000,13,2,12,2,On\r\n1,0,13,2,1000000,3,Off\r\n"
+                                   u"2,0,13,2,12,1,1\r\n!\r\n!\r\n");
     EXPECT_EQ(select_words[0].Width(), 0);
     EXPECT_EQ(select_words[1].Width(), 0);
     EXPECT_GT(select_words[2].Width(), 0);
