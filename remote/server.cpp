@@ -28,7 +28,7 @@ public:
 
     /// One wait over everything. False on the stop.
     bool Serve_Once();
-    /// A short wait over the front panel while a command waits. False on the stop.
+    /// A short wait over the front panel while a command waits; service requests go out. False on the stop.
     bool Serve_Pages();
 
 private:
@@ -69,6 +69,7 @@ int Server::Wait_Time() const {
 }
 
 bool Server::Serve_Pages() {
+    Send_Server_Requests();
     Poll_Set waits;
     const std::size_t stop = waits.Add(platform::Stop_Fd(), POLLIN);
     local_.Add_Page_Waits(waits);

@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <mutex>
+#include <span>
 #include <utility>
 
 #include <sys/eventfd.h>
@@ -27,6 +28,8 @@ struct Request {
     int control = 0;
     ScpiUserContext client;
     std::uint32_t status_byte = 0;
+
+    bool For_Server() const { return control == control_status_cleared || client.kind != interface_hislip; }
 };
 
 /// The newest takes the place of the last one where nobody has sent any for long.
@@ -47,6 +50,17 @@ public:
         requests = requests_;
         return std::exchange(count_, 0);
     }
+    /// Only those of the server's own devices; the event stays as it is.
+    std::size_t Take_Servers(std::array<Request, 64>& requests) {
+        const std::lock_guard guard(mutex_);
+        std::size_t taken = 0, left = 0;
+        for (std::size_t i = 0; i < count_; ++i) {
+            const Request request = requests_[i];
+            (request.For_Server() ? requests[taken++] : requests_[left++]) = request;
+        }
+        count_ = left;
+        return taken;
+    }
     int Event() const { return event_; }
 
 private:
@@ -56,6 +70,16 @@ private:
     const int event_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
 };
 Request_Queue queue;
+
+void Send(std::span<const Request> requests) {
+    for (const Request& request : requests) {
+        if (request.control == control_status_cleared) {
+            Hand_Over_Cleared_Status(request.status_byte);
+        } else if (Sink* sink = Sink_Of(request.client.kind)) {
+            sink->Request_Service(request.client.descriptor, request.status_byte);
+        }
+    }
+}
 
 bool Requests_Service(std::int32_t kind) {
     return kind == interface_gpib || kind == interface_usb || kind == interface_hislip;
@@ -113,15 +137,12 @@ int Request_Event() { return queue.Event(); }
 
 void Send_Requests() {
     std::array<Request, 64> requests;
-    const std::size_t count = queue.Take(requests);
-    for (std::size_t i = 0; i < count; ++i) {
-        const Request& request = requests[i];
-        if (request.control == control_status_cleared) {
-            Hand_Over_Cleared_Status(request.status_byte);
-        } else if (Sink* sink = Sink_Of(request.client.kind)) {
-            sink->Request_Service(request.client.descriptor, request.status_byte);
-        }
-    }
+    Send({requests.data(), queue.Take(requests)});
+}
+
+void Send_Server_Requests() {
+    std::array<Request, 64> requests;
+    Send({requests.data(), queue.Take_Servers(requests)});
 }
 
 }  // namespace remote

@@ -31,8 +31,9 @@ bool Go_On(const ScpiContext& context) { return context.host && context.host->ke
 }  // namespace
 
 void Begin_Pending_Operation(ScpiContext& context) {
-    waiting.store(Packed(*context.user_context));
+    // In this order: whoever finds the client here releases this wait, not an earlier one.
     released.store(false);
+    waiting.store(Packed(*context.user_context));
     Pending_Operation_Flag.store(1, std::memory_order_release);
     Pending_Operation_Flag_check.store(1, std::memory_order_release);
 }

@@ -141,6 +141,24 @@ TEST_F(Remote_Ports, GpibAnswersAndRequestsService) {
     EXPECT_EQ(Packet(controller), "<2:100>") << "raised by another thread";
 }
 
+TEST_F(Remote_Ports, RequestsGoOutWhileACommandWaits) {
+    const Connection gpib = Controller(files::gpib);
+    const Connection raw = Raw();
+    SCPI_RegSet(scpi_context, reg_ese, esr_command_error);
+    SCPI_RegSet(scpi_context, reg_sre, stb_standard_event | stb_operation);
+    SCPI_RegSet(scpi_context, reg_operation + set_enable, operation_waiting_for_trigger);
+    ASSERT_TRUE(gpib.Send(":NONE;*OPC?\n"));
+    ASSERT_TRUE(Sweep_Waited_For());
+    EXPECT_EQ(Packet(gpib), "<2:96>");
+    EXPECT_EQ(Packet(gpib), "<2:100>");
+    SCPI_RegSetBits(scpi_context, reg_operation + set_condition, operation_waiting_for_trigger);
+    EXPECT_EQ(Packet(gpib), "<2:228>") << "raised by another thread";
+    EXPECT_EQ(Command_Query_Opc_Flag, 1);
+    End_Sweep();
+    EXPECT_EQ(Packet(gpib), "1\n");
+    EXPECT_EQ(raw.Ask("*IDN?\n"), "me\n");
+}
+
 TEST_F(Remote_Ports, UsbIsToldTheStatusByteAfterEveryMessage) {
     const Connection host = Controller(files::usb);
     ASSERT_TRUE(host.Send("*IDN?\n"));
