@@ -1,3 +1,7 @@
+#include <cmath>
+
+#include <string>
+
 #include "commands_rig.h"
 #include "records/bw.h"
 #include "records/freqs.h"
@@ -44,6 +48,24 @@ TEST_F(Frequency_Commands, EverySettingIsReadInHertzAndAnsweredWithTenDigits) {
     for (const auto& [setting, query, text] : cases) {
         EXPECT_EQ(Errors(setting), Codes{}) << setting;
         EXPECT_EQ(Ask(query), text) << setting;
+    }
+}
+
+TEST_F(Frequency_Commands, NumbersBeyondAllSizeLeaveABandWithinTheLimits) {
+    for (const char* node : {"CENT", "SPAN", "STAR", "STOP", "CENT:STEP", "OFFS"}) {
+        for (const char* number : {" 1e999", " -1e999", " 1e308 GHZ"}) {
+            for (const char* offset : {"0", "1e11"}) {
+                Ask(std::string("FREQ:OFFS 0;CENT 1e9;SPAN 1e6;OFFS ") + offset);
+                Ask(std::string("FREQ:") + node + number);
+                const std::string told = std::string(node) + number;
+                EXPECT_GE(Freqs.start[0], 0) << told;
+                EXPECT_LE(Freqs.stop[0], MAXFREQUENCY) << told;
+                EXPECT_LE(Freqs.start[0], Freqs.stop[0]) << told;
+                EXPECT_NEAR(Freqs.span[0], Freqs.stop[0] - Freqs.start[0], 1) << told;
+                EXPECT_LE(std::abs(Freqs.offset[0]), 1e11) << told;
+                EXPECT_TRUE(Freqs.step[0] >= 0 && Freqs.step[0] <= MAXFREQUENCY) << told;
+            }
+        }
     }
 }
 
