@@ -1,5 +1,4 @@
 #include <cmath>
-
 #include <string>
 
 #include "commands_rig.h"
