@@ -20,7 +20,7 @@ enum class Key_Answer {
 class Instrument_Link {
 public:
     /// answer_limit: how long an answer may take.
-    explicit Instrument_Link(std::chrono::milliseconds answer_limit = std::chrono::seconds(2));
+    explicit Instrument_Link(std::chrono::milliseconds answer_limit = std::chrono::seconds(5));
     ~Instrument_Link();
     Instrument_Link(const Instrument_Link&) = delete;
     Instrument_Link& operator=(const Instrument_Link&) = delete;
