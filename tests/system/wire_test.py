@@ -269,12 +269,25 @@ def check_trace(instrument, wires):
         expect_same(client.query("SYST:ERR?"), '0,"No error"', "the error queue")
 
 
+def drain(instrument):
+    """Waits until the instrument has drawn what the board wrote before it stopped."""
+    seen = []
+
+    def still():
+        seen.append(instrument.trace())
+        time.sleep(0.2)
+        return len(seen) > 3 and all(trace == seen[-1] for trace in seen[-3:])
+
+    await_that("the trace moves on without samples", still)
+
+
 @contextlib.contextmanager
 def stopped_board(instrument):
     """No sample comes, so no sweep ends."""
     board = instrument.pid_of("kva720-board")
     os.kill(board, signal.SIGSTOP)
     try:
+        drain(instrument)
         yield
     finally:
         os.kill(board, signal.SIGCONT)
