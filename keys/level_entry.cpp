@@ -22,7 +22,7 @@ void Format_Scale(std::span<char> text) {
     if (Amp.scale_type[Screen()] == 0) {
         Format_Decibels(Db_Per_Division(Amp.scale_code[Screen()] & 3), text);
     } else {
-        Format_Four_Digits(Amp.displayed_reference[Screen()] + tenth_of_the_voltage, unit_volt, text);
+        Format_Three_Digits(Amp.displayed_reference[Screen()] + tenth_of_the_voltage, unit_volt, text);
     }
     const std::size_t length = std::strlen(text.data());
     if (length + 1 < text.size()) std::memcpy(text.data() + length, "/", 2);

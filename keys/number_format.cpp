@@ -224,11 +224,11 @@ void Format_Level(double dbm, std::span<char> text) {
     Format_Value(formatted, decimals, false, text);
 }
 
-void Format_Four_Digits(double dbm, int unit, std::span<char> text) {
-    constexpr int digits = 4;
-    const auto decimals = [](double mantissa) { return mantissa < 10 ? 3 : mantissa < 100 ? 2 : 1; };
+void Format_Three_Digits(double dbm, int unit, std::span<char> text) {
+    constexpr int digits = 3;
+    const auto decimals = [](double mantissa) { return mantissa < 10 ? 2 : mantissa < 100 ? 1 : 0; };
     Formatted_Value formatted;
-    for (int tried = digits - 1; tried > 0; --tried) {
+    for (int tried = digits - 1; tried >= 0; --tried) {
         Level_In(unit, dbm, tried, formatted);
         if (decimals(formatted.mantissa) >= tried) break;
     }

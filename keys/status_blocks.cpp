@@ -52,10 +52,10 @@ void Vbw(std::span<char> text) { Format_Bandwidth(Shown_VBW(), text); }
 void Sweep_Time(std::span<char> text) { Format_Time(Sweep_Data.time[Screen()], text); }
 
 constexpr auto blocks = std::to_array<Block>({
-    {keys::catRef, 12, 114, 42, Anchor::left, Reference},
-    {keys::catAtt, 130, 86, 42, Anchor::left, Attenuation},
-    {keys::catLog, 220, 86, 42, Anchor::left, Scale},
-    {keys::catPreamp, 310, 86, 42, Anchor::left, Preamplifier},
+    {keys::catRef, 12, 118, 42, Anchor::left, Reference},
+    {keys::catAtt, 137, 76, 42, Anchor::left, Attenuation},
+    {keys::catLog, 220, 94, 42, Anchor::left, Scale},
+    {keys::catPreamp, 320, 78, 42, Anchor::left, Preamplifier},
     {keys::catCenter, 12, 250, 525, Anchor::left, Center},
     {keys::catSpan, 610, 230, 525, Anchor::right, Span},
     {keys::catRBW, 12, 130, 545, Anchor::left, Rbw},

@@ -20,13 +20,13 @@ constexpr int above_line = 13, below_line = 2;
 
 bool In_Decibels() { return Amp.unit != unit_volt && Amp.unit != unit_watt; }
 
-/// "-10" and "36.99" in decibels; in volts and watts four digits and the unit.
+/// "-10" and "36.99" in decibels; in volts and watts three digits and the unit.
 void Format_Figure(double dbm, std::span<char> text) {
     if (In_Decibels()) {
         const bool linear = Amp.scale_type[static_cast<std::size_t>(ScreenActive)] != 0;
         Print_Number(AmplUnitTrans(dbm, Amp.unit, 1), 2, !linear, text);
     } else {
-        Format_Four_Digits(dbm, Amp.unit, text);
+        Format_Three_Digits(dbm, Amp.unit, text);
     }
 }
 

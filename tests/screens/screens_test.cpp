@@ -248,6 +248,25 @@ TEST_F(Screens, AmplitudePages) {
     Expect_Screen("amplitude_watt");
 }
 
+/// The widest texts of the vertical settings.
+TEST_F(Screens, WideLevelsInEveryLanguage) {
+    constexpr std::array names{"levels_english", "levels_chinese_simplified", "levels_russian",
+                               "levels_chinese_traditional", "levels_japanese"};
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Amp_ArrayInit();
+    keylink = &AmpLink[0];
+    for (int language = 0; language < 5; ++language) {
+        ASSERT_EQ(Set_Language(language), 0);
+        Keypad_Exe(key_amplitude);
+        Set_Linear_Scale(true);
+        Set_Reflevel(2, -50);
+        Draw_Status_Blocks();
+        Keypad_Exe(32);
+        Expect_Screen(names[static_cast<std::size_t>(language)]);
+    }
+}
+
 TEST_F(Screens, StatusBlocksAndClock) {
     parse_txt_file(Word_List_Path(0));
     System_Information_Data.model = "KVA7230";

@@ -196,22 +196,22 @@ TEST(Number_Format, ConversionsHaveTheirExactConstants) {
     EXPECT_EQ(Changunit_WattstodBm(0.0015), 1.8) << "a power whatever the impedance";
 }
 
-std::string Four_Digits(double dbm, int unit) {
+std::string Three_Digits(double dbm, int unit) {
     std::array<char, 24> text{};
-    Format_Four_Digits(dbm, unit, text);
+    Format_Three_Digits(dbm, unit, text);
     return text.data();
 }
 
-TEST(Number_Format, FourDigitsOfVoltsAndWatts) {
+TEST(Number_Format, ThreeDigitsOfVoltsAndWatts) {
     const Amplitude amplitude(unit_dbm);
-    EXPECT_EQ(Four_Digits(0, unit_volt), "223.6 mV");
-    EXPECT_EQ(Four_Digits(-10, unit_volt), "70.71 mV");
-    EXPECT_EQ(Four_Digits(-30, unit_volt), "7.071 mV");
-    EXPECT_EQ(Four_Digits(Changunit_VoltstodBm(0.99996), unit_volt), "1.000 V");
-    EXPECT_EQ(Four_Digits(Changunit_VoltstodBm(0.0099996), unit_volt), "10.00 mV");
-    EXPECT_EQ(Four_Digits(-27, unit_watt), "1.995 uW");
-    EXPECT_EQ(Four_Digits(no_level, unit_volt), "0 V");
-    EXPECT_EQ(Four_Digits(no_level, unit_watt), "0 W");
+    EXPECT_EQ(Three_Digits(0, unit_volt), "224 mV");
+    EXPECT_EQ(Three_Digits(-10, unit_volt), "70.7 mV");
+    EXPECT_EQ(Three_Digits(-30, unit_volt), "7.07 mV");
+    EXPECT_EQ(Three_Digits(Changunit_VoltstodBm(0.99996), unit_volt), "1.00 V");
+    EXPECT_EQ(Three_Digits(Changunit_VoltstodBm(0.0099996), unit_volt), "10.0 mV");
+    EXPECT_EQ(Three_Digits(-27, unit_watt), "2.00 uW");
+    EXPECT_EQ(Three_Digits(no_level, unit_volt), "0 V");
+    EXPECT_EQ(Three_Digits(no_level, unit_watt), "0 W");
 }
 
 std::string Frequency(double hertz, bool trim) {
