@@ -2,15 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstring>
 
 #include "display/draw.h"
-#include "display/text.h"
 #include "palette.h"
-#include "records/amp.h"
 #include "records/freqs.h"
-#include "trace/scale.h"
+#include "trace/scale_figures.h"
 
 namespace {
 
@@ -64,19 +61,6 @@ void Draw_Grid() {
         display::Fill(fbVid0, {g.x, g.y + i * ScreenInf.division, g.width, 1}, palette::grid);
     }
     display::Frame(fbVid0, g, palette::frame);
-}
-
-void Draw_Scale_Figures() {
-    const Rect g = Graticule();
-    const Row_Scale scale = Active_Scale();
-    const display::Text_Style style{face_regular, 10, palette::muted, palette::ground};
-    for (int i = 0; i <= divisions; ++i) {
-        std::array<char, 12> text{};
-        std::snprintf(text.data(), text.size(), "%d", scale.reference - i * Db_Per_Division(scale.code));
-        const int line = g.y + i * ScreenInf.division;
-        const int top = i == divisions ? line - 13 : line + 2;
-        display::Draw_Text_Over(fbVid0, {g.x + 5, top, 40, 12}, 10, text.data(), style, display::Align::left);
-    }
 }
 
 /// Vertical run that joins a point to the one before it.
