@@ -15,5 +15,8 @@ void Restart_Hold_Buffer();
 /// The level scale has changed: graticule and traces are drawn again.
 void Level_Scale_Changed();
 
+/// The automatic choice of detectors, after a change of the bandwidths.
+void Choose_Detectors();
+
 /// Starts all maximum-hold traces again, when the level scale has changed.
 void Restart_Max_Hold_Traces();

@@ -68,6 +68,7 @@ void Compose_Sweep() {
     m[sweep_points] = trace_points;
     m[sweep_impedance] = Amp.impedance[Screen()];
     m[sweep_steps] = std::min(Sweep_Data.steps[Screen()], most_steps);
+    m[sweep_rbw_code] = BW_RBW_Code();
     m[sweep_preamplifier] = Amp.preamplifier_in[Screen()];
     m[sweep_emi] = BW_Data.emi;
     m[sweep_calibration] = Sys_Data.sweep_setting_working;
