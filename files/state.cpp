@@ -14,6 +14,7 @@
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "records/trigger.h"
 
 namespace {
 
@@ -30,10 +31,11 @@ struct State {
     std::array<std::array<std::uint8_t, traces>, screens> trace_mode{};
     std::array<std::array<std::uint16_t, traces>, screens> detector_choice{};
     std::array<std::int32_t, 1> normalised{};
+    Trigger_Record trigger;
 };
 
 State Take() {
-    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}};
+    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}, Trigger_Data};
     for (std::size_t i = 0; i < screens; ++i) {
         state.trace_mode[i] = Trace_Data[i].mode;
         state.detector_choice[i] = Trace_Data[i].detector_choice;
@@ -48,6 +50,7 @@ void Put(const State& state) {
     BW_Data = state.bw;
     Sweep_Data = state.sweep;
     Sys_Data.tracking_normalised = state.normalised[0];
+    Trigger_Data = state.trigger;
     for (std::size_t i = 0; i < screens; ++i) {
         Trace_Data[i].mode = state.trace_mode[i];
         Trace_Data[i].detector_choice = state.detector_choice[i];
@@ -91,6 +94,20 @@ void For_Each_Field(State& s, Field&& field) {
         field("detector", s.detector_choice[i], 0, 7);
     }
     field("normalised", s.normalised, 0, 1);
+    const auto one = [&](const char* name, auto& value, double low, double high) {
+        std::span values(&value, 1);
+        field(name, values, low, high);
+    };
+    one("trigger_source", s.trigger.source, trigger_by_none, trigger_by_input);
+    one("trigger_automatic", s.trigger.automatic, 0, 1);
+    one("trigger_delay", s.trigger.delay, 0, 10);
+    one("trigger_input_falling", s.trigger.input_falling, 0, 1);
+    one("trigger_video_falling", s.trigger.video_falling, 0, 1);
+    one("trigger_video_level", s.trigger.video_level, -130, 30);
+    field("trigger_video_frequency", s.trigger.video_frequency, 0, highest);
+    one("gate", s.trigger.gate, 0, 1);
+    one("gate_delay", s.trigger.gate_delay, 0, 10);
+    one("gate_length", s.trigger.gate_length, 1e-6, 10);
 }
 
 std::string Written(State state) {
@@ -108,6 +125,7 @@ std::string Written(State state) {
 }
 
 bool Consistent(const State& s) {
+    if (s.trigger.gate && s.trigger.source == trigger_by_video) return false;
     for (std::size_t i = 0; i < screens; ++i) {
         const double start = s.freqs.start[i], stop = s.freqs.stop[i];
         if (std::fabs((start + stop) / 2 - s.freqs.center[i]) > 1) return false;

@@ -160,7 +160,7 @@ void Show_Frequency_Values() {
     Draw_Status_Blocks();
 }
 
-void Transfer() { LOOP_SetTrans_Var(); }
+void Transfer() { Transfer_Settings(); }
 
 /// True when the span can't be swept in less than the longest sweep time.
 bool Too_Slow(double span) {
