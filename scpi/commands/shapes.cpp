@@ -1,6 +1,7 @@
 #include "scpi/commands/shapes.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "records/function.h"
@@ -40,6 +41,10 @@ bool Take_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, W
     if (!SCPI_ParamNumber(context, nullptr, &number, true) || number.special) return false;
     if (std::find(units.begin(), units.end(), number.unit) == units.end()) {
         SCPI_ErrorPush(context, suffix_error);
+        return false;
+    }
+    if (!std::isfinite(number.value)) {
+        SCPI_ErrorPush(context, data_out_of_range);
         return false;
     }
     return May_Act(context, busy);
