@@ -9,11 +9,14 @@
 #include "records/function.h"
 #include "records/handover.h"
 #include "records/keystate.h"
+#include "records/measurement.h"
 #include "records/normalisation.h"
+#include "records/preamplifier.h"
 #include "records/recording.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "records/trigger.h"
 
 namespace {
 
@@ -46,6 +49,11 @@ void Reset_Records() {
     BW_Data = {};
     BW_RBW_Mode = {};
     Sweep_Data = {};
+    Trigger_Data = {};
+    Trigger_Wait_Shown = 0;
+    Measurement_Data = {};
+    Demodulation_Data = {};
+    Preamplifier_Calibration = {};
     Trace_Data = {};
     ScreenInf = {};
     Single_Trace_DBM = {};

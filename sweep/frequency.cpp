@@ -189,7 +189,7 @@ void Show_Frequency_Values() {
     Draw_Status_Blocks();
 }
 
-void Transfer() { LOOP_SetTrans_Var(); }
+void Transfer() { Transfer_Settings(); }
 
 /// Start and stop: a span that would take too long is not taken.
 int Set_Edge(void (*calculate)(int, double), int source, double value) {

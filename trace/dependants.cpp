@@ -58,6 +58,8 @@ void Level_Scale_Changed() {
     Ext_Frame();
 }
 
+void Trigger_Line_Changed() { Ext_Frame(); }
+
 void Restart_Hold_Buffer() {
     Trace_Record& record = Active_Record();
     const std::size_t trace = record.active & 3;
