@@ -3,6 +3,7 @@
 #include "records/amp.h"
 #include "records/analysis.h"
 #include "records/bw.h"
+#include "records/channel.h"
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
@@ -73,6 +74,7 @@ void Reset_Records() {
     Global_Table = Global_Table_Flag_For_File = 0;
     Sequence_runnow_flag = SEQCAL_Flag = PmetRemoteJudgeFlag = PowerSensor_Insert = Run_AuotSet_flag = 0;
     EMC_Data = {};
+    Channel_Data = {};
     attention_notice = 0;
     AllKeyVar = {};
     Keypad_AllKeyVarunitype = 0;

@@ -352,6 +352,7 @@ TEST_F(Screens, TheFirstPageOfEachFamily) {
                                "display",   "sweep",      "emc",       "limit_line", "trigger", "",  "file",
                                "save",      "recall",     "marker",    "marker_to",  "peak_search", "sequence",
                                "mode",      "system"};
+    Freqs_ArrayInit();
     parse_txt_file(Word_List_Path(0));
     for (std::size_t code = 0; code < names.size(); ++code) {
         if (!*names[code]) continue;  // the sweep-mode key shows the sweep page
