@@ -14,6 +14,7 @@
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "records/trigger.h"
 
 namespace {
 
@@ -30,10 +31,11 @@ struct State {
     std::array<std::array<std::uint8_t, traces>, screens> trace_mode{};
     std::array<std::array<std::uint16_t, traces>, screens> detector_choice{};
     std::array<std::int32_t, 1> normalised{};
+    Trigger_Record trigger;
 };
 
 State Take() {
-    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}};
+    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}, Trigger_Data};
     for (std::size_t i = 0; i < screens; ++i) {
         state.trace_mode[i] = Trace_Data[i].mode;
         state.detector_choice[i] = Trace_Data[i].detector_choice;
@@ -48,6 +50,7 @@ void Put(const State& state) {
     BW_Data = state.bw;
     Sweep_Data = state.sweep;
     Sys_Data.tracking_normalised = state.normalised[0];
+    Trigger_Data = state.trigger;
     for (std::size_t i = 0; i < screens; ++i) {
         Trace_Data[i].mode = state.trace_mode[i];
         Trace_Data[i].detector_choice = state.detector_choice[i];
@@ -62,8 +65,8 @@ void For_Each_Field(State& s, Field&& field) {
     field("start", s.freqs.start, 0, highest);
     field("stop", s.freqs.stop, 0, highest);
     field("step", s.freqs.step, 0, highest);
-    field("span", s.freqs.span, 0, MAXSPAN);
-    field("last_span", s.freqs.last_span, 0, MAXSPAN);
+    field("span", s.freqs.span, 0, highest);
+    field("last_span", s.freqs.last_span, 0, highest);
     field("offset", s.freqs.offset, -100e9, 100e9);
     field("step_manual", s.step_manual, 0, 1);
     field("reference", s.amp.reference, -120, 30);
@@ -95,6 +98,20 @@ void For_Each_Field(State& s, Field&& field) {
         field("detector", s.detector_choice[i], 0, 7);
     }
     field("normalised", s.normalised, 0, 1);
+    const auto one = [&](const char* name, auto& value, double low, double high) {
+        std::span values(&value, 1);
+        field(name, values, low, high);
+    };
+    one("trigger_source", s.trigger.source, trigger_by_none, trigger_by_input);
+    one("trigger_automatic", s.trigger.automatic, 0, 1);
+    one("trigger_delay", s.trigger.delay, 0, 10);
+    one("trigger_input_falling", s.trigger.input_falling, 0, 1);
+    one("trigger_video_falling", s.trigger.video_falling, 0, 1);
+    one("trigger_video_level", s.trigger.video_level, -130, 30);
+    field("trigger_video_frequency", s.trigger.video_frequency, 0, highest);
+    one("gate", s.trigger.gate, 0, 1);
+    one("gate_delay", s.trigger.gate_delay, 0, 10);
+    one("gate_length", s.trigger.gate_length, 1e-6, 10);
 }
 
 std::string Written(State state) {
@@ -118,6 +135,7 @@ bool Fitting_Filter(bool emi, int rbw) {
 }
 
 bool Consistent(const State& s) {
+    if (s.trigger.gate && s.trigger.source == trigger_by_video) return false;
     for (std::size_t i = 0; i < screens; ++i) {
         if (!Fitting_Filter(s.bw.emi != 0, s.bw.rbw[i])) return false;
         const double start = s.freqs.start[i], stop = s.freqs.stop[i];

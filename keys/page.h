@@ -30,6 +30,7 @@ struct Key_Face {
     std::array<char, 24> value{};
     Choices choice{};
     int chosen = 0;  ///< index into choice; any other marks none
+    bool in_force = false;  ///< the one of several settings that is chosen, where the highlight may stand elsewhere
     bool greyed = false;  ///< drawn dim; set by the drawing for a key of no effect
 };
 

@@ -1,9 +1,11 @@
 #include "keys/status_blocks.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
 
+#include "display/pictures.h"
 #include "display/text.h"
 #include "keys/bandwidth_entry.h"
 #include "keys/level_entry.h"
@@ -17,6 +19,7 @@
 #include "records/freqs.h"
 #include "records/sweep.h"
 #include "records/sys.h"
+#include "records/trigger.h"
 
 namespace {
 
@@ -26,6 +29,8 @@ using display::Rect;
 const char* mode_name = "";
 
 constexpr int name_gap = 8, value_size = 13, smallest_value_size = 10, value_ascent = 13, value_height = 17;
+
+constexpr int icon_width = 38, icon_height = 16, icon_y = 30, sweep_icon_x = 528, trigger_icon_x = 572;
 
 enum class Anchor { left, right };
 
@@ -107,6 +112,10 @@ void Draw_Bar_Text(Rect area, std::string_view text, display::Colour colour, Fon
     display::Draw_Field(fbOsd0, area, 13, text, {face, size, colour, display::palette::bar}, align);
 }
 
+void Draw_Icon(const char* picture, int x) {
+    Show_Picture_File(picture, icon_width, icon_height, x, icon_y, fbVid0);
+}
+
 }  // namespace
 
 void mode_str_init() { mode_name = "Spectrum"; }
@@ -122,13 +131,27 @@ void Draw_Status_Blocks() {
 
 void Draw_Sweep_State() {
     const std::string_view mode = Translated(mode_name);
-    const std::string_view state = Translated(Sweep_Data.single ? "single" : "continuous");
+    const std::string_view state = Translated(Sweep_Data.hold     ? "hold"
+                                              : Sweep_Data.single ? "single"
+                                                                  : "continuous");
     std::array<char, 96> text{};
     std::snprintf(text.data(), text.size(), "%.*s, %.*s", static_cast<int>(mode.size()), mode.data(),
                   static_cast<int>(state.size()), state.data());
     constexpr Rect area{506, 3, 142, 18};
     const int size = display::Fitting_Size(text.data(), face_regular, 12, 9, area.width);
     Draw_Bar_Text(area, text.data(), display::palette::label, face_regular, size, Align::right);
+    Draw_Icon(Sweep_Data.single ? "SWP_single.jpg" : "SWP_cont.jpg", sweep_icon_x);
+    constexpr std::array triggers{"TRG_free.jpg", "TRG_video.jpg", "TRG_external.jpg"};
+    Draw_Icon(triggers[std::min<std::size_t>(Trigger_Data.source, 2)], trigger_icon_x);
+    Draw_Trigger_Wait();
+}
+
+void Draw_Trigger_Wait() {
+    constexpr Rect area{396, 30, 126, 16};
+    const std::string_view text = Trigger_Wait_Shown ? Translated("Waiting for trigger") : std::string_view();
+    const int size = display::Fitting_Size(text, face_regular, 12, 9, area.width);
+    display::Draw_Field(fbOsd0, area, 12, text, {face_regular, size, display::palette::attention, display::palette::ground},
+                        Align::right);
 }
 
 void Draw_Model() {

@@ -18,5 +18,8 @@ void Level_Scale_Changed();
 /// The automatic choice of detectors, after a change of the bandwidths.
 void Choose_Detectors();
 
+/// The line that shows the level of the video trigger has come, gone or moved.
+void Trigger_Line_Changed();
+
 /// Starts all maximum-hold traces again, when the level scale has changed.
 void Restart_Max_Hold_Traces();

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int source_typed = 2;
+constexpr int source_knob = 0, source_typed = 2;
 
 /// Settling in ticks of 0.16 us, by VBW index and by RBW index and filter mode. The third column is that of the EMI
 /// filters.
@@ -85,10 +85,14 @@ double Emi_Charge_Us(int rbw) {
 /// Counts beyond the integer range belong to settings that are refused.
 std::int32_t Stored_Count(double count) { return static_cast<std::int32_t>(std::min(count, 2e9)); }
 
-/// The next time of the 1-2-5 sequence.
-double Next_Time(double time, bool up) {
+/// The next time: a knob changes the second digit, an arrow goes along 1-2-5.
+double Next_Time(int source, double time, int steps) {
     const double decade = std::pow(10, std::floor(std::log10(time) + same_time));
-    if (up) {
+    if (source == source_knob) {
+        const double digit = steps < 0 && time <= decade * (1 + same_time) ? decade / 100 : decade / 10;
+        return (std::round(time / digit) + steps) * digit;
+    }
+    if (steps > 0) {
         for (const double digit : {1.0, 2.0, 5.0}) {
             if (digit * decade > time * (1 + same_time)) return digit * decade;
         }
@@ -170,7 +174,7 @@ int Cal_Sweep_Time(int source, double value) {
     double& time = Sweep_Data.time[Screen()];
     if (source != source_typed) {
         const int steps = Pending_Steps();
-        value = steps == 0 ? time : Next_Time(time, steps > 0);
+        value = steps == 0 ? time : Next_Time(source, time, steps);
     }
     if (!std::isfinite(value)) return 0;
     const double shortest = std::min(Sweep_Data.shortest[Screen()], longest_sweep_time);

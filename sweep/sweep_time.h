@@ -26,8 +26,8 @@ void Ext_Sweep_Time_Auto();
 /// would get is taken, and the VBW that it would take along. Records the step count it computed.
 int Ext_Sweep_Time_Check(int rbw, int vbw, Sweep_Record& sweep, double span);
 
-/// Sweep time in s, switched to manual, held between the shortest and 1000 s with the error that says so. Steps go along
-/// 1-2-5. Cal_Sweep_Time returns the error, 0 for none.
+/// Sweep time in s, switched to manual, held between the shortest and 1000 s with the error that says so. The knob
+/// changes the second digit, an arrow goes along 1-2-5. Cal_Sweep_Time returns the error, 0 for none.
 int Set_Sweep_Time(int source, double value);
 int Cal_Sweep_Time(int source, double value);
 

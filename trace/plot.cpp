@@ -7,6 +7,8 @@
 #include "display/draw.h"
 #include "palette.h"
 #include "records/freqs.h"
+#include "records/trigger.h"
+#include "trace/scale.h"
 #include "trace/scale_figures.h"
 
 namespace {
@@ -63,6 +65,18 @@ void Draw_Grid() {
     display::Frame(fbVid0, g, palette::frame);
 }
 
+/// The level of the video trigger, while that is chosen: dashes, which no trace looks like.
+void Draw_Trigger_Line() {
+    if (Trigger_Data.source != trigger_by_video) return;
+    constexpr int dash = 6, gap = 6;
+    const Rect g = Graticule();
+    const int row = dBmTOpixel(Trigger_Data.video_level, Active_Scale(), false);
+    if (row < g.y || row >= g.y + g.height) return;
+    for (int x = g.x; x < g.x + g.width; x += dash + gap) {
+        display::Fill(fbVid0, {x, row, std::min(dash, g.x + g.width - x), 1}, palette::attention);
+    }
+}
+
 /// Vertical run that joins a point to the one before it.
 Extent Run(const Trace_Record& record, std::size_t trace, int point) {
     const auto column = static_cast<std::size_t>(point);
@@ -110,6 +124,7 @@ void Ext_Frame() {
     if (!Drawable()) return;
     Draw_Grid();
     Draw_Scale_Figures();
+    Draw_Trigger_Line();
     display::Keep(fbVid0, Graticule());
     Plot_Reset();
     Redraw_Traces(Trace_Data[static_cast<std::size_t>(ScreenActive)]);

@@ -349,11 +349,15 @@ TEST_F(Bandwidth, TypedSweepTimesAreHeld) {
     EXPECT_EQ(Errors(), Codes{}) << "the same time";
     Step(arrow, 1, Set_Sweep_Time);
     EXPECT_DOUBLE_EQ(Time(), 0.5);
-    Step(knob, 1, Set_Sweep_Time);
+    Step(arrow, 1, Set_Sweep_Time);
     EXPECT_DOUBLE_EQ(Time(), 1);
+    Step(knob, -1, Set_Sweep_Time);
+    EXPECT_DOUBLE_EQ(Time(), 0.99);
+    Step(knob, 3, Set_Sweep_Time);
+    EXPECT_DOUBLE_EQ(Time(), 1.02);
     Step(arrow, -1, Set_Sweep_Time);
-    EXPECT_DOUBLE_EQ(Time(), 0.5);
-    for (int i = 0; i < 3; ++i) Step(knob, -1, Set_Sweep_Time);
+    Step(arrow, -1, Set_Sweep_Time);
+    for (int i = 0; i < 3; ++i) Step(arrow, -1, Set_Sweep_Time);
     EXPECT_EQ(Time(), shortest);
     EXPECT_EQ(Errors(), Codes{210});
     Set_Sweep_Time(typed, 0.5);
