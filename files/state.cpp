@@ -74,6 +74,15 @@ void For_Each_Field(State& s, Field&& field) {
     field("attenuation", s.amp.attenuation, 0, 50);
     field("attenuation_manual", s.amp.attenuation_mode, 0, 1);
     field("scale", s.amp.scale_code, 0, 3);
+    field("linear_scale", s.amp.scale_type, 0, 1);
+    field("reference_offset", s.amp.offset, -100, 100);
+    field("impedance_75", s.amp.impedance, 0, 1);
+    field("correction_75", s.amp.correction_75, -100, 100);
+    field("preamplifier_auto", std::span(&s.amp.preamplifier_auto, 1), 0, 1);
+    field("preamplifier_in", s.amp.preamplifier_in, 0, 1);
+    field("amplitude_unit", std::span(&s.amp.unit, 1), unit_dbm, unit_watt);
+    field("level_labels", std::span(&s.amp.labels, 1), 0, 1);
+    field("label_position", std::span(&s.amp.label_position, 1), labels_left, labels_right);
     field("rbw_manual", s.bw.rbw_mode, 0, 1);
     field("rbw", s.bw.rbw, 0, 15);
     field("vbw_manual", s.bw.vbw_mode, 0, 1);
@@ -121,6 +130,8 @@ bool Consistent(const State& s) {
         const double start = s.freqs.start[i], stop = s.freqs.stop[i];
         if (std::fabs((start + stop) / 2 - s.freqs.center[i]) > 1) return false;
         if (std::fabs(stop - start - s.freqs.span[i]) > 1) return false;
+        const int shown_offset = s.amp.offset[i] + (s.amp.impedance[i] == 1 ? s.amp.correction_75[i] : 0);
+        if (s.amp.displayed_reference[i] != s.amp.reference[i] + shown_offset) return false;
     }
     return true;
 }
@@ -129,7 +140,7 @@ bool Read(const std::string& text, State& state) {
     if (!text.starts_with(heading) || !text.ends_with(ending)) return false;
     std::istringstream lines(text.substr(heading.size()));
     bool good = true;
-    For_Each_Field(state, [&](const char* name, auto& values, double low, double high) {
+    For_Each_Field(state, [&](const char* name, auto&& values, double low, double high) {
         std::string read_name;
         good = good && (lines >> read_name) && read_name == name;
         for (auto& value : values) {

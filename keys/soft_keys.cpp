@@ -77,7 +77,7 @@ void Draw_One_Choice(const Key_Face& face, const Word& word, int count, int y, c
 /// Label, value and choices over the key's picture.
 void Draw_Key_Texts(const Menu_Page& page, int key, const Frame_Descriptor& layer) {
     const auto index = static_cast<std::size_t>(key);
-    const bool greyed = page.disabled[index] != 0, pressed = page.highlight == key;
+    const bool greyed = Greyed_Out(page, key), pressed = page.highlight == key;
     const Colour colour = greyed ? display::palette::key_muted : pressed ? title_colour : label_colour;
     draw_bitmap_over({page.label[index], static_cast<std::size_t>(label_width) * label_height}, colour, soft_key_x,
                      Key_Y(key), label_width, label_height, layer);
@@ -194,7 +194,7 @@ void Show_Page(Menu_Page& page) {
 void Press_Soft_Key(int key, const char* family_error) {
     if (key < 0 || key >= soft_keys) return ErrorMessage(family_error);
     Menu_Page& page = Current_Page();
-    if (!page.label[static_cast<std::size_t>(key)] || page.disabled[static_cast<std::size_t>(key)]) return;
+    if (!page.label[static_cast<std::size_t>(key)] || Greyed_Out(page, key)) return;
     const std::uint8_t old_key = page.highlight;
     if (column_layer) software_key(old_key, static_cast<std::uint8_t>(key), false, *column_layer);
     page.layer(key);

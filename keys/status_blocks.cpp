@@ -7,6 +7,7 @@
 
 #include "display/pictures.h"
 #include "display/text.h"
+#include "keys/level_entry.h"
 #include "keys/number_format.h"
 #include "keys/shown_values.h"
 #include "keys/words.h"
@@ -43,14 +44,9 @@ struct Block {
 
 std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
 
-void Reference(std::span<char> text) {
-    std::snprintf(text.data(), text.size(), "%.2f dBm", static_cast<double>(Amp.displayed_reference[Screen()]));
-}
-void Attenuation(std::span<char> text) { std::snprintf(text.data(), text.size(), "%d dB", Amp.attenuation[Screen()]); }
-void Scale(std::span<char> text) {
-    constexpr std::array<int, 4> db{10, 5, 2, 1};
-    std::snprintf(text.data(), text.size(), "%d dB/", db[Amp.scale_code[Screen()] & 3]);
-}
+void Reference(std::span<char> text) { Format_Level_Entry(Level_Entry::reference, text); }
+void Attenuation(std::span<char> text) { Format_Level_Entry(Level_Entry::attenuation, text); }
+void Scale(std::span<char> text) { Format_Level_Entry(Level_Entry::scale, text); }
 void Preamplifier(std::span<char> text) {
     std::snprintf(text.data(), text.size(), "%s", Amp.preamplifier_in[Screen()] ? "On" : "Off");
 }
@@ -61,10 +57,10 @@ void Vbw(std::span<char> text) { Format_Bandwidth(Shown_VBW(), text); }
 void Sweep_Time(std::span<char> text) { Format_Time(Sweep_Data.time[Screen()], text); }
 
 constexpr auto blocks = std::to_array<Block>({
-    {keys::catRef, 12, 114, 42, Anchor::left, Reference},
-    {keys::catAtt, 130, 86, 42, Anchor::left, Attenuation},
-    {keys::catLog, 220, 86, 42, Anchor::left, Scale},
-    {keys::catPreamp, 310, 86, 42, Anchor::left, Preamplifier},
+    {keys::catRef, 12, 118, 42, Anchor::left, Reference},
+    {keys::catAtt, 137, 76, 42, Anchor::left, Attenuation},
+    {keys::catLog, 220, 94, 42, Anchor::left, Scale},
+    {keys::catPreamp, 320, 78, 42, Anchor::left, Preamplifier},
     {keys::catCenter, 12, 250, 525, Anchor::left, Center},
     {keys::catSpan, 610, 230, 525, Anchor::right, Span},
     {keys::catRBW, 12, 130, 545, Anchor::left, Rbw},
@@ -77,7 +73,8 @@ void Draw_Block(const Block& block) {
     block.value(english);
     std::array<char, 96> buffer;
     const std::string_view text = Translated_Value(english.data(), buffer);
-    const auto name = static_cast<std::size_t>(block.name);
+    const bool linear = block.name == keys::catLog && Amp.scale_type[Screen()] != 0;
+    const auto name = static_cast<std::size_t>(linear ? keys::catLin : block.name);
     const int name_width = cat_widths[name];
     const int top = block.baseline - value_ascent;
     const int left = block.anchor == Anchor::left ? block.x : block.x - block.width;

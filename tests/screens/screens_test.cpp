@@ -13,8 +13,6 @@
 #include "keys/messages.h"
 #include "keys/notice.h"
 #include "keys/numeric_entry.h"
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
@@ -26,6 +24,7 @@
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trigger.h"
+#include "sweep/amplitude.h"
 #include "sweep/dependants.h"
 #include "sweep/frequency.h"
 #include "system/status_icons.h"
@@ -216,6 +215,59 @@ TEST_F(Screens, GraticuleWithTraces) {
     record.rows = rows;
     for (int point = 0; point < trace_points; ++point) Trace_plot_line(record, point);
     Expect_Screen("graticule");
+}
+
+/// A carrier over noise as stored levels, drawn by the rows of the scale in force.
+void Store_Carrier() {
+    Trace_Record& record = Trace_Data[0];
+    for (std::size_t point = 0; point < trace_points; ++point) {
+        const double offset = (static_cast<double>(point) - 300) / 20;
+        const double noise = -75 + 3 * std::sin(static_cast<double>(point) * 1.7);
+        record.value[0][point] = static_cast<float>(std::max(-5 - 3 * offset * offset, noise));
+    }
+}
+
+TEST_F(Screens, AmplitudePages) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Amp_ArrayInit();
+    Store_Carrier();
+    Set_ReflevelOffset(2, -3);
+    Draw_Status_Blocks();
+    for (const std::int32_t code : {key_amplitude + 0, 32 + 0}) Keypad_Exe(code);
+    Expect_Screen("amplitude");
+    for (const std::int32_t code : {36, 34, 38, 38}) Keypad_Exe(code);
+    Set_Label_Position(labels_middle);
+    Expect_Screen("amplitude_second");
+    Set_Linear_Scale(true);
+    for (const std::int32_t code : {key_amplitude + 0, 32 + 0}) Keypad_Exe(code);
+    Set_Label_Position(labels_left);
+    Expect_Screen("amplitude_linear");
+    Set_Linear_Scale(false);
+    Set_Amplitude_Unit(unit_watt);
+    Set_Label_Position(labels_right);
+    for (const std::int32_t code : {36, 38}) Keypad_Exe(code);
+    Expect_Screen("amplitude_watt");
+}
+
+/// The widest texts of the vertical settings.
+TEST_F(Screens, WideLevelsInEveryLanguage) {
+    constexpr std::array names{"levels_english", "levels_chinese_simplified", "levels_russian",
+                               "levels_chinese_traditional", "levels_japanese"};
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Amp_ArrayInit();
+    keylink = &AmpLink[0];
+    for (int language = 0; language < 5; ++language) {
+        ASSERT_EQ(Set_Language(language), 0);
+        Keypad_Exe(key_amplitude);
+        Set_Linear_Scale(true);
+        Set_Reflevel(2, -50);
+        Draw_Status_Blocks();
+        Keypad_Exe(32);
+        Expect_Screen(names[static_cast<std::size_t>(language)]);
+    }
 }
 
 TEST_F(Screens, StatusBlocksAndClock) {
