@@ -23,8 +23,8 @@
 #include "records/handover.h"
 #include "records/sweep.h"
 #include "records/sys.h"
-#include "records/trigger.h"
 #include "sweep/amplitude.h"
+#include "records/trigger.h"
 #include "sweep/dependants.h"
 #include "sweep/frequency.h"
 #include "system/status_icons.h"
@@ -352,6 +352,7 @@ TEST_F(Screens, TheFirstPageOfEachFamily) {
                                "display",   "sweep",      "emc",       "limit_line", "trigger", "",  "file",
                                "save",      "recall",     "marker",    "marker_to",  "peak_search", "sequence",
                                "mode",      "system"};
+    Freqs_ArrayInit();
     parse_txt_file(Word_List_Path(0));
     for (std::size_t code = 0; code < names.size(); ++code) {
         if (!*names[code]) continue;  // the sweep-mode key shows the sweep page
@@ -367,6 +368,7 @@ TEST_F(Screens, TriggerPages) {
     Freqs_ArrayInit();
     Trigger_Data = {.source = trigger_by_video, .input_falling = 1, .delay = 12.34e-3, .video_level = -37.5,
                     .video_frequency = {1.2e9, 0}, .gate_length = 40e-9 * 30};
+    numKey_init(0, face_regular);
     Trigger_Wait_Shown = 1;
     Ext_Frame();
     blocktwo_str_init();
