@@ -9,7 +9,9 @@
 
 #include "platform/whole_file.h"
 #include "records/amp.h"
+#include "records/autoset.h"
 #include "records/bw.h"
+#include "records/channel.h"
 #include "records/freqs.h"
 #include "records/sweep.h"
 #include "records/sys.h"
@@ -32,10 +34,13 @@ struct State {
     std::array<std::array<std::uint16_t, traces>, screens> detector_choice{};
     std::array<std::int32_t, 1> normalised{};
     Trigger_Record trigger;
+    Autoset_Record autoset;
+    Channel_Record channel;
 };
 
 State Take() {
-    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}, Trigger_Data};
+    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}, Trigger_Data,
+                Autoset_Data, Channel_Data};
     for (std::size_t i = 0; i < screens; ++i) {
         state.trace_mode[i] = Trace_Data[i].mode;
         state.detector_choice[i] = Trace_Data[i].detector_choice;
@@ -51,6 +56,8 @@ void Put(const State& state) {
     Sweep_Data = state.sweep;
     Sys_Data.tracking_normalised = state.normalised[0];
     Trigger_Data = state.trigger;
+    Autoset_Data = state.autoset;
+    Channel_Data = state.channel;
     for (std::size_t i = 0; i < screens; ++i) {
         Trace_Data[i].mode = state.trace_mode[i];
         Trace_Data[i].detector_choice = state.detector_choice[i];
@@ -108,6 +115,16 @@ void For_Each_Field(State& s, Field&& field) {
     one("gate", s.trigger.gate, 0, 1);
     one("gate_delay", s.trigger.gate_delay, 0, 10);
     one("gate_length", s.trigger.gate_length, 1e-6, 10);
+    one("autoset_floor", s.autoset.floor, -100, 20);
+    one("autoset_floor_manual", s.autoset.floor_manual, 0, 1);
+    one("autoset_span", s.autoset.span, 100, MAXSPAN);
+    one("autoset_span_manual", s.autoset.span_manual, 0, 1);
+    one("acpr_spacing", s.channel.acpr_spacing, 0, MAXSPAN);
+    one("occupied_spacing", s.channel.occupied_spacing, 0, MAXSPAN);
+    one("cnr_spacing", s.channel.cnr_spacing, 0, MAXSPAN);
+    one("cso_spacing", s.channel.cso_spacing, 0, MAXSPAN);
+    one("ctb_spacing", s.channel.ctb_spacing, 0, MAXSPAN);
+    one("occupied_bandwidth", s.channel.occupied_bandwidth, 100, 1e9);
 }
 
 std::string Written(State state) {

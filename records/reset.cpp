@@ -2,6 +2,7 @@
 
 #include "records/amp.h"
 #include "records/analysis.h"
+#include "records/autoset.h"
 #include "records/bw.h"
 #include "records/channel.h"
 #include "records/display.h"
@@ -76,6 +77,7 @@ void Reset_Records() {
     Sequence_runnow_flag = SEQCAL_Flag = PmetRemoteJudgeFlag = PowerSensor_Insert = Run_AuotSet_flag = 0;
     EMC_Data = {};
     Channel_Data = {};
+    Autoset_Data = {};
     attention_notice = 0;
     AllKeyVar = {};
     Keypad_AllKeyVarunitype = 0;

@@ -11,6 +11,8 @@ std::span<const ScpiCommand> Status();
 std::span<const ScpiCommand> System_Error();
 std::span<const ScpiCommand> System_Preset();
 std::span<const ScpiCommand> Sense_Frequency();
+std::span<const ScpiCommand> Sense_Autoset();
+std::span<const ScpiCommand> Sense_Channel();
 std::span<const ScpiCommand> Sense_Sweep_Gate();
 std::span<const ScpiCommand> Trigger();
 std::span<const ScpiCommand> Trace();
