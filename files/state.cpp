@@ -1,5 +1,6 @@
 #include "files/state.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -8,11 +9,14 @@
 
 #include "platform/whole_file.h"
 #include "records/amp.h"
+#include "records/analysis.h"
 #include "records/bw.h"
 #include "records/freqs.h"
+#include "records/function.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "trace/markers.h"
 
 namespace {
 
@@ -29,10 +33,18 @@ struct State {
     std::array<std::array<std::uint8_t, traces>, screens> trace_mode{};
     std::array<std::array<std::uint16_t, traces>, screens> detector_choice{};
     std::array<std::int32_t, 1> normalised{};
+    Marker_Record marker;
+    std::array<std::int32_t, 2> marker_tables{};  ///< of markers, of peaks
+    std::array<std::int32_t, 3> peak_switches{};  ///< threshold, order by level, tracking
+    std::array<float, 2> peak_levels{};           ///< excursion, threshold
 };
 
 State Take() {
-    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}};
+    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised},
+                Marker_Data, {}, {}, {}};
+    state.marker_tables = {(Global_Table & table_marker) != 0, (Global_Table & table_peak) != 0};
+    state.peak_switches = {Peak_Data.threshold_on, Peak_Data.by_level, Peak_Data.tracking};
+    state.peak_levels = {Peak_Data.excursion, Peak_Data.threshold};
     for (std::size_t i = 0; i < screens; ++i) {
         state.trace_mode[i] = Trace_Data[i].mode;
         state.detector_choice[i] = Trace_Data[i].detector_choice;
@@ -47,10 +59,45 @@ void Put(const State& state) {
     BW_Data = state.bw;
     Sweep_Data = state.sweep;
     Sys_Data.tracking_normalised = state.normalised[0];
+    Marker_Data = state.marker;
+    Global_Table &= ~(table_marker | table_peak);
+    if (state.marker_tables[0]) Global_Table |= table_marker;
+    else if (state.marker_tables[1]) Global_Table |= table_peak;
+    Fit_Graticule_To_Table();
+    Peak_Data.threshold_on = state.peak_switches[0];
+    Peak_Data.by_level = state.peak_switches[1];
+    Peak_Data.tracking = state.peak_switches[2];
+    Peak_Data.excursion = state.peak_levels[0];
+    Peak_Data.threshold = state.peak_levels[1];
     for (std::size_t i = 0; i < screens; ++i) {
         Trace_Data[i].mode = state.trace_mode[i];
         Trace_Data[i].detector_choice = state.detector_choice[i];
     }
+}
+
+template <class Field>
+void For_Each_Marker_Field(State& s, Field&& field) {
+    constexpr double longest = 1e6;  // places in zero span are s
+    field("active_marker", s.marker.active, 0, markers - 1);
+    field("counter_resolution", s.marker.resolution, 0, 4);
+    field("counter_resolution_manual", s.marker.resolution_manual, 0, 1);
+    field("markers_in_time", s.marker.in_time, 0, 1);
+    for (std::size_t i = 0; i < markers; ++i) {
+        field("marker_on", s.marker.on[i], 0, 1);
+        field("marker_column", s.marker.column[i], 0, trace_points - 1);
+        field("marker_place", s.marker.frequency[i], 0, std::max(MAXFREQUENCY, longest));
+        field("marker_trace", s.marker.trace[i], 0, no_trace);
+        field("marker_delta", s.marker.delta[i], 0, 1);
+        field("marker_delta_column", s.marker.delta_column[i], 0, trace_points - 1);
+        field("marker_delta_place", s.marker.delta_frequency[i], 0, std::max(MAXFREQUENCY, longest));
+        field("marker_delta_trace", s.marker.delta_trace[i], 0, no_trace);
+        field("marker_noise", s.marker.noise[i], 0, 1);
+        field("marker_counter", s.marker.counter[i], 0, 1);
+        field("marker_vswr", s.marker.vswr[i], 0, 1);
+    }
+    field("marker_tables", s.marker_tables, 0, 1);
+    field("peak_switches", s.peak_switches, 0, 1);
+    field("peak_levels", s.peak_levels, -130, 100);
 }
 
 /// Every setting of the file with its name and range, in the order in which it stands there.
@@ -81,6 +128,7 @@ void For_Each_Field(State& s, Field&& field) {
         field("detector", s.detector_choice[i], 0, 7);
     }
     field("normalised", s.normalised, 0, 1);
+    For_Each_Marker_Field(s, field);
 }
 
 std::string Written(State state) {

@@ -17,6 +17,7 @@
 #include "records/trace.h"
 #include "scpi/status.h"
 #include "sweep/transfer.h"
+#include "trace/markers.h"
 #include "trace/plot.h"
 #include "trace/scale.h"
 
@@ -111,6 +112,7 @@ void End_Of_Sweep(Trace_Record& record) {
     record.point = 0;
     ++record.sweeps;
     record.sweep_complete = 1;
+    Markers_End_Of_Sweep();
     DetectionAutoFunc();
     Complete_Operations();
     if (Sweep_Data.single) Stop_Single_Sweep();

@@ -10,6 +10,7 @@
 #include "palette.h"
 #include "records/amp.h"
 #include "records/freqs.h"
+#include "trace/marker_display.h"
 #include "trace/scale.h"
 
 namespace {
@@ -129,6 +130,7 @@ void Ext_Frame() {
     display::Keep(fbVid0, Graticule());
     Plot_Reset();
     Redraw_Traces(Trace_Data[static_cast<std::size_t>(ScreenActive)]);
+    Redraw_Markers();
 }
 
 void Trace_plot_line(Trace_Record& record, int point) {
@@ -140,6 +142,7 @@ void Redraw_Traces(Trace_Record& record) {
     if (!Drawable()) return;
     for (int point = 0; point < trace_points; ++point) Draw_Column(record, point);
     record.redraw_mask = 0;
+    Show_Markers();
 }
 
 void Plot_Reset() { drawn.fill({}); }

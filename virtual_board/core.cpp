@@ -20,6 +20,7 @@ constexpr double longest_sweep_s = 1e4;
 constexpr int most_steps = 760'000;
 constexpr double shortest_step_s = 10e-6;
 constexpr double highest_attenuation_db = 100.0;
+constexpr double finest_count_hz = 0.1, coarsest_count_hz = 1e6;
 
 constexpr std::int64_t fast_sweep_ns = 5'000'000;
 constexpr double bounded_work_ns = 10e6;
@@ -116,6 +117,7 @@ void Core::Handle_Message(std::span<const double> message) {
             single = message[1] == 1.0;
             Restart();
             break;
+        case platform::code_counter: Take_Counter(message); break;
         case platform::code_trigger:
             // The reader starts again at the first sample after this message, so the writer does too.
             if (sweeping) {
@@ -140,6 +142,42 @@ void Core::Take_Settings(std::span<const double> message) {
     Restart();
 }
 
+void Core::Take_Counter(std::span<const double> message) {
+    if (message.size() < 4 || !std::isfinite(message[1]) || !std::isfinite(message[2]) || !std::isfinite(message[3])) {
+        return;
+    }
+    counter.on = message[1] == 1.0;
+    counter.counting = counter.opened = false;
+    counter.frequency_hz = std::clamp(message[2], 0.0, highest_frequency_hz);
+    counter.gate_ns = std::llround(1e9 / std::clamp(message[3], finest_count_hz, coarsest_count_hz));
+    platform::Store_Element(memory.data(), platform::counter_frequency, 0.0);
+    platform::Store_Element(memory.data(), platform::counter_ratio, 0.0);
+}
+
+/// The gate opens when the sweep comes to the frequency, and the sweep waits there until it closes.
+bool Core::Gate_Opens() {
+    const Sweep_Settings& s = receiver.Settings();
+    if (!counter.on || counter.opened || counter.frequency_hz < s.start_hz || counter.frequency_hz > s.stop_hz ||
+        s.stop_hz <= s.start_hz) {
+        return false;
+    }
+    const double place = (counter.frequency_hz - s.start_hz) * (s.points - 1) / (s.stop_hz - s.start_hz);
+    if (point != To_Int(place + 0.5, 0, s.points - 1)) {
+        return false;
+    }
+    counter.opened = counter.counting = true;
+    counter.start_ns = sweep_input_ns + s.time_ns / s.points * point;
+    counter.pause_ns = options.fast ? 0 : counter.gate_ns;
+    return true;
+}
+
+void Core::End_Count() {
+    counter.counting = false;
+    const Receiver::Count_Result result = receiver.Count(counter.frequency_hz, counter.start_ns, counter.gate_ns);
+    platform::Store_Element(memory.data(), platform::counter_ratio, result.ratio_db);
+    platform::Store_Element(memory.data(), platform::counter_frequency, result.frequency_hz);
+}
+
 /// Starts a sweep at point 0 of an empty ring, at the time of the last Advance.
 void Core::Restart() {
     written = 0;
@@ -154,6 +192,8 @@ void Core::Restart() {
     sweep_clock_ns = clock_ns.value_or(0);
     sweeping = true;
     point = 0;
+    counter.opened = counter.counting = false;
+    counter.pause_ns = 0;
     receiver.Begin_Sweep(sweep_input_ns);
 }
 
@@ -162,7 +202,8 @@ std::int64_t Core::Sweep_Clock_Ns() const { return options.fast ? fast_sweep_ns 
 /// Clock at which a point of the present sweep is complete.
 std::int64_t Core::Due_Ns(int of_point) const {
     const double part = (of_point + 1.0) / receiver.Settings().points;
-    return sweep_clock_ns + static_cast<std::int64_t>(std::ceil(static_cast<double>(Sweep_Clock_Ns()) * part));
+    return sweep_clock_ns + counter.pause_ns +
+           static_cast<std::int64_t>(std::ceil(static_cast<double>(Sweep_Clock_Ns()) * part));
 }
 
 /// Simulated time at the last Advance. It runs with the clock but for fast sweeps, which take their own sweep time.
@@ -186,6 +227,12 @@ void Core::Advance(platform::Duration now, Effort effort) {
     while (sweeping && Due_Ns(point) <= *clock_ns) {
         if (effort == Effort::bounded && receiver.Work_Ns() > work_end) {
             return;
+        }
+        if (Gate_Opens()) {
+            continue;
+        }
+        if (counter.counting) {
+            End_Count();
         }
         Write_Point();
     }
@@ -213,9 +260,11 @@ void Core::Write_Point() {
 }
 
 void Core::End_Sweep() {
-    sweep_clock_ns += Sweep_Clock_Ns();
-    sweep_input_ns = Moved_On(sweep_input_ns, 1, receiver.Settings().time_ns);
+    sweep_clock_ns += Sweep_Clock_Ns() + counter.pause_ns;
+    sweep_input_ns = Moved_On(sweep_input_ns, 1, receiver.Settings().time_ns + (counter.opened ? counter.gate_ns : 0));
     point = 0;
+    counter.opened = false;
+    counter.pause_ns = 0;
     if (single) {
         sweeping = false;
         finished_events++;

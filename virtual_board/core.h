@@ -49,6 +49,9 @@ public:
 
 private:
     void Take_Settings(std::span<const double> message);
+    void Take_Counter(std::span<const double> message);
+    bool Gate_Opens();
+    void End_Count();
     void Restart();
     std::int64_t Sweep_Clock_Ns() const;
     std::int64_t Due_Ns(int point) const;
@@ -69,6 +72,16 @@ private:
     int point = 0;                         ///< next point of the present sweep
     int written = 0;                       ///< count of written samples
     int finished_events = 0;
+
+    struct Counter {
+        bool on = false;
+        double frequency_hz = 0.0;
+        std::int64_t gate_ns = 0;
+        bool opened = false;           ///< in the present sweep
+        bool counting = false;
+        std::int64_t start_ns = 0;     ///< simulated time at which the gate opened
+        std::int64_t pause_ns = 0;     ///< what the present sweep lasts longer, by the clock
+    } counter;
 };
 
 }  // namespace virtual_board

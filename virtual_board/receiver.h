@@ -36,6 +36,13 @@ public:
     /// The next point of the sweep; points are measured in their order from 0 on.
     Point_Values Measure(int point);
 
+    /// Counts the strongest signal behind the resolution filter at a frequency while the gate is open.
+    struct Count_Result {
+        double frequency_hz;  ///< its mean frequency
+        double ratio_db;      ///< its power over that of the noise
+    };
+    Count_Result Count(double frequency_hz, std::int64_t start_ns, std::int64_t gate_ns);
+
     const Sweep_Settings& Settings() const { return front_end.settings; }
 
     /// Computing time spent on points so far: an estimate in ns from counts, the same on every machine.
@@ -52,6 +59,7 @@ private:
     void Fill_Signals(int point, std::int64_t first_ns);
     void Settle_Network();
     void Run_Network(Point_Values& values);
+    std::complex<double> Standing_Envelope(double frequency_hz, std::int64_t time_ns) const;
 
     Front_End front_end;
     bool configured = false;

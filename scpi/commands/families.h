@@ -13,5 +13,7 @@ std::span<const ScpiCommand> System_Preset();
 std::span<const ScpiCommand> Sense_Frequency();
 std::span<const ScpiCommand> Trace();
 std::span<const ScpiCommand> Initiate();
+std::span<const ScpiCommand> Calculate_Marker();
+std::span<const ScpiCommand> Calculate_Deltamarker();
 
 }  // namespace families
