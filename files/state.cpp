@@ -36,15 +36,16 @@ struct State {
     Marker_Record marker;
     std::array<std::int32_t, 2> marker_tables{};  ///< of markers, of peaks
     std::array<std::int32_t, 3> peak_switches{};  ///< threshold, order by level, tracking
-    std::array<float, 2> peak_levels{};           ///< excursion, threshold
+    std::array<float, 1> peak_excursion{}, peak_threshold{};
 };
 
 State Take() {
     State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised},
-                Marker_Data, {}, {}, {}};
+                Marker_Data, {}, {}, {}, {}};
     state.marker_tables = {(Global_Table & table_marker) != 0, (Global_Table & table_peak) != 0};
     state.peak_switches = {Peak_Data.threshold_on, Peak_Data.by_level, Peak_Data.tracking};
-    state.peak_levels = {Peak_Data.excursion, Peak_Data.threshold};
+    state.peak_excursion = {Peak_Data.excursion};
+    state.peak_threshold = {Peak_Data.threshold};
     for (std::size_t i = 0; i < screens; ++i) {
         state.trace_mode[i] = Trace_Data[i].mode;
         state.detector_choice[i] = Trace_Data[i].detector_choice;
@@ -67,8 +68,8 @@ void Put(const State& state) {
     Peak_Data.threshold_on = state.peak_switches[0];
     Peak_Data.by_level = state.peak_switches[1];
     Peak_Data.tracking = state.peak_switches[2];
-    Peak_Data.excursion = state.peak_levels[0];
-    Peak_Data.threshold = state.peak_levels[1];
+    Peak_Data.excursion = state.peak_excursion[0];
+    Peak_Data.threshold = state.peak_threshold[0];
     for (std::size_t i = 0; i < screens; ++i) {
         Trace_Data[i].mode = state.trace_mode[i];
         Trace_Data[i].detector_choice = state.detector_choice[i];
@@ -97,7 +98,8 @@ void For_Each_Marker_Field(State& s, Field&& field) {
     }
     field("marker_tables", s.marker_tables, 0, 1);
     field("peak_switches", s.peak_switches, 0, 1);
-    field("peak_levels", s.peak_levels, -130, 100);
+    field("peak_excursion", s.peak_excursion, 0, 100);
+    field("peak_threshold", s.peak_threshold, -130, 30);
 }
 
 /// Every setting of the file with its name and range, in the order in which it stands there.

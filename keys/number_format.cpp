@@ -229,11 +229,12 @@ void Format_Level(double dbm, std::span<char> text) {
 void Show_MFvalue_Chunit(double hertz, double resolution, std::span<char> text) {
     if (!std::isfinite(hertz)) return Show_No_Value(text);
     const double finest = std::pow(10, std::floor(std::log10(std::max(resolution, 0.1)) + 1e-9));
+    const double rounded = std::round(hertz / finest) * finest;
     Formatted_Value formatted;
-    marker_freqvalue_trans(std::round(hertz / finest) * finest, 0, formatted);
+    marker_freqvalue_trans(rounded, 0, formatted);
     const auto size = group_scale[static_cast<std::size_t>(formatted.unit_group)];
     const int decimals = std::clamp(static_cast<int>(std::lround(std::log10(size / finest))), 0, most_decimals);
-    marker_freqvalue_trans(hertz, decimals, formatted);
+    marker_freqvalue_trans(rounded, decimals, formatted);
     Group_Decimals(formatted, decimals, false, text);
 }
 
@@ -260,9 +261,11 @@ void Show_DMAvalue_Chunit(double decibels, std::span<char> text) {
     Format_Value(formatted, 2, false, text);
 }
 
-void Show_Noise_Density(double dbm, std::span<char> text) {
-    Show_MAvalue_Chunit(dbm, text);
+void Show_Noise_Density(double dbm, int decimals, std::span<char> text) {
+    if (!std::isfinite(dbm)) return Show_No_Value(text);
+    Formatted_Value formatted;
+    ampvalue_trans(dbm, decimals, formatted);
+    Format_Value(formatted, decimals, false, text);
     const std::size_t length = std::strlen(text.data());
-    if (!std::isfinite(dbm)) return;
     std::snprintf(text.data() + length, text.size() - length, "%s", Amp.unit == unit_volt ? "/\u221aHz" : "/Hz");
 }

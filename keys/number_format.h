@@ -75,4 +75,4 @@ void Show_Timevalue_Chunit(double seconds, std::span<char> text);
 void Show_MAvalue_Chunit(double dbm, std::span<char> text);
 void Show_DMAvalue_Chunit(double decibels, std::span<char> text);
 /// Noise density given in dBm/Hz, in the amplitude unit per hertz; volts per root of a hertz.
-void Show_Noise_Density(double dbm, std::span<char> text);
+void Show_Noise_Density(double dbm, int decimals, std::span<char> text);

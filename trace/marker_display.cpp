@@ -248,8 +248,8 @@ void Marker_Place_Text(int marker, std::span<char> text) {
     }
 }
 
-void Marker_Level_Text(int marker, std::span<char> text) {
-    if (At(Marker_Data.noise, marker)) return Show_Noise_Density(Marker_Noise_Level(marker), text);
+void Marker_Level_Text(int marker, int noise_decimals, std::span<char> text) {
+    if (At(Marker_Data.noise, marker)) return Show_Noise_Density(Marker_Noise_Level(marker), noise_decimals, text);
     if (!At(Marker_Data.vswr, marker)) return Show_MAvalue_Chunit(Marker_Level(marker), text);
     const double ratio = Marker_VSWR(marker);
     if (std::isfinite(ratio)) {
@@ -322,7 +322,7 @@ void Fill_First_Line(int marker, Readout_Line& line) {
     std::snprintf(line.name.data(), line.name.size(), "%.*s%d", static_cast<int>(name.size()), name.data(), marker + 1);
     line.trace = Marker_Own_Trace(marker);
     Marker_Place_Text(marker, line.place);
-    Marker_Level_Text(marker, line.level);
+    Marker_Level_Text(marker, 2, line.level);
 }
 
 /// The delta partner, else the function.
@@ -422,7 +422,7 @@ void Fill_Marker_Row(int marker, std::array<Cell, most_cells>& row) {
         Show_DMAvalue_Chunit(Level_Difference(marker), row[2].text);
     } else {
         Marker_Place_Text(marker, row[1].text);
-        Marker_Level_Text(marker, row[2].text);
+        Marker_Level_Text(marker, 1, row[2].text);
     }
     const std::string_view function = Translated(Function_Name(marker));
     std::snprintf(row[3].text.data(), row[3].text.size(), "%c %.*s", trace < 0 ? '-' : 'A' + trace,

@@ -309,7 +309,7 @@ int Set_Peak_Excursion(int source, double value) {
 int Set_Peak_Threshold(int source, double dbm) {
     if (source != source_typed) dbm = static_cast<double>(Peak_Data.threshold) + Pending_Steps();
     if (std::isnan(dbm)) return 0;
-    Peak_Data.threshold = static_cast<float>(std::clamp(dbm, lowest_threshold, highest_threshold));
+    Peak_Data.threshold = static_cast<float>(std::clamp(dbm, lowest_threshold, highest_threshold) + 0.0);  // no -0
     Show_Peak_Settings();
     return 0;
 }

@@ -65,6 +65,14 @@ protected:
         }
         return true;
     }
+    /// Sweeps until the core has counted what it was told last.
+    static bool Count() {
+        for (int sweep = 0; sweep < 50; ++sweep) {
+            if (platform::Load_Element(DSP_Trace_Data, platform::counter_frequency) != 0) return true;
+            if (!Sweep()) return false;
+        }
+        return false;
+    }
     static double Number(std::string_view query) { return std::stod(Ask(query)); }
 
     std::unique_ptr<virtual_board::Board> board;
