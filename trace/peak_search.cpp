@@ -79,16 +79,11 @@ bool Passes(int peak, int step) {
     return true;
 }
 
+/// The highest first, of equal ones the lower column. Peaks are numbers: what is none is below every threshold.
 void Sort_By_Amplitude(std::span<std::int32_t> columns) {
-    // Moved down as a whole rather than exchanged, so that equal ones keep their order.
-    for (std::size_t i = 0; i + 1 < columns.size(); ++i) {
-        std::size_t best = i;
-        for (std::size_t j = i + 1; j < columns.size(); ++j) {
-            if (Value(columns[j]) > Value(columns[best])) best = j;
-        }
-        std::rotate(columns.begin() + static_cast<std::ptrdiff_t>(i), columns.begin() + static_cast<std::ptrdiff_t>(best),
-                    columns.begin() + static_cast<std::ptrdiff_t>(best) + 1);
-    }
+    std::sort(columns.begin(), columns.end(), [](std::int32_t a, std::int32_t b) {
+        return Value(a) > Value(b) || (Value(a) == Value(b) && a < b);
+    });
 }
 
 /// Slots beyond the count keep what an earlier search left, and are sorted with the others.
