@@ -99,6 +99,16 @@ void Group_Decimals(const Formatted_Value& formatted, int decimals, bool trim, s
                   freqUnit[static_cast<std::size_t>(formatted.unit_group)]);
 }
 
+void Level_In(int unit, double dbm, int decimals, Formatted_Value& result) {
+    const double value = AmplUnitTrans(dbm, unit, 1);
+    switch (unit) {
+        case unit_volt: return Split(value, decimals, volt_steps, ampUnit, result);
+        case unit_watt: return Split(value, decimals, watt_steps, ampUnit, result);
+        case unit_dbmv: case unit_dbuv: return Decibels(value, unit, decimals, ampUnit, result);
+        default: return Decibels(value, unit_dbm, decimals, ampUnit, result);
+    }
+}
+
 }  // namespace
 
 void freqvalue_trans(double value, int decimals, Formatted_Value& result) {
@@ -140,13 +150,7 @@ void secvalue_trans(double seconds, int decimals, Formatted_Value& result) {
 }
 
 void ampvalue_trans(double dbm, int decimals, Formatted_Value& result) {
-    const double value = AmplUnitTrans(dbm, Amp.unit, 1);
-    switch (Amp.unit) {
-        case unit_volt: return Split(value, decimals, volt_steps, ampUnit, result);
-        case unit_watt: return Split(value, decimals, watt_steps, ampUnit, result);
-        case unit_dbmv: case unit_dbuv: return Decibels(value, Amp.unit, decimals, ampUnit, result);
-        default: return Decibels(value, unit_dbm, decimals, ampUnit, result);
-    }
+    Level_In(Amp.unit, dbm, decimals, result);
 }
 
 void attvalue_trans(double decibels, int decimals, Formatted_Value& result) {
@@ -268,4 +272,16 @@ void Show_Noise_Density(double dbm, int decimals, std::span<char> text) {
     Format_Value(formatted, decimals, false, text);
     const std::size_t length = std::strlen(text.data());
     std::snprintf(text.data() + length, text.size() - length, "%s", Amp.unit == unit_volt ? "/\u221aHz" : "/Hz");
+}
+
+void Format_Three_Digits(double dbm, int unit, std::span<char> text) {
+    constexpr int digits = 3;
+    const auto decimals = [](double mantissa) { return mantissa < 10 ? 2 : mantissa < 100 ? 1 : 0; };
+    Formatted_Value formatted;
+    for (int tried = digits - 1; tried >= 0; --tried) {
+        Level_In(unit, dbm, tried, formatted);
+        if (decimals(formatted.mantissa) >= tried) break;
+    }
+    if (dbm <= no_level) formatted = {.unit_group = unit, .unit_names = ampUnit};
+    Format_Value(formatted, decimals(formatted.mantissa), formatted.mantissa == 0, text);
 }

@@ -76,3 +76,5 @@ void Show_MAvalue_Chunit(double dbm, std::span<char> text);
 void Show_DMAvalue_Chunit(double decibels, std::span<char> text);
 /// Noise density given in dBm/Hz, in the amplitude unit per hertz; volts per root of a hertz.
 void Show_Noise_Density(double dbm, int decimals, std::span<char> text);
+/// "70.7 mV": a level in volts or watts with three digits; "0 V" for no_level.
+void Format_Three_Digits(double dbm, int unit, std::span<char> text);

@@ -75,7 +75,7 @@ TEST_F(Marker_Commands, PlacesAndLevelsAreSetAndAnswered) {
         {"CALC:MARK:PEAK:TABL:STAT ON", "CALC:MARK:TABL:STAT?;:CALC:MARK:PEAK:TABL:STAT?", "0;1"},
         {"CALC:MARK:AOFF", "CALC:MARK3:STAT?;:CALC:MARK1:STAT?", "0;0"},
         {"CALC:MARK:PEAK:EXC 6 DB", "CALC:MARK:PEAK:EXC?", "6.000000000e+00"},
-        {"CALC:MARK:PEAK:EXC 1e999", "CALC:MARK:PEAK:EXC?", "1.000000000e+02"},
+        {"CALC:MARK:PEAK:EXC 1000", "CALC:MARK:PEAK:EXC?", "1.000000000e+02"},
         {"CALC:MARK:PEAK:THR 46.99 DBMV", "CALC:MARK:PEAK:THR?", "0.000000000e+00"},
         {"CALC:MARK:PEAK:THR:STAT ON", "CALC:MARK:PEAK:THR:STAT?", "1"},
         {"CALC:MARK:PEAK:SORT:TYPE AMPL", "CALC:MARK:PEAK:SORT:TYPE?", "AMPLitude"},
@@ -170,6 +170,7 @@ TEST_F(Marker_Commands, WrongNumbersUnitsAndParametersAreRefusedAndChangeNothing
         EXPECT_EQ(Errors(header + " 1 S"), Codes{-130}) << "a time in a swept span";
         EXPECT_EQ(Errors(header + " NAN"), Codes{-224});
         EXPECT_EQ(Errors(header + " INF"), Codes{-224});
+        EXPECT_EQ(Errors(header + " 1e999"), Codes{-222});
         EXPECT_EQ(Errors(header), Codes{-109});
         EXPECT_EQ(Errors(header + " 1,2"), Codes{-108});
     }
