@@ -17,6 +17,8 @@ std::span<const ScpiCommand> Sense_Sweep_Gate();
 std::span<const ScpiCommand> Trigger();
 std::span<const ScpiCommand> Trace();
 std::span<const ScpiCommand> Initiate();
+std::span<const ScpiCommand> Calculate_Marker();
+std::span<const ScpiCommand> Calculate_Deltamarker();
 std::span<const ScpiCommand> Sense_Power();
 std::span<const ScpiCommand> Input();
 std::span<const ScpiCommand> Unit();

@@ -16,8 +16,10 @@ std::optional<Command_Index> command_index;
 
 std::vector<std::span<const ScpiCommand>> Command_Families() {
     using namespace families;
-    return {Common(),     Trace(),       Initiate(), System_Error(), System_Preset(), Status(),          Input(),
-            Sense_Power(), Sense_Frequency(), Sense_Autoset(), Sense_Channel(), Display_Y(), Unit(),    Sense_Sweep_Gate(), Trigger()};
+    return {Common(),         Trace(),         Initiate(),      System_Error(),     System_Preset(),
+            Status(),         Input(),         Sense_Power(),   Sense_Frequency(),  Sense_Autoset(),
+            Sense_Channel(),  Display_Y(),     Unit(),          Sense_Sweep_Gate(), Trigger(),
+            Calculate_Marker(), Calculate_Deltamarker()};
 }
 
 void Set_Identification(ScpiContext& context) {
