@@ -142,6 +142,10 @@ void For_Each_Field(State& s, Field&& field) {
     field("rbw", s.bw.rbw, 0, 15);
     field("vbw_manual", s.bw.vbw_mode, 0, 1);
     field("vbw", s.bw.vbw, 0, 12);
+    field("vbw_ratio", s.bw.ratio, 0, 1e6);
+    field("emi_filter", std::span(&s.bw.emi, 1), 0, 1);
+    field("sweep_mode", s.sweep.mode, sweep_mode_auto, sweep_mode_fft);
+    field("sweep_accurate", s.sweep.rule, 0, 1);
     field("sweep_time", s.sweep.time, 0, 1e6);
     field("sweep_time_manual", s.sweep.time_mode, 0, 1);
     for (std::size_t i = 0; i < screens; ++i) {
@@ -190,9 +194,16 @@ std::string Written(State state) {
     return text += ending;
 }
 
+/// The EMI filters and their widths go together.
+bool Fitting_Filter(bool emi, int rbw) {
+    constexpr int first_emi_filter = 13;
+    return emi ? rbw == 0 || rbw >= first_emi_filter : rbw < first_emi_filter;
+}
+
 bool Consistent(const State& s) {
     if (s.trigger.gate && s.trigger.source == trigger_by_video) return false;
     for (std::size_t i = 0; i < screens; ++i) {
+        if (!Fitting_Filter(s.bw.emi != 0, s.bw.rbw[i])) return false;
         const double start = s.freqs.start[i], stop = s.freqs.stop[i];
         if (std::fabs((start + stop) / 2 - s.freqs.center[i]) > 1) return false;
         if (std::fabs(stop - start - s.freqs.span[i]) > 1) return false;

@@ -40,6 +40,7 @@ enum Sweep_Element : std::size_t {
     sweep_points = 12,       ///< points of the sweep, 601
     sweep_impedance = 13,    ///< 0: 50 ohm, 1: 75 ohm
     sweep_steps = 14,        ///< measurement steps, at most 760 000
+    sweep_rbw_code = 16,     ///< RBW index of the filter before the detector; in FFT mode one that lets a whole FFT through
     sweep_preamplifier = 17, ///< 1: switched in
     sweep_emi = 18,          ///< 1: EMI (6 dB) filters
     sweep_trigger_frequency = 19,   ///< Hz, whose level the video trigger watches

@@ -13,6 +13,8 @@ std::span<const ScpiCommand> System_Preset();
 std::span<const ScpiCommand> Sense_Frequency();
 std::span<const ScpiCommand> Sense_Autoset();
 std::span<const ScpiCommand> Sense_Channel();
+std::span<const ScpiCommand> Sense_Bandwidth();
+std::span<const ScpiCommand> Sense_Sweep();
 std::span<const ScpiCommand> Sense_Sweep_Gate();
 std::span<const ScpiCommand> Trigger();
 std::span<const ScpiCommand> Trace();
