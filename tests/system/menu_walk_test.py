@@ -53,6 +53,8 @@ KEY_Y, KEY_PITCH, KEY_ROWS = 22, 77, 84
 BODY = slice(7, 77)
 INK_ROWS, INK_COLUMNS = slice(9, 75), slice(4, 138)  # where texts may stand
 LABEL = slice(9, 39)  # rows that a label has for itself where something stands below it
+FORCE_ROWS, FORCE_COLUMNS = slice(26, 58), slice(8, 12)  # the bar of the setting in force
+BESIDE_FORCE = slice(6, 15)
 # Parts of the screen that change by themselves.
 GRATICULE = (slice(58, 509), slice(10, 612))
 CLOCK = (slice(3, 21), slice(142, 320))
@@ -159,7 +161,7 @@ class Page:
     def label(self, key):
         """How far the label covers each pixel, alike whether the key is highlighted, greyed or neither."""
         highlighted = key in self.highlighted
-        part = (LABEL, INK_COLUMNS)
+        part = (LABEL, slice(BESIDE_FORCE.stop, INK_COLUMNS.stop))
         picture = (self.screen.pressed if highlighted else self.screen.released)[part].max(axis=2)
         full = 255 if highlighted else LABEL_LEVEL if key in self.enabled else GREYED_LEVEL
         return (self.keys[key][part].max(axis=2) - picture) / (full - picture)
@@ -176,6 +178,10 @@ class Page:
     def face(self, key):
         """The values and marks of a key, where they have their full colour."""
         return (same(self.keys[key], VALUE) | same(self.keys[key], MARK)) & self.ink(key)
+
+    def in_force(self, key):
+        """True for the one of several settings that is chosen."""
+        return key in self.highlighted or self.face(key)[FORCE_ROWS, FORCE_COLUMNS].all()
 
     def has_face_of(self, other):
         return self.enabled == other.enabled and all(
@@ -321,6 +327,11 @@ class Walker:
             inside[INK_ROWS, INK_COLUMNS] = True
             if (ink & ~inside).any():
                 self.fault(path, f"a text of key {key + 1} is cut or leaves the key")
+            if face[FORCE_ROWS, FORCE_COLUMNS].all():
+                ink, face = ink.copy(), face.copy()
+                ink[FORCE_ROWS, FORCE_COLUMNS] = face[FORCE_ROWS, FORCE_COLUMNS] = False
+                if ink[FORCE_ROWS, BESIDE_FORCE].any():
+                    self.fault(path, f"the bar of key {key + 1} touches its label")
             if face.any() and (face[:LABEL.stop].any() or (ink & ~face)[LABEL.stop - 3:LABEL.stop].any()):
                 self.fault(path, f"the label of key {key + 1} and what stands below it overlap")
 
@@ -342,7 +353,7 @@ class Walker:
         found, after = self.press_and_compare(SOFT[key])
         if not found:  # a key that selects first and switches then
             found, after = self.press_and_compare(SOFT[key])
-        if not found and after.page.highlighted == [key]:
+        if not found and after.page.in_force(key):
             return self.choose_after_another(path, key)
         return found, after
 
@@ -351,7 +362,7 @@ class Walker:
         for other in self.screen.page().enabled:
             if other == key:
                 continue
-            if self.press_and_compare(SOFT[other])[0] == "choice":
+            if self.press_and_compare(SOFT[other])[0] in ("choice", "face"):
                 return self.press_and_compare(SOFT[key])
             self.go(path) or self.reach(path)
         return "", self.screen.look()
