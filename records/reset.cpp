@@ -50,6 +50,7 @@ void Reset_Records() {
     BW_RBW_Mode = {};
     Sweep_Data = {};
     Trigger_Data = {};
+    Trigger_Waiting_Since = -1;
     Trigger_Wait_Shown = 0;
     Measurement_Data = {};
     Demodulation_Data = {};

@@ -14,7 +14,6 @@ using namespace keys;
 using namespace menus;
 
 enum Sweep_Key { single_key, time_key, gate_key, continuous_key, hold_key, rule_key, gate_setup_key };
-static_assert(gate_key == sweep_gate_key);
 
 int Toggle_Hold(int, double) {
     Set_Sweep_Hold(Sweep_Data.hold == 0);
@@ -30,10 +29,7 @@ void fSweepBase(int key) {
         case gate_key: Toggle_Gate(0, 0); break;
         case continuous_key: Set_Continuous_Sweep(true); break;
         case hold_key: Toggle_Hold(0, 0); break;
-        default:
-            Mark_Trigger_Keys();
-            Open_Page_Of(key);
-            return;
+        default: Open_Page_Of(key); return;
     }
     Redraw_Keys();
 }
@@ -47,17 +43,14 @@ void Sweep_Face(int key, Key_Face& face) {
     face.chosen = Sweep_Data.hold ? 0 : 1;
 }
 
+bool Sweep_Greyed(int key) { return key == gate_key && Gate_Greyed(); }
+
 constexpr auto rows = std::to_array<Page_Row>({
     {enSweepBig,
      {Key(enSweepSingle), Greyed(enSweepTime), Key(enGatedSweep, Toggle_Gate), Key(enSweepContinuous),
       Key(enSweepHold, Toggle_Hold), Greyed(enSweepRule), Opens(enGateSetup, TriggerLink[2])},
-     nullptr, fSweepBase, Sweep_Face},
+     nullptr, fSweepBase, Sweep_Face, nullptr, Sweep_Greyed},
 });
-
-void Open_Sweep_Page() {
-    Mark_Trigger_Keys();
-    Open_First_Page(SweepLink[0]);
-}
 
 }  // namespace
 
@@ -65,7 +58,7 @@ std::array<Menu_Page, 1> SweepLink = Pages<1>(8, rows);
 
 void menus::Reset_Sweep() { SweepLink = Pages<1>(8, rows); }
 
-void Sweep_HwKey() { Open_Sweep_Page(); }
-void SweepMode_HwKey() { Open_Sweep_Page(); }
+void Sweep_HwKey() { menus::Open_First_Page(SweepLink[0]); }
+void SweepMode_HwKey() { menus::Open_First_Page(SweepLink[0]); }
 
 void Sweep_SwKey(int key, char) { Press_Soft_Key(key, "Sweep_SwKey error"); }

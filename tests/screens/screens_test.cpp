@@ -368,6 +368,7 @@ TEST_F(Screens, TriggerPages) {
     Freqs_ArrayInit();
     Trigger_Data = {.source = trigger_by_video, .input_falling = 1, .delay = 12.34e-3, .video_level = -37.5,
                     .video_frequency = {1.2e9, 0}, .gate_length = 40e-9 * 30};
+    numKey_init(0, face_regular);
     Trigger_Wait_Shown = 1;
     Ext_Frame();
     blocktwo_str_init();
