@@ -30,6 +30,10 @@ constexpr auto attentions = std::to_array<Message>({
     {60, "An address is four numbers from 0 to 255"},
     {61, "A date is typed as year, month, day: 20270131"},
     {62, "A time is typed as hours, minutes, seconds: 235959"},
+    {63, "Autoset is looking for a signal"},
+    {64, "Autoset: no signal stands out of the noise"},
+    {65, "Autoset: no sweep has come"},
+    {66, "Autoset works in the swept spectrum alone"},
     {attention_no_words, "There is no word list of this language"},
 });
 

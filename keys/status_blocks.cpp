@@ -30,7 +30,7 @@ const char* mode_name = "";
 
 constexpr int name_gap = 8, value_size = 13, smallest_value_size = 10, value_ascent = 13, value_height = 17;
 
-constexpr int icon_width = 38, icon_height = 16, icon_y = 30, sweep_icon_x = 528, trigger_icon_x = 572;
+constexpr int icon_width = 38, icon_height = 16, icon_x = 615, sweep_icon_y = 60, trigger_icon_y = 80;
 
 enum class Anchor { left, right };
 
@@ -112,8 +112,8 @@ void Draw_Bar_Text(Rect area, std::string_view text, display::Colour colour, Fon
     display::Draw_Field(fbOsd0, area, 13, text, {face, size, colour, display::palette::bar}, align);
 }
 
-void Draw_Icon(const char* picture, int x) {
-    Show_Picture_File(picture, icon_width, icon_height, x, icon_y, fbVid0);
+void Draw_Icon(const char* picture, int y) {
+    Show_Picture_File(picture, icon_width, icon_height, icon_x, y, fbVid0);
 }
 
 }  // namespace
@@ -140,18 +140,17 @@ void Draw_Sweep_State() {
     constexpr Rect area{506, 3, 142, 18};
     const int size = display::Fitting_Size(text.data(), face_regular, 12, 9, area.width);
     Draw_Bar_Text(area, text.data(), display::palette::label, face_regular, size, Align::right);
-    Draw_Icon(Sweep_Data.single ? "SWP_single.jpg" : "SWP_cont.jpg", sweep_icon_x);
+    Draw_Icon(Sweep_Data.single ? "SWP_single.jpg" : "SWP_cont.jpg", sweep_icon_y);
     constexpr std::array triggers{"TRG_free.jpg", "TRG_video.jpg", "TRG_external.jpg"};
-    Draw_Icon(triggers[std::min<std::size_t>(Trigger_Data.source, 2)], trigger_icon_x);
+    Draw_Icon(triggers[std::min<std::size_t>(Trigger_Data.source, 2)], trigger_icon_y);
     Draw_Trigger_Wait();
 }
 
 void Draw_Trigger_Wait() {
-    constexpr Rect area{396, 30, 126, 16};
+    constexpr Rect area{130, 44, 260, 13};
     const std::string_view text = Trigger_Wait_Shown ? Translated("Waiting for trigger") : std::string_view();
     const int size = display::Fitting_Size(text, face_regular, 12, 9, area.width);
-    display::Draw_Field(fbOsd0, area, 12, text, {face_regular, size, display::palette::attention, display::palette::ground},
-                        Align::right);
+    display::Draw_Field(fbOsd0, area, 11, text, {face_regular, size, display::palette::attention, display::palette::ground});
 }
 
 void Draw_Model() {

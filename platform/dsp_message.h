@@ -101,6 +101,10 @@ enum Gate_Element : std::size_t {
 /// Element of the corrections message at which the full span follows the 17 values.
 constexpr std::size_t corrections_values = 17;
 
+/// Frequency counter: 1: on (0 or 1), 2: frequency (Hz) at which it counts, 3: resolution (Hz); a count takes one divided
+/// by it, and a sweep waits for it at that frequency. The message empties the counter's cells before the answer.
+constexpr int code_counter = 20;
+
 /// A sweep message resets the count of written samples to 0 and starts a new sweep at its first point before the
 /// answer is given, so whoever has the answer never reads samples of older settings.
 

@@ -17,7 +17,6 @@ using namespace keys;
 using namespace menus;
 
 enum Sweep_Key { single_key, time_key, gate_key, continuous_key, hold_key, rule_key, gate_setup_key };
-static_assert(gate_key == sweep_gate_key);
 
 std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
 bool Manual_Time() { return Sweep_Data.time_mode[Screen()] != 0; }
@@ -53,10 +52,7 @@ void fSweepBase(int key) {
         case continuous_key: Set_Continuous_Sweep(true); break;
         case hold_key: Toggle_Hold(0, 0); break;
         case rule_key: Toggle_Rule(0, 0); break;
-        default:
-            Mark_Trigger_Keys();
-            Open_Page_Of(key);
-            return;
+        default: Open_Page_Of(key); return;
     }
     Redraw_Keys();
 }
@@ -83,17 +79,14 @@ void Sweep_Face(int key, Key_Face& face) {
     }
 }
 
+bool Sweep_Greyed(int key) { return key == gate_key && Gate_Greyed(); }
+
 constexpr auto rows = std::to_array<Page_Row>({
     {enSweepBig,
      {Key(enSweepSingle), Key(enSweepTime, Set_And_Show_Time), Key(enGatedSweep, Toggle_Gate), Key(enSweepContinuous),
       Key(enSweepHold, Toggle_Hold), Key(enSweepRule, Toggle_Rule), Opens(enGateSetup, TriggerLink[2])},
-     nullptr, fSweepBase, Sweep_Face},
+     nullptr, fSweepBase, Sweep_Face, nullptr, Sweep_Greyed},
 });
-
-void Open_Sweep_Page() {
-    Mark_Trigger_Keys();
-    Open_First_Page(SweepLink[0]);
-}
 
 }  // namespace
 
@@ -101,7 +94,7 @@ std::array<Menu_Page, 1> SweepLink = Pages<1>(8, rows);
 
 void menus::Reset_Sweep() { SweepLink = Pages<1>(8, rows); }
 
-void Sweep_HwKey() { Open_Sweep_Page(); }
-void SweepMode_HwKey() { Open_Sweep_Page(); }
+void Sweep_HwKey() { menus::Open_First_Page(SweepLink[0]); }
+void SweepMode_HwKey() { menus::Open_First_Page(SweepLink[0]); }
 
 void Sweep_SwKey(int key, char) { Press_Soft_Key(key, "Sweep_SwKey error"); }
