@@ -86,7 +86,9 @@ void Reset_Records() {
     Check_warning = Check_block3 = Marker_Limit_Two_Point = Near_DC_Search_Flag = 0;
     Name_Entry_Open = Name_Entry::none;
     Marker_Data = {};
+    Marker_NoiseValue = Marker_Delta_NoiseValue = {};
     Peak_Data = {};
+    Peak_Excludenum = 0;
     TG_Pos_Diff_Value = Check_TG_Normalize = Check_Sweep_Again = CheckNormInit = 0;
     Normalisation_Trace = {};
     LimitlineScreen = SetFreqScaleRedraw = Trace_Gain_Correction = 0;

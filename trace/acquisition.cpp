@@ -17,6 +17,7 @@
 #include "records/trace.h"
 #include "scpi/status.h"
 #include "sweep/transfer.h"
+#include "trace/markers.h"
 #include "trace/plot.h"
 #include "trace/scale.h"
 #include "trace/trigger_wait.h"
@@ -106,6 +107,7 @@ bool End_Of_Sweep(Trace_Record& record) {
     record.point = 0;
     ++record.sweeps;
     record.sweep_complete = 1;
+    Markers_End_Of_Sweep();
     DetectionAutoFunc();
     if (!Run_AuotSet_flag) Complete_Operations();
     if (!Sweep_Data.single) return Start_Triggered_Sweep();
