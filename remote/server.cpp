@@ -15,21 +15,29 @@
 #include "remote/sinks.h"
 #include "remote/usb.h"
 #include "remote/waiting.h"
-#include "scpi/wait.h"
 
 namespace remote {
 namespace {
 
-constexpr int clock_look_ms = 100, waiting_ms = 5;
+constexpr int clock_look_ms = 100;
 
-class Server {
+class Server : public Waiting_Service {
 public:
-    explicit Server(const Local_Commands& commands) : local_(commands) {}
+    explicit Server(const Local_Commands& commands) : local_(commands) {
+        Set_Server_Thread(true);
+        Set_Waiting_Service(this);
+    }
+    ~Server() override {
+        Set_Waiting_Service(nullptr);
+        Set_Server_Thread(false);
+    }
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
 
     /// One wait over everything. False on the stop.
     bool Serve_Once();
     /// A short wait over the front panel while a command waits; service requests go out. False on the stop.
-    bool Serve_Pages();
+    bool Serve_While_Waiting() override;
 
 private:
     int Wait_Time() const;
@@ -39,9 +47,6 @@ private:
     Raw_Clients raw_;
     Local_Socket local_;
 };
-
-/// On the server thread, while it serves.
-thread_local Server* serving = nullptr;
 
 bool Server::Serve_Once() {
     Poll_Set waits;
@@ -68,8 +73,8 @@ int Server::Wait_Time() const {
     return clock ? clock_look_ms : -1;
 }
 
-bool Server::Serve_Pages() {
-    Send_Server_Requests();
+bool Server::Serve_While_Waiting() {
+    Send_Requests();
     Poll_Set waits;
     const std::size_t stop = waits.Add(platform::Stop_Fd(), POLLIN);
     local_.Add_Page_Waits(waits);
@@ -79,20 +84,6 @@ bool Server::Serve_Pages() {
 }
 
 }  // namespace
-
-bool Keep_Waiting() {
-    if (platform::Stop_Requested()) return false;
-    const ScpiUserContext client = Waiting_Client();
-    Sink* const sink = Sink_Of(client.kind);
-    const bool ours = client.kind != interface_hislip && client.kind != interface_vxi11;
-    // The server's clients are its thread's alone; another thread's wait leaves them to it.
-    if (sink && ours == (serving != nullptr) && !sink->Lives(client.descriptor)) {
-        Release_Waits(client);
-        return false;
-    }
-    if (Setup().sweep_can_come && !Setup().sweep_can_come()) return false;
-    return serving ? serving->Serve_Pages() : platform::Sleep_For(std::chrono::milliseconds(waiting_ms));
-}
 
 bool Open_Ports(const Remote_Setup& setup, int baud_index) {
     Install_Interface(setup);
@@ -113,9 +104,7 @@ void Close_Ports() {
 
 void Serve(const Local_Commands& commands) {
     const auto server = std::make_unique<Server>(commands);
-    serving = server.get();
     while (server->Serve_Once()) {}
-    serving = nullptr;
 }
 
 }  // namespace remote
