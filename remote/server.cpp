@@ -7,6 +7,7 @@
 #include "platform/stop.h"
 #include "remote/device_port.h"
 #include "remote/gpib.h"
+#include "remote/hislip.h"
 #include "remote/local_socket.h"
 #include "remote/poll_set.h"
 #include "remote/raw_socket.h"
@@ -46,6 +47,7 @@ private:
     Device_Port gpib_{interface_gpib}, usb_{interface_usb};
     Raw_Clients raw_;
     Local_Socket local_;
+    Hislip_Server hislip_;
 };
 
 bool Server::Serve_Once() {
@@ -85,16 +87,20 @@ bool Server::Serve_While_Waiting() {
 
 }  // namespace
 
-bool Open_Ports(const Remote_Setup& setup, int baud_index) {
+bool Open_Ports(const Remote_Setup& setup, int baud_index, int stored_hislip_port) {
     Install_Interface(setup);
     Open_Rs232(baud_index);
     Open_Gpib();
     Open_Usb();
     const platform::Network_Settings& network = platform::Network();
-    return network.scpi_port < 0 || Open_Raw_Listener(network.address, network.scpi_port);
+    const int hislip_port = network.hislip_port == platform::stored_port ? stored_hislip_port : network.hislip_port;
+    const bool raw = network.scpi_port < 0 || Open_Raw_Listener(network.address, network.scpi_port);
+    const bool hislip = hislip_port < 0 || Open_Hislip_Listener(network.address, hislip_port);
+    return raw && hislip;
 }
 
 void Close_Ports() {
+    Close_Hislip_Listener();
     Close_Raw_Listener();
     Close_Usb();
     Close_Gpib();

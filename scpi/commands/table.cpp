@@ -16,7 +16,7 @@ std::optional<Command_Index> command_index;
 
 std::vector<std::span<const ScpiCommand>> Command_Families() {
     using namespace families;
-    return {Common(), Trace(), Initiate(), System_Error(), System_Preset(), Status(), Sense_Frequency()};
+    return {Common(), Trace(), Initiate(), System_Communicate(), System_Error(), System_Preset(), Status(), Sense_Frequency()};
 }
 
 void Set_Identification(ScpiContext& context) {
