@@ -23,6 +23,7 @@
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
 #include "system/information.h"
+#include "system/lan_settings.h"
 #include "system/settings.h"
 #include "trace/acquisition.h"
 
@@ -280,6 +281,44 @@ TEST_F(Web_Password, IsAbandonedByAnyHardKeyAndByReturn) {
     Press({soft(6), key_enter});
     EXPECT_EQ(keylink.load(), &SysLink[13]);
     EXPECT_EQ(Stored(), "secret\n");
+}
+
+TEST_F(System_Menu, TheHislipPortIsStoredAndReadBackAndAnUnreadableOneIsTheStandard) {
+    const char* const file = "/opt/KVA720/hislip_port";
+    EXPECT_EQ(Hislip_Port(), 4880) << "no file";
+    std::filesystem::create_directories(platform::Rooted("/opt/KVA720"));
+    EXPECT_TRUE(Set_Hislip_Port(5000));
+    EXPECT_EQ(root.Read(file), "HISLIP Port:5000\n");
+    EXPECT_EQ(Hislip_Port(), 5000);
+    for (const int port : {0, -1, 65536}) EXPECT_FALSE(Set_Hislip_Port(port));
+    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 434);
+    EXPECT_EQ(Hislip_Port(), 5000);
+    root.Write(file, "HISLIP Port:6000");
+    EXPECT_EQ(Hislip_Port(), 6000);
+    for (const char* text : {"", "\n", "5000", "HISLIP Port:", "HISLIP Port:0\n", "HISLIP Port:65536\n", "HISLIP Port:-5\n",
+                             "HISLIP Port:123456\n", "HISLIP Port:50x\n", "HISLIP Port:x\n"}) {
+        root.Write(file, text);
+        EXPECT_EQ(Hislip_Port(), 4880) << text;
+    }
+}
+
+TEST_F(System_Menu, TheLanResetPutsPortAndPasswordBack) {
+    root.Write("/opt/KVA720/hislip_port", "HISLIP Port:5000\n");
+    root.Write("/opt/KVA720/webpasswd", "secret\n");
+    Recall_Web_Password();
+    Press({key_system, soft(2), soft(0), soft(5)});
+    ASSERT_EQ(keylink.load(), &SysLink[22]);
+    EXPECT_EQ(Hislip_Port(), 5000);
+    Press({soft(0)});
+    EXPECT_EQ(keylink.load(), &SysLink[5]);
+    EXPECT_EQ(Hislip_Port(), 4880);
+    EXPECT_EQ(System_Information_Data.web_password, "");
+    SCPI_ErrorClear(scpi_context);
+    std::filesystem::remove_all(platform::Rooted("/opt/KVA720"));
+    root.Write("/opt/KVA720", "no folder");
+    Press({key_system, soft(2), soft(0), soft(5), soft(0)});
+    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 436);
+    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 435);
 }
 
 TEST_F(System_Menu, QuickSaveWritesAPictureOfTheScreenUnderAFreeName) {
