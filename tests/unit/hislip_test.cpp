@@ -496,7 +496,10 @@ TEST_F(Hislip, WhenDescriptorsRunOutTheOthersAreServedAndTheNextOneLater) {
     const Connection client(waiting);
     ASSERT_EQ(connect(waiting, reinterpret_cast<const sockaddr*>(&address), size), 0);
     ASSERT_TRUE(client.Send(Bytes(hislip_initialize, 0, 0, "hislip0")));
-    for (int i = 0; i < 50; ++i) EXPECT_EQ(old.Ask("*IDN?\n"), "me\n");
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(old.Ask("*IDN?\n"), "me\n");
+        EXPECT_EQ(old.Status() & 16, 16);
+    }
     for (const int descriptor : eaten) close(descriptor);
     limit.rlim_cur = usual;
     setrlimit(RLIMIT_NOFILE, &limit);

@@ -412,7 +412,7 @@ TEST_F(Page_Tables, EverySubPageHasItsWayInAndItsWayOut) {
 TEST_F(Page_Tables, AWayToPagesWithoutEffectIsGreyed) {
     EXPECT_EQ(AmpLink[0].disabled, (std::array<std::uint32_t, 7>{1, 1, 1, 1, 1, 1, 1}));
     EXPECT_EQ(SysLink[0].disabled[2], 0U) << "there are interfaces to set";
-    EXPECT_EQ(SysLink[5].disabled, (std::array<std::uint32_t, 7>{1, 1, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(SysLink[5].disabled, (std::array<std::uint32_t, 7>{0, 1, 0, 0, 0, 0, 0}));
     EXPECT_EQ(SysLink[10].disabled, (std::array<std::uint32_t, 7>{0, 1, 0, 0, 0, 0, 0}));
     Visit_All([](Menu_Page& page) {
         EXPECT_TRUE(page.label[6] != En(keys::enReturn) || page.disabled[6] == 0) << "the way back is open";
