@@ -43,6 +43,7 @@
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
 #include "sweep/transfer.h"
+#include "sweep/trigger.h"
 #include "system/settings.h"
 #include "system/status_icons.h"
 #include "system/system.h"
@@ -134,6 +135,7 @@ void Initialise_Areas() {
     meas_init();
     BW_Init();
     Sweep_Init();
+    Trigger_Init();
 }
 
 void Report_Word_List_Version() {
@@ -169,6 +171,7 @@ void Recall_State(const char* path) {
     Ext_Frame();
     Redraw_Keys();
     Draw_Status_Blocks();
+    Send_Trigger_Settings();
     LOOP_SetTrans_Var();
 }
 

@@ -18,6 +18,7 @@
 #include "remote/server.h"
 #include "sweep/amplitude.h"
 #include "sweep/frequency.h"
+#include "trace/scale.h"
 
 namespace {
 
@@ -59,12 +60,13 @@ void Tell_Trace(std::string& csv) {
     const auto screen = static_cast<std::size_t>(ScreenActive);
     const Trace_Record& record = Trace_Data[screen];
     const auto& values = record.value[record.active & 3];
+    const double offset = Shown_Level_Offset();
     csv = "frequency_hz,level_dbm\n";
     for (std::size_t i = 0; i < trace_points; ++i) {
         const double frequency =
             Freqs.start[screen] + Freqs.offset[screen] + static_cast<double>(i) * Freqs.span[screen] / (trace_points - 1);
         std::array<char, 48> line{};
-        std::snprintf(line.data(), line.size(), "%.3f,%.3f\n", frequency, static_cast<double>(values[i]));
+        std::snprintf(line.data(), line.size(), "%.3f,%.3f\n", frequency, static_cast<double>(values[i]) + offset);
         csv += line.data();
     }
 }

@@ -33,7 +33,9 @@
 #include "records/locks.h"
 #include "records/sys.h"
 #include "system/status_icons.h"
+#include "sweep/transfer.h"
 #include "system/system.h"
+#include "trace/trigger_wait.h"
 
 namespace {
 
@@ -111,12 +113,6 @@ void check_rtc() {
     }
 }
 
-/// A trigger or the end of a sweep, reported by the FPGA.
-void Take_Event(std::uint8_t event) {
-    const std::lock_guard trigger(Trigger_Mutex);
-    if (event == platform::fpga_triggered) DSP_Trigger_Flag.store(0, std::memory_order_release);
-}
-
 void fpga_int() {
     const int device = platform::Open_Fpga_Int("/dev/fpga_int");
     if (device < 0) {
@@ -125,7 +121,12 @@ void fpga_int() {
         std::_Exit(255);
     }
     FPGA_Int_Fd.store(device, std::memory_order_release);
-    while (const auto event = platform::Read_Fpga_Event(device)) Take_Event(*event);
+    {
+        // A sweep that was recalled with its trigger waits already.
+        const std::lock_guard records(Command_Main_Mutex);
+        Rearm_FPGA_Interrupt();
+    }
+    while (platform::Wait_Fpga_Event(device)) Take_FPGA_Event(device);
 }
 
 void check_RJ45() {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <span>
 #include <sstream>
 #include <string>
 
@@ -13,6 +14,7 @@
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "records/trigger.h"
 
 namespace {
 
@@ -29,10 +31,11 @@ struct State {
     std::array<std::array<std::uint8_t, traces>, screens> trace_mode{};
     std::array<std::array<std::uint16_t, traces>, screens> detector_choice{};
     std::array<std::int32_t, 1> normalised{};
+    Trigger_Record trigger;
 };
 
 State Take() {
-    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}};
+    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}, Trigger_Data};
     for (std::size_t i = 0; i < screens; ++i) {
         state.trace_mode[i] = Trace_Data[i].mode;
         state.detector_choice[i] = Trace_Data[i].detector_choice;
@@ -47,6 +50,7 @@ void Put(const State& state) {
     BW_Data = state.bw;
     Sweep_Data = state.sweep;
     Sys_Data.tracking_normalised = state.normalised[0];
+    Trigger_Data = state.trigger;
     for (std::size_t i = 0; i < screens; ++i) {
         Trace_Data[i].mode = state.trace_mode[i];
         Trace_Data[i].detector_choice = state.detector_choice[i];
@@ -61,8 +65,8 @@ void For_Each_Field(State& s, Field&& field) {
     field("start", s.freqs.start, 0, highest);
     field("stop", s.freqs.stop, 0, highest);
     field("step", s.freqs.step, 0, highest);
-    field("span", s.freqs.span, 0, MAXSPAN);
-    field("last_span", s.freqs.last_span, 0, MAXSPAN);
+    field("span", s.freqs.span, 0, highest);
+    field("last_span", s.freqs.last_span, 0, highest);
     field("offset", s.freqs.offset, -100e9, 100e9);
     field("step_manual", s.step_manual, 0, 1);
     field("reference", s.amp.reference, -120, 30);
@@ -70,6 +74,15 @@ void For_Each_Field(State& s, Field&& field) {
     field("attenuation", s.amp.attenuation, 0, 50);
     field("attenuation_manual", s.amp.attenuation_mode, 0, 1);
     field("scale", s.amp.scale_code, 0, 3);
+    field("linear_scale", s.amp.scale_type, 0, 1);
+    field("reference_offset", s.amp.offset, -100, 100);
+    field("impedance_75", s.amp.impedance, 0, 1);
+    field("correction_75", s.amp.correction_75, -100, 100);
+    field("preamplifier_auto", std::span(&s.amp.preamplifier_auto, 1), 0, 1);
+    field("preamplifier_in", s.amp.preamplifier_in, 0, 1);
+    field("amplitude_unit", std::span(&s.amp.unit, 1), unit_dbm, unit_watt);
+    field("level_labels", std::span(&s.amp.labels, 1), 0, 1);
+    field("label_position", std::span(&s.amp.label_position, 1), labels_left, labels_right);
     field("rbw_manual", s.bw.rbw_mode, 0, 1);
     field("rbw", s.bw.rbw, 0, 15);
     field("vbw_manual", s.bw.vbw_mode, 0, 1);
@@ -81,6 +94,20 @@ void For_Each_Field(State& s, Field&& field) {
         field("detector", s.detector_choice[i], 0, 7);
     }
     field("normalised", s.normalised, 0, 1);
+    const auto one = [&](const char* name, auto& value, double low, double high) {
+        std::span values(&value, 1);
+        field(name, values, low, high);
+    };
+    one("trigger_source", s.trigger.source, trigger_by_none, trigger_by_input);
+    one("trigger_automatic", s.trigger.automatic, 0, 1);
+    one("trigger_delay", s.trigger.delay, 0, 10);
+    one("trigger_input_falling", s.trigger.input_falling, 0, 1);
+    one("trigger_video_falling", s.trigger.video_falling, 0, 1);
+    one("trigger_video_level", s.trigger.video_level, -130, 30);
+    field("trigger_video_frequency", s.trigger.video_frequency, 0, highest);
+    one("gate", s.trigger.gate, 0, 1);
+    one("gate_delay", s.trigger.gate_delay, 0, 10);
+    one("gate_length", s.trigger.gate_length, 1e-6, 10);
 }
 
 std::string Written(State state) {
@@ -98,10 +125,13 @@ std::string Written(State state) {
 }
 
 bool Consistent(const State& s) {
+    if (s.trigger.gate && s.trigger.source == trigger_by_video) return false;
     for (std::size_t i = 0; i < screens; ++i) {
         const double start = s.freqs.start[i], stop = s.freqs.stop[i];
         if (std::fabs((start + stop) / 2 - s.freqs.center[i]) > 1) return false;
         if (std::fabs(stop - start - s.freqs.span[i]) > 1) return false;
+        const int shown_offset = s.amp.offset[i] + (s.amp.impedance[i] == 1 ? s.amp.correction_75[i] : 0);
+        if (s.amp.displayed_reference[i] != s.amp.reference[i] + shown_offset) return false;
     }
     return true;
 }
@@ -110,7 +140,7 @@ bool Read(const std::string& text, State& state) {
     if (!text.starts_with(heading) || !text.ends_with(ending)) return false;
     std::istringstream lines(text.substr(heading.size()));
     bool good = true;
-    For_Each_Field(state, [&](const char* name, auto& values, double low, double high) {
+    For_Each_Field(state, [&](const char* name, auto&& values, double low, double high) {
         std::string read_name;
         good = good && (lines >> read_name) && read_name == name;
         for (auto& value : values) {

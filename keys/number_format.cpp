@@ -80,6 +80,16 @@ void Decibels(double value, int unit, int decimals, std::span<const char* const>
     Finish(value, Rounded(std::fabs(value), decimals), unit, decimals, names, result);
 }
 
+void Level_In(int unit, double dbm, int decimals, Formatted_Value& result) {
+    const double value = AmplUnitTrans(dbm, unit, 1);
+    switch (unit) {
+        case unit_volt: return Split(value, decimals, volt_steps, ampUnit, result);
+        case unit_watt: return Split(value, decimals, watt_steps, ampUnit, result);
+        case unit_dbmv: case unit_dbuv: return Decibels(value, unit, decimals, ampUnit, result);
+        default: return Decibels(value, unit_dbm, decimals, ampUnit, result);
+    }
+}
+
 }  // namespace
 
 void freqvalue_trans(double value, int decimals, Formatted_Value& result) {
@@ -121,13 +131,7 @@ void secvalue_trans(double seconds, int decimals, Formatted_Value& result) {
 }
 
 void ampvalue_trans(double dbm, int decimals, Formatted_Value& result) {
-    const double value = AmplUnitTrans(dbm, Amp.unit, 1);
-    switch (Amp.unit) {
-        case unit_volt: return Split(value, decimals, volt_steps, ampUnit, result);
-        case unit_watt: return Split(value, decimals, watt_steps, ampUnit, result);
-        case unit_dbmv: case unit_dbuv: return Decibels(value, Amp.unit, decimals, ampUnit, result);
-        default: return Decibels(value, unit_dbm, decimals, ampUnit, result);
-    }
+    Level_In(Amp.unit, dbm, decimals, result);
 }
 
 void attvalue_trans(double decibels, int decimals, Formatted_Value& result) {
@@ -218,4 +222,16 @@ void Format_Level(double dbm, std::span<char> text) {
     Formatted_Value formatted;
     ampvalue_trans(dbm, decimals, formatted);
     Format_Value(formatted, decimals, false, text);
+}
+
+void Format_Three_Digits(double dbm, int unit, std::span<char> text) {
+    constexpr int digits = 3;
+    const auto decimals = [](double mantissa) { return mantissa < 10 ? 2 : mantissa < 100 ? 1 : 0; };
+    Formatted_Value formatted;
+    for (int tried = digits - 1; tried >= 0; --tried) {
+        Level_In(unit, dbm, tried, formatted);
+        if (decimals(formatted.mantissa) >= tried) break;
+    }
+    if (dbm <= no_level) formatted = {.unit_group = unit, .unit_names = ampUnit};
+    Format_Value(formatted, decimals(formatted.mantissa), formatted.mantissa == 0, text);
 }

@@ -64,3 +64,6 @@ void Format_Bandwidth(double hertz, std::span<char> text);
 
 /// "-32.41 dBm", "223.61 mV": two decimals in the amplitude unit of the instrument.
 void Format_Level(double dbm, std::span<char> text);
+
+/// "70.7 mV": a level in volts or watts with three digits; "0 V" for no_level.
+void Format_Three_Digits(double dbm, int unit, std::span<char> text);

@@ -30,6 +30,7 @@ struct Key_Face {
     std::array<char, 24> value{};
     Choices choice{};
     int chosen = 0;  ///< index into choice; any other marks none
+    bool in_force = false;  ///< the one of several settings that is chosen, where the highlight may stand elsewhere
     bool greyed = false;  ///< drawn dim; set by the drawing for a key of no effect
 };
 
@@ -45,8 +46,14 @@ struct Menu_Page {
     void (*face)(int key, Key_Face& face) = nullptr;           ///< fills in what a key shows now
     std::array<Menu_Page*, soft_keys> opens{};                 ///< the page that a key shows, null for none
     bool back = false;                                         ///< key 7 returns to the page it was opened from
+    bool (*greyed)(int key) = nullptr;                         ///< whether a key has no effect as things stand
     int (*chosen)() = nullptr;                                 ///< of a page of choices: the key in force, -1 none
 };
+
+/// True for a key that is drawn dim and ignored.
+inline bool Greyed_Out(const Menu_Page& page, int key) {
+    return page.disabled[static_cast<std::size_t>(key)] != 0 || (page.greyed && page.greyed(key));
+}
 
 inline std::atomic<Menu_Page*> keylink{nullptr};  ///< the page shown now
 

@@ -18,6 +18,7 @@ using display::Rect;
 constexpr Colour label_colour{180, 180, 180}, label_ground{74, 84, 86}, title_colour{255, 255, 255};
 constexpr int value_baseline = 50, value_size = 13, smallest_value_size = 10;
 constexpr int choice_row = 56, choice_row_without_value = 46, choice_box_height = 16;
+constexpr int mark_inset = 8, mark_top = 26, mark_width = 4, mark_height = 32;
 constexpr int choice_room = label_width - 12, choice_margin = 6, widest_gap = 18, narrowest_gap = 8;
 constexpr std::size_t key_bytes = static_cast<std::size_t>(label_width) * label_height * 3;
 
@@ -76,7 +77,7 @@ void Draw_One_Choice(const Key_Face& face, const Word& word, int count, int y, c
 /// Label, value and choices over the key's picture.
 void Draw_Key_Texts(const Menu_Page& page, int key, const Frame_Descriptor& layer) {
     const auto index = static_cast<std::size_t>(key);
-    const bool greyed = page.disabled[index] != 0, pressed = page.highlight == key;
+    const bool greyed = Greyed_Out(page, key), pressed = page.highlight == key;
     const Colour colour = greyed ? display::palette::key_muted : pressed ? title_colour : label_colour;
     draw_bitmap_over({page.label[index], static_cast<std::size_t>(label_width) * label_height}, colour, soft_key_x,
                      Key_Y(key), label_width, label_height, layer);
@@ -84,6 +85,10 @@ void Draw_Key_Texts(const Menu_Page& page, int key, const Frame_Descriptor& laye
     Key_Face face;
     page.face(key, face);
     face.greyed = greyed;
+    if (face.in_force) {
+        display::Fill(layer, {soft_key_x + mark_inset, Key_Y(key) + mark_top, mark_width, mark_height},
+                      greyed ? display::palette::key_muted : display::palette::trace_a);
+    }
     if (face.value[0]) {
         const Rect line{soft_key_x + 4, Key_Y(key) + value_baseline - 16, label_width - 8, 22};
         std::array<char, 64> buffer;
@@ -189,7 +194,7 @@ void Show_Page(Menu_Page& page) {
 void Press_Soft_Key(int key, const char* family_error) {
     if (key < 0 || key >= soft_keys) return ErrorMessage(family_error);
     Menu_Page& page = Current_Page();
-    if (!page.label[static_cast<std::size_t>(key)] || page.disabled[static_cast<std::size_t>(key)]) return;
+    if (!page.label[static_cast<std::size_t>(key)] || Greyed_Out(page, key)) return;
     const std::uint8_t old_key = page.highlight;
     if (column_layer) software_key(old_key, static_cast<std::uint8_t>(key), false, *column_layer);
     page.layer(key);

@@ -1,10 +1,13 @@
 #include "keys/status_blocks.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
 
+#include "display/pictures.h"
 #include "display/text.h"
+#include "keys/level_entry.h"
 #include "keys/number_format.h"
 #include "keys/shown_values.h"
 #include "keys/words.h"
@@ -15,6 +18,7 @@
 #include "records/freqs.h"
 #include "records/sweep.h"
 #include "records/sys.h"
+#include "records/trigger.h"
 
 namespace {
 
@@ -24,6 +28,8 @@ using display::Rect;
 const char* mode_name = "";
 
 constexpr int name_gap = 8, value_size = 13, smallest_value_size = 10, value_ascent = 13, value_height = 17;
+
+constexpr int icon_width = 38, icon_height = 16, icon_y = 30, sweep_icon_x = 528, trigger_icon_x = 572;
 
 enum class Anchor { left, right };
 
@@ -38,14 +44,9 @@ struct Block {
 
 std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
 
-void Reference(std::span<char> text) {
-    std::snprintf(text.data(), text.size(), "%.2f dBm", static_cast<double>(Amp.displayed_reference[Screen()]));
-}
-void Attenuation(std::span<char> text) { std::snprintf(text.data(), text.size(), "%d dB", Amp.attenuation[Screen()]); }
-void Scale(std::span<char> text) {
-    constexpr std::array<int, 4> db{10, 5, 2, 1};
-    std::snprintf(text.data(), text.size(), "%d dB/", db[Amp.scale_code[Screen()] & 3]);
-}
+void Reference(std::span<char> text) { Format_Level_Entry(Level_Entry::reference, text); }
+void Attenuation(std::span<char> text) { Format_Level_Entry(Level_Entry::attenuation, text); }
+void Scale(std::span<char> text) { Format_Level_Entry(Level_Entry::scale, text); }
 void Preamplifier(std::span<char> text) {
     std::snprintf(text.data(), text.size(), "%s", Amp.preamplifier_in[Screen()] ? "On" : "Off");
 }
@@ -56,10 +57,10 @@ void Vbw(std::span<char> text) { Format_Bandwidth(Shown_VBW(), text); }
 void Sweep_Time(std::span<char> text) { Format_Time(Sweep_Data.time[Screen()], text); }
 
 constexpr auto blocks = std::to_array<Block>({
-    {keys::catRef, 12, 114, 42, Anchor::left, Reference},
-    {keys::catAtt, 130, 86, 42, Anchor::left, Attenuation},
-    {keys::catLog, 220, 86, 42, Anchor::left, Scale},
-    {keys::catPreamp, 310, 86, 42, Anchor::left, Preamplifier},
+    {keys::catRef, 12, 118, 42, Anchor::left, Reference},
+    {keys::catAtt, 137, 76, 42, Anchor::left, Attenuation},
+    {keys::catLog, 220, 94, 42, Anchor::left, Scale},
+    {keys::catPreamp, 320, 78, 42, Anchor::left, Preamplifier},
     {keys::catCenter, 12, 250, 525, Anchor::left, Center},
     {keys::catSpan, 610, 230, 525, Anchor::right, Span},
     {keys::catRBW, 12, 130, 545, Anchor::left, Rbw},
@@ -72,7 +73,8 @@ void Draw_Block(const Block& block) {
     block.value(english);
     std::array<char, 96> buffer;
     const std::string_view text = Translated_Value(english.data(), buffer);
-    const auto name = static_cast<std::size_t>(block.name);
+    const bool linear = block.name == keys::catLog && Amp.scale_type[Screen()] != 0;
+    const auto name = static_cast<std::size_t>(linear ? keys::catLin : block.name);
     const int name_width = cat_widths[name];
     const int top = block.baseline - value_ascent;
     const int left = block.anchor == Anchor::left ? block.x : block.x - block.width;
@@ -92,6 +94,10 @@ void Draw_Bar_Text(Rect area, std::string_view text, display::Colour colour, Fon
     display::Draw_Field(fbOsd0, area, 13, text, {face, size, colour, display::palette::bar}, align);
 }
 
+void Draw_Icon(const char* picture, int x) {
+    Show_Picture_File(picture, icon_width, icon_height, x, icon_y, fbVid0);
+}
+
 }  // namespace
 
 void mode_str_init() { mode_name = "Spectrum"; }
@@ -107,13 +113,27 @@ void Draw_Status_Blocks() {
 
 void Draw_Sweep_State() {
     const std::string_view mode = Translated(mode_name);
-    const std::string_view state = Translated(Sweep_Data.single ? "single" : "continuous");
+    const std::string_view state = Translated(Sweep_Data.hold     ? "hold"
+                                              : Sweep_Data.single ? "single"
+                                                                  : "continuous");
     std::array<char, 96> text{};
     std::snprintf(text.data(), text.size(), "%.*s, %.*s", static_cast<int>(mode.size()), mode.data(),
                   static_cast<int>(state.size()), state.data());
     constexpr Rect area{506, 3, 142, 18};
     const int size = display::Fitting_Size(text.data(), face_regular, 12, 9, area.width);
     Draw_Bar_Text(area, text.data(), display::palette::label, face_regular, size, Align::right);
+    Draw_Icon(Sweep_Data.single ? "SWP_single.jpg" : "SWP_cont.jpg", sweep_icon_x);
+    constexpr std::array triggers{"TRG_free.jpg", "TRG_video.jpg", "TRG_external.jpg"};
+    Draw_Icon(triggers[std::min<std::size_t>(Trigger_Data.source, 2)], trigger_icon_x);
+    Draw_Trigger_Wait();
+}
+
+void Draw_Trigger_Wait() {
+    constexpr Rect area{396, 30, 126, 16};
+    const std::string_view text = Trigger_Wait_Shown ? Translated("Waiting for trigger") : std::string_view();
+    const int size = display::Fitting_Size(text, face_regular, 12, 9, area.width);
+    display::Draw_Field(fbOsd0, area, 12, text, {face_regular, size, display::palette::attention, display::palette::ground},
+                        Align::right);
 }
 
 void Draw_Model() {

@@ -11,8 +11,11 @@ void blocktwo_str_init();
 /// Reference level, attenuation, scale and preamplifier above; centre, span, RBW, VBW and sweep time below.
 void Draw_Status_Blocks();
 
-/// Mode and sweep state at the right end of the top line.
+/// Mode and sweep state at the right end of the top line; below them the icons of sweep and trigger.
 void Draw_Sweep_State();
+
+/// Says beside the icons that the sweep waits for its trigger, or no more.
+void Draw_Trigger_Wait();
 
 /// Model at the left end of the top line, and the clock beside it.
 void Draw_Model();

@@ -43,13 +43,15 @@ struct Board_Option {
     const char* name;
     const char* help;
 };
-constexpr std::array<Board_Option, 7> board_options{{
+constexpr std::array<Board_Option, 9> board_options{{
     {"--model", "KVA7200, KVA7200B or KVA7230 (KVA7230)"},
     {"--scene", "scene file as input (a demonstration scene)"},
     {"--recording", "recording as input, SigMF or bare"},
     {"--recording-rate", "sample rate of the recording, Hz"},
     {"--recording-frequency", "centre frequency of the recording, Hz"},
     {"--recording-level", "level of the recording's full scale, dBm (0)"},
+    {"--trigger-period", "pulses at the trigger input, one in so many seconds (none)"},
+    {"--trigger-width", "width of these pulses, s (half the period)"},
     {"--seed", "seed of the noise"},
 }};
 

@@ -13,10 +13,17 @@ enum Fpga_Event : std::uint8_t {
 /// Opens the device; returns its descriptor, or -1 with errno.
 int Open_Fpga_Int(const char* device);
 
+/// Blocks until there is an event; false when the stop is requested or the device has failed.
+bool Wait_Fpga_Event(int device);
+
+/// The next event, where there is one; doesn't block.
+std::optional<std::uint8_t> Take_Fpga_Event(int device);
+
 /// Blocks for one event; nothing when the stop is requested or the device has failed.
 std::optional<std::uint8_t> Read_Fpga_Event(int device);
 
-/// The driver's request (0: re-arm) with its argument (0 free run, 1 wait for a trigger). 0, or -1 with errno.
+/// The driver's request (0: re-arm) with its argument (0 free run, 1 wait for a trigger). Events that nobody has taken
+/// yet are dropped first. 0, or -1 with errno.
 int Fpga_Int_Request(int device, int request, int argument);
 
 void Close_Fpga_Int(int device);

@@ -3,16 +3,20 @@
 #include "records/amp.h"
 #include "records/analysis.h"
 #include "records/bw.h"
+#include "records/channel.h"
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
 #include "records/handover.h"
 #include "records/keystate.h"
+#include "records/measurement.h"
 #include "records/normalisation.h"
+#include "records/preamplifier.h"
 #include "records/recording.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "records/trigger.h"
 
 namespace {
 
@@ -45,6 +49,12 @@ void Reset_Records() {
     BW_Data = {};
     BW_RBW_Mode = {};
     Sweep_Data = {};
+    Trigger_Data = {};
+    Trigger_Waiting_Since = -1;
+    Trigger_Wait_Shown = 0;
+    Measurement_Data = {};
+    Demodulation_Data = {};
+    Preamplifier_Calibration = {};
     Trace_Data = {};
     ScreenInf = {};
     Single_Trace_DBM = {};
@@ -65,6 +75,7 @@ void Reset_Records() {
     Global_Table = Global_Table_Flag_For_File = 0;
     Sequence_runnow_flag = SEQCAL_Flag = PmetRemoteJudgeFlag = PowerSensor_Insert = Run_AuotSet_flag = 0;
     EMC_Data = {};
+    Channel_Data = {};
     attention_notice = 0;
     AllKeyVar = {};
     Keypad_AllKeyVarunitype = 0;

@@ -15,5 +15,8 @@ void Restart_Hold_Buffer();
 /// The level scale has changed: graticule and traces are drawn again.
 void Level_Scale_Changed();
 
+/// The line that shows the level of the video trigger has come, gone or moved.
+void Trigger_Line_Changed();
+
 /// Starts all maximum-hold traces again, when the level scale has changed.
 void Restart_Max_Hold_Traces();

@@ -1,6 +1,7 @@
 #include "sweep/transfer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -17,11 +18,16 @@
 #include "records/function.h"
 #include "records/handover.h"
 #include "records/locks.h"
+#include "records/measurement.h"
+#include "records/preamplifier.h"
+#include "records/recording.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "records/trigger.h"
 #include "scpi/status.h"
 #include "sweep/bandwidth.h"
+#include "sweep/trigger.h"
 
 namespace {
 
@@ -30,7 +36,6 @@ using platform::DSP_SUCCEEDED;
 
 constexpr unsigned long most_iterations = 65535;
 constexpr std::int32_t most_steps = 760'000;
-constexpr double code_trigger_external = 9;
 
 std::uint32_t buffer_size = 0;
 
@@ -49,11 +54,21 @@ void Restart_Counters(Trace_Record& trace) {
     trace.point = 0;
 }
 
-void Compose_Sweep() {
+/// The gain that the tables in use leave in their one element, dB; each is what a walk through its table ends with.
+double Preamplifier_Gain() {
+    const auto& calibration = Preamplifier_Calibration;
+    switch (calibration.state) {
+        case 1: return static_cast<double>(calibration.gain.back().back() + calibration.gain_offset);
+        case 2: case 3: return static_cast<double>(calibration.second_gain.back() + calibration.second_gain_offset);
+        default: return 0;
+    }
+}
+
+void Compose_Sweep(platform::Message_Code code) {
     using namespace platform;
     std::fill(LOOP_Buffers, LOOP_Buffers + message_elements, 0.0);
     double* m = LOOP_Buffers;
-    m[0] = code_sweep;
+    m[0] = code;
     m[sweep_center] = Freqs.center[Screen()];
     m[sweep_start] = Freqs.start[Screen()];
     m[sweep_stop] = Freqs.stop[Screen()];
@@ -70,9 +85,69 @@ void Compose_Sweep() {
     m[sweep_steps] = std::min(Sweep_Data.steps[Screen()], most_steps);
     m[sweep_preamplifier] = Amp.preamplifier_in[Screen()];
     m[sweep_emi] = BW_Data.emi;
+    m[sweep_trigger_frequency] = Trigger_Data.video_frequency[Screen()];
+    m[sweep_preamplifier_gain] = Preamplifier_Gain();
     m[sweep_calibration] = Sys_Data.sweep_setting_working;
     m[sweep_emc_correction] = EMC_Data.correction_off ? 0.0 : 1.0;
     m[sweep_emc_mode] = EMC_Data.mode;
+}
+
+void Compose_Measurement() {
+    using namespace platform;
+    Compose_Sweep(code_measurement);
+    double* m = LOOP_Buffers;
+    std::copy_n(m + sweep_center, 4, m + measurement_center);
+    std::fill(m + measurement_value, m + measurement_lock_order + 1, 0.0);
+    m[measurement_value] = Measurement_Data.value;
+    if (!Measurement_Data.double_channel) return;
+    const std::size_t other = 1 - Screen();
+    m[measurement_double_channel] = 1;
+    m[measurement_detector_order] = Measurement_Data.detector_order[other];
+    m[measurement_lock_order] = Measurement_Data.lock_order[other];
+}
+
+void Compose_By_Mode() {
+    constexpr int measurement_mode = 6;
+    switch (FunctionMode_Flag) {
+        case mode_emission_mask:
+            if (Measurement_Data.mask_setup_pending) return get_SEM_Setup();
+            return Compose_Sweep(platform::code_emission_mask);
+        case measurement_mode: return Compose_Measurement();
+        default: return Compose_Sweep(platform::code_sweep);
+    }
+}
+
+/// Whole counts of the timing clock.
+double Timing_Counts(double seconds) { return std::round(seconds * platform::timing_clock_hz); }
+
+void Compose_Trigger() {
+    using namespace platform;
+    double* m = LOOP_Buffers;
+    m[0] = code_trigger;
+    m[trigger_level] = Trigger_Data.video_level;
+    m[trigger_source] = Trigger_Data.source;
+    m[trigger_delay] = Timing_Counts(Trigger_Data.delay);
+    m[trigger_slope] = Trigger_Data.video_falling;
+    m[trigger_frequency] = Trigger_Data.video_frequency[Screen()];
+    m[trigger_external_slope] = Trigger_Data.input_falling;
+    m[trigger_automatic] = Trigger_Data.automatic;
+}
+
+void Compose_Gate() {
+    using namespace platform;
+    double* m = LOOP_Buffers;
+    m[0] = code_gate;
+    m[gate_on] = Trigger_Data.gate;
+    m[gate_delay] = Timing_Counts(Trigger_Data.gate_delay);
+    m[gate_length] = Timing_Counts(Trigger_Data.gate_length);
+}
+
+/// Sends what has been composed; the core starts a sweep at its first point, or waits for its trigger. Under the
+/// transfer lock.
+void Send_And_Restart() {
+    LOOP_Execute(LOOP_NumIterations);
+    Restart_Counters(Trace_Data[Screen()]);
+    Rearm_FPGA_Interrupt();
 }
 
 /// Hands a pending change of the external trigger to the core and to the interrupt driver.
@@ -81,7 +156,9 @@ void Hand_Over_Trigger() {
     Sweep_Data.external_trigger_pending = 0;
     Restart_Counters(Trace_Data[Screen()]);
     LOOP_SetTrans_Trigger_External();
-    if (platform::Fpga_Int_Request(FPGA_Int_Fd, 0, 0) < 0) std::printf("set failed\n");
+    const int armed = Trigger_Data.source == trigger_by_none ? 0 : 1;
+    DSP_Trigger_Flag.store(0, std::memory_order_release);
+    if (platform::Fpga_Int_Request(FPGA_Int_Fd, 0, armed) < 0) std::printf("set failed\n");
     Draw_Sweep_State();
     SCPI_RegClearBits(scpi_context, reg_operation + set_condition, operation_waiting_for_trigger);
 }
@@ -165,15 +242,125 @@ void CMEM_setup(DSP_STATUS link) {
     if (!DSP_Trace_Data) std::perror("CMEM_setup");
 }
 
+void Transfer_Settings() {
+    switch (FunctionMode_Flag) {
+        case mode_am_fm: case mode_am_fm_list: case mode_ask: case mode_fsk: return LOOP_SetTrans_Demodulator();
+        case mode_iq: case mode_r_phi: return LOOP_SetTrans_Record_Data();
+        default: break;
+    }
+    if (Global_Table & table_emission_mask) Measurement_Data.mask_setup_pending = 1;
+    LOOP_SetTrans_Var();
+}
+
 void LOOP_SetTrans_Var() {
     const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
     if (Sweep_Data.external_trigger_pending) Hand_Over_Trigger();
     Ext_Sweep_Time_Auto();
+    Hold_Video_Frequency();
     Marker_Data.steps = Sweep_Data.steps[Screen()];
     if (!LOOP_Buffers) return;
-    Compose_Sweep();
+    Compose_By_Mode();
+    Send_And_Restart();
+}
+
+void LOOP_SetTeans_Preamp() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers) return;
+    Compose_Sweep(platform::code_sweep);
+    const auto& calibration = Preamplifier_Calibration;
+    double& element = LOOP_Buffers[platform::sweep_preamplifier_gain];
+    if (calibration.state == 1 || calibration.state == 3) {
+        for (const auto& band : calibration.gain) {
+            for (const float gain : band) element = static_cast<double>(gain + calibration.gain_offset);
+        }
+    }
+    if (calibration.state == 2 || calibration.state == 3) {
+        for (const float gain : calibration.second_gain) {
+            element = static_cast<double>(gain + calibration.second_gain_offset);
+        }
+    }
+    Send_And_Restart();
+}
+
+void get_SEM_Setup() {
+    Compose_Sweep(platform::code_emission_mask);
+    LOOP_Buffers[platform::mask_setup] = 1;
+    Measurement_Data.mask_setup_pending = 0;
+}
+
+void LOOP_SetTrans_Trigger() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers) return;
+    Hold_Video_Frequency();
+    Compose_Trigger();
+    Send_And_Restart();
+}
+
+void LOOP_SetTrans_Gate_Sweep() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers) return;
+    Compose_Gate();
+    Send_And_Restart();
+}
+
+void Send_Trigger_Settings() {
+    LOOP_SetTrans_Gate_Sweep();
+    LOOP_SetTrans_Trigger();
+}
+
+void Rearm_FPGA_Interrupt() {
+    const std::lock_guard trigger(Trigger_Mutex);
+    const bool stopped = Sweep_Data.single && SweepSingle_Data.load(std::memory_order_acquire);
+    const bool waits = LOOP_Buffers && Trigger_Waits() && !stopped;
+    if (!waits) SCPI_RegClearBits(scpi_context, reg_operation + set_condition, operation_waiting_for_trigger);
+    if (!waits && DSP_Trigger_Flag.load(std::memory_order_relaxed) == 0) return;
+    DSP_Trigger_Flag.store(waits ? 1 : 0, std::memory_order_release);
+    const int device = FPGA_Int_Fd.load(std::memory_order_acquire);
+    if (platform::Fpga_Int_Request(device, 0, waits ? 1 : 0) >= 0) {
+        if (waits) SCPI_RegSetBits(scpi_context, reg_operation + set_condition, operation_waiting_for_trigger);
+        return;
+    }
+    // Nobody will report the trigger: the samples are taken as they come.
+    DSP_Trigger_Flag.store(0, std::memory_order_release);
+    if (device >= 0) std::printf("set failed\n");
+}
+
+void LOOP_SetTrans_Timer_Control(float value) {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers || !std::isfinite(value)) return;
+    LOOP_Buffers[0] = platform::code_timer;
+    LOOP_Buffers[1] = static_cast<double>(value);
     LOOP_Execute(LOOP_NumIterations);
-    Restart_Counters(Trace_Data[Screen()]);
+}
+
+void LOOP_SetTrans_Earphon() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers) return;
+    LOOP_Buffers[0] = platform::code_earphone;
+    LOOP_Buffers[1] = Demodulation_Data.earphone;
+    LOOP_Buffers[2] = Demodulation_Data.volume;
+    LOOP_Execute(LOOP_NumIterations);
+}
+
+void LOOP_SetTrans_Demodulator() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers) return;
+    Ext_Sweep_Time_Auto();
+    Compose_Sweep(platform::code_demodulator);
+    LOOP_Buffers[platform::demodulator_mode] = FunctionMode_Flag;
+    Send_And_Restart();
+}
+
+void LOOP_SetTrans_Record_Data() {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (!LOOP_Buffers) return;
+    Ext_Sweep_Time_Auto();
+    Compose_Sweep(platform::code_record);
+    const Recording_Record& recording = FunctionMode_Flag == mode_r_phi ? RecordData_RPhi : RecordData_IQ;
+    LOOP_Buffers[platform::record_mode] = FunctionMode_Flag;
+    LOOP_Buffers[platform::record_running] = recording.running;
+    LOOP_Buffers[platform::record_armed] = recording.armed;
+    Send_And_Restart();
 }
 
 void LOOP_SetTrans_Peripheral() {
@@ -187,8 +374,9 @@ void LOOP_SetTrans_Peripheral() {
 
 void LOOP_SetTrans_Trigger_External() {
     if (!LOOP_Buffers) return;
-    LOOP_Buffers[0] = code_trigger_external;
-    LOOP_Buffers[1] = 0;
+    LOOP_Buffers[0] = platform::code_trigger_external;
+    LOOP_Buffers[1] = Trigger_Data.source;
+    LOOP_Buffers[2] = Trigger_Data.input_falling;
     LOOP_Execute(LOOP_NumIterations);
 }
 
@@ -201,6 +389,7 @@ void LOOP_SetTrans_Single_Sweep() {
     }
     for (auto& trace : Trace_Data) Restart_Counters(trace);
     Sweep_Data.single_started = 1;
+    Rearm_FPGA_Interrupt();
 }
 
 void LOOP_Send_Corrections(const double* values) {

@@ -15,6 +15,7 @@
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
 #include "sweep/transfer.h"
+#include "sweep/trigger.h"
 #include "system/status_icons.h"
 #include "trace/acquisition.h"
 #include "trace/corrections.h"
@@ -47,7 +48,7 @@ void Single_Sweep_Init() {
 }
 
 /// Each area's settings to their factory values. An area that others take values from comes before them.
-constexpr std::array areas{Modes_Init, Screen_Init,    Freqs_ArrayInit,   Amp_ArrayInit,         limitline_init,
+constexpr std::array areas{Modes_Init, Screen_Init,    Freqs_ArrayInit,   Trigger_Init,  Amp_ArrayInit,         limitline_init,
                            PeakSearch_Init, Marker_Init, Markerto_Init,   BW_Init,               Sweep_Init,
                            Single_Sweep_Init, Init_Trace_Data, Init_Spectrogram, Init_TopographicData,
                            Corr_Init_For_Opening};
@@ -61,6 +62,7 @@ void Show_Settings() {
 
 void Send_Settings() {
     LOOP_SetTrans_Peripheral();
+    Send_Trigger_Settings();
     LOOP_SetTrans_Single_Sweep();
     LOOP_SetTrans_Var();
 }

@@ -63,10 +63,12 @@ PLACES = {
     "page": Place(baseline=48, top=9, bottom=74, left=5, right=136, centred=True, arrow=True),
     "choice": Place(baseline=13, top=0, bottom=15, left=0, right=65, centred=False, smallest=11),
     "status": Place(baseline=12, top=0, bottom=14, left=0, right=130, centred=False, smallest=11),
-    # Texts of the program: name of an entry, attention message, mode and sweep state in the top line, unit.
+    # Texts of the program: name of an entry, attention message, mode and sweep state in the top line, what the sweep waits
+    # for below it, unit.
     "entry": Place(baseline=12, top=0, bottom=14, left=0, right=237, centred=False),
     "message": Place(baseline=24, top=0, bottom=27, left=0, right=391, centred=False, smallest=13),
     "state": Place(baseline=13, top=0, bottom=17, left=0, right=84, centred=False),
+    "wait": Place(baseline=13, top=0, bottom=17, left=0, right=125, centred=False),
     "unit": Place(baseline=13, top=0, bottom=16, left=0, right=60, centred=False),
 }
 

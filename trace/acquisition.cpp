@@ -19,6 +19,7 @@
 #include "sweep/transfer.h"
 #include "trace/plot.h"
 #include "trace/scale.h"
+#include "trace/trigger_wait.h"
 
 namespace {
 
@@ -106,27 +107,30 @@ void Stop_Single_Sweep() {
     if (Fpga_Int_Request(FPGA_Int_Fd.load(std::memory_order_acquire), 0, 1) < 0) std::printf("set failed\n");
 }
 
-void End_Of_Sweep(Trace_Record& record) {
+/// True when the core has started at an empty ring.
+bool End_Of_Sweep(Trace_Record& record) {
     TraceEnvelope();
     record.point = 0;
     ++record.sweeps;
     record.sweep_complete = 1;
     DetectionAutoFunc();
     Complete_Operations();
-    if (Sweep_Data.single) Stop_Single_Sweep();
+    if (!Sweep_Data.single) return Start_Triggered_Sweep();
+    Stop_Single_Sweep();
+    return false;
 }
 
 void Process_Samples(Trace_Record& record, int target) {
     const Row_Scale scale = Active_Scale();
     while (record.processed != target && SweepSingle_Data.load(std::memory_order_relaxed) == 0 &&
-           DSP_Trigger_Flag.load(std::memory_order_relaxed) != 1) {
+           DSP_Trigger_Flag.load(std::memory_order_relaxed) != 1 && Sweep_Data.hold == 0) {
         const int point = record.processed % trace_points;
         Process_Point(record, point, scale);
         ++record.processed;
         record.point = static_cast<std::uint16_t>(point + 1);
         Trace_plot_line(record, point);
         if (record.processed == sample_counter_end) record.processed = record.sweeps = 0;
-        if (point == last_point) End_Of_Sweep(record);
+        if (point == last_point && End_Of_Sweep(record)) break;
     }
 }
 
@@ -143,7 +147,7 @@ bool Operation_Pending() {
 bool Sweep_Can_Come() {
     std::unique_lock records(Command_Main_Mutex, std::defer_lock);
     if (!Command_Main_Mutex.Held_Here()) records.lock();
-    if (!LOOP_Buffers || !DSP_Trace_Data) return false;
+    if (!LOOP_Buffers || !DSP_Trace_Data || Sweep_Data.hold) return false;
     switch (FunctionMode_Flag) {
         case mode_power_meter: case mode_file_view: case mode_recall_view: return false;
         default: return Sweep_Data.single == 0 || Single_Sweep_Under_Way();
@@ -217,6 +221,7 @@ void readadc() {
         const int target = Target();
         Skip_Ahead(record, target);
         Process_Samples(record, target);
+        Show_Trigger_Wait();
         if (Sweep_Data.single) Pending_Operation_Flag.store(0, std::memory_order_release);
         Set_Opc();
     }

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstring>
 
 #include "display/draw.h"
-#include "display/text.h"
 #include "palette.h"
-#include "records/amp.h"
 #include "records/freqs.h"
+#include "records/trigger.h"
 #include "trace/scale.h"
+#include "trace/scale_figures.h"
 
 namespace {
 
@@ -66,16 +65,15 @@ void Draw_Grid() {
     display::Frame(fbVid0, g, palette::frame);
 }
 
-void Draw_Scale_Figures() {
+/// The level of the video trigger, while that is chosen: dashes, which no trace looks like.
+void Draw_Trigger_Line() {
+    if (Trigger_Data.source != trigger_by_video) return;
+    constexpr int dash = 6, gap = 6;
     const Rect g = Graticule();
-    const Row_Scale scale = Active_Scale();
-    const display::Text_Style style{face_regular, 10, palette::muted, palette::ground};
-    for (int i = 0; i <= divisions; ++i) {
-        std::array<char, 12> text{};
-        std::snprintf(text.data(), text.size(), "%d", scale.reference - i * Db_Per_Division(scale.code));
-        const int line = g.y + i * ScreenInf.division;
-        const int top = i == divisions ? line - 13 : line + 2;
-        display::Draw_Text_Over(fbVid0, {g.x + 5, top, 40, 12}, 10, text.data(), style, display::Align::left);
+    const int row = dBmTOpixel(Trigger_Data.video_level, Active_Scale(), false);
+    if (row < g.y || row >= g.y + g.height) return;
+    for (int x = g.x; x < g.x + g.width; x += dash + gap) {
+        display::Fill(fbVid0, {x, row, std::min(dash, g.x + g.width - x), 1}, palette::attention);
     }
 }
 
@@ -126,6 +124,7 @@ void Ext_Frame() {
     if (!Drawable()) return;
     Draw_Grid();
     Draw_Scale_Figures();
+    Draw_Trigger_Line();
     display::Keep(fbVid0, Graticule());
     Plot_Reset();
     Redraw_Traces(Trace_Data[static_cast<std::size_t>(ScreenActive)]);

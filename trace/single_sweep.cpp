@@ -22,9 +22,16 @@ void Write_Viewed_Trace() {
 
 }  // namespace
 
+void Set_Sweep_Hold(bool hold) {
+    if (hold == (Sweep_Data.hold != 0)) return;
+    Sweep_Data.hold = hold;
+    Draw_Sweep_State();
+    if (!hold) LOOP_SetTrans_Var();
+}
+
 void Start_Single_Sweep() {
     const bool counting = Sweep_Data.single_started != 0 && Single_Sweep_Under_Way();
-    if (counting) return;
+    if (counting) return Set_Sweep_Hold(false);
     Write_Viewed_Trace();
     Sweep_Data.single = 1;
     Sweep_Data.hold = 0;
@@ -36,6 +43,7 @@ void Start_Single_Sweep() {
 }
 
 void Set_Continuous_Sweep(bool continuous) {
+    Set_Sweep_Hold(false);
     if (continuous == (Sweep_Data.single == 0)) return;
     Sweep_Data.single = continuous ? 0 : 1;
     if (continuous) {

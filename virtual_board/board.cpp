@@ -23,6 +23,8 @@ namespace files = platform::device_files;
 using files::Link_Header;
 using files::Link_Packet;
 
+constexpr int rearm_request = 0;
+
 /// Screen on or off and its brightness, as far as the message holds numbers.
 void Take_Peripheral_Message(std::span<const double> message) {
     if (message.size() < 3 || !std::isfinite(message[1]) || !std::isfinite(message[2]))
@@ -76,11 +78,12 @@ void Board::Step(platform::Duration time) {
 
 void Board::Serve() {
     for (;;) {
-        std::array<pollfd, 5 + Remote_Ports::waits> waits{{{stop_event_, POLLIN, 0},
+        std::array<pollfd, 6 + Remote_Ports::waits> waits{{{stop_event_, POLLIN, 0},
                                                            {link_.socket, POLLIN, 0},
                                                            {fpga_.socket, POLLIN, 0},
                                                            {link_.listener, POLLIN, 0},
-                                                           {fpga_.listener, POLLIN, 0}}};
+                                                           {fpga_.listener, POLLIN, 0},
+                                                           {devices_.Trigger_Input(), POLLIN, 0}}};
         ports_.Fill_Waits(std::span(waits).last<Remote_Ports::waits>());
         if (::poll(waits.data(), waits.size(), Wait_Time_Ms()) < 0 && errno != EINTR)
             return;
@@ -97,6 +100,8 @@ void Board::Serve() {
             std::lock_guard lock(core_mutex_);
             Accept(fpga_);
         }
+        if (waits[5].revents != 0)
+            Serve_Trigger_Input();
         ports_.Serve(std::span(waits).last<Remote_Ports::waits>());
         if (!manual_)
             Advance();
@@ -180,13 +185,37 @@ bool Board::Send(Link_Packet packet, std::size_t bytes) {
 }
 
 void Board::Serve_Fpga() {
-    // The core arms its own trigger by the trigger message; the driver's request has nothing to add here.
     files::Fpga_Request request{};
     const auto size = ::recv(fpga_.socket, &request, sizeof request, 0);
-    if (size > 0 || (size < 0 && (errno == EAGAIN || errno == EINTR)))
+    if (size < 0 && (errno == EAGAIN || errno == EINTR))
         return;
     std::lock_guard lock(core_mutex_);
-    Disconnect(fpga_);
+    if (size <= 0) {
+        Disconnect(fpga_);
+        return;
+    }
+    if (size != sizeof request || request.request != rearm_request)
+        return;
+    core_.Arm(request.argument);
+    Send_Events();
+}
+
+void Board::Serve_Trigger_Input() {
+    std::array<char, 256> levels{};
+    const auto size = ::read(devices_.Trigger_Input(), levels.data(), levels.size());
+    for (ssize_t i = 0; i < size; ++i)
+        if (levels[static_cast<std::size_t>(i)] == '0' || levels[static_cast<std::size_t>(i)] == '1')
+            Set_Trigger_Input(levels[static_cast<std::size_t>(i)] == '1');
+}
+
+void Board::Set_Trigger_Input(bool high) {
+    std::lock_guard lock(core_mutex_);
+    if (!manual_)
+        core_.Advance(platform::Now(), Effort::bounded);
+    core_.Set_Trigger_Input(high);
+    if (manual_)
+        core_.Advance(manual_time_);
+    Send_Events();
 }
 
 void Board::Take_Message(std::span<const double> message) {

@@ -36,6 +36,9 @@ class Board {
     /// Moves a manual board's time forward; the samples that are due and their events are there on return. Any thread.
     void Step(platform::Duration time);
 
+    /// The trigger input is raised or lowered. Any thread.
+    void Set_Trigger_Input(bool high);
+
     std::span<const double> Sample_Memory() const { return devices_.Sample_Memory(); }
 
   private:
@@ -53,6 +56,7 @@ class Board {
     void Take_Packet(const platform::device_files::Link_Header& header, std::size_t bytes);
     void Answer();
     void Serve_Fpga();
+    void Serve_Trigger_Input();
     void Take_Message(std::span<const double> message);
     void Advance();
     void Send_Events();

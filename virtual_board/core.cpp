@@ -24,6 +24,9 @@ constexpr double highest_attenuation_db = 100.0;
 constexpr std::int64_t fast_sweep_ns = 5'000'000;
 constexpr double bounded_work_ns = 10e6;
 constexpr std::int64_t batch_ns = 2'000'000;  ///< points are written together that fall due within this
+constexpr std::int64_t video_batch_ns = 4'000'000;  ///< of the signal that the video trigger watches
+constexpr std::int64_t patience_ns = 500'000'000;  ///< with the automatic trigger
+constexpr double highest_gain_db = 100.0;
 
 /// Firmware versions times 100.
 constexpr double dsp_firmware = 100.0;
@@ -88,11 +91,17 @@ std::optional<Sweep_Settings> Parse_Sweep_Message(std::span<const double> messag
     s.points = points < 2 ? platform::points_per_sweep : points;
     const int steps_in_time = To_Int(time_s / shortest_step_s, 1, most_steps);
     s.steps = std::max(s.points, std::min(steps_in_time, To_Int(message[platform::sweep_steps], 1, most_steps)));
+    const bool corrected = message.size() > platform::sweep_preamplifier_gain && s.preamplifier &&
+                           std::isfinite(message[platform::sweep_preamplifier_gain]);
+    if (corrected) {
+        s.gain_db = std::clamp(message[platform::sweep_preamplifier_gain], -highest_gain_db, highest_gain_db);
+    }
     return s;
 }
 
 Core::Core(std::shared_ptr<const Input> input, Core_Options options, std::span<double> sample_memory)
-    : options(options), memory(sample_memory), receiver(std::move(input), options.seed) {
+    : options(options), memory(sample_memory), input(std::move(input)), receiver(this->input, options.seed),
+      line(options.pulses) {
     if (memory.size() < platform::sample_memory_elements) {
         throw std::invalid_argument("the sample memory is too small");
     }
@@ -108,19 +117,28 @@ void Core::Handle_Message(std::span<const double> message) {
     }
     const bool has_value = message.size() > 1 && std::isfinite(message[1]);
     switch (To_Int(message[0], -1, 1000)) {
-        case platform::code_sweep: Take_Settings(message); break;
+        case platform::code_sweep:
+        case platform::code_emission_mask:
+        case platform::code_demodulator:
+        case platform::code_record: Take_Settings(message); break;
+        case platform::code_measurement: {
+            if (message.size() <= platform::measurement_span) {
+                return;
+            }
+            std::vector<double> sweep(message.begin(), message.end());
+            std::copy_n(message.begin() + platform::measurement_center, 4, sweep.begin() + platform::sweep_center);
+            Take_Settings(sweep);
+            break;
+        }
+        case platform::code_trigger: Take_Trigger(message); break;
+        case platform::code_trigger_external: Take_External(message); break;
+        case platform::code_gate: Take_Gate(message); break;
         case platform::code_single_sweep:
             if (!has_value) {
                 return;
             }
             single = message[1] == 1.0;
             Restart();
-            break;
-        case platform::code_trigger:
-            // The reader starts again at the first sample after this message, so the writer does too.
-            if (sweeping) {
-                Restart();
-            }
             break;
         default: break;
     }
@@ -132,29 +150,132 @@ void Core::Take_Settings(std::span<const double> message) {
         return;
     }
     const std::int64_t input_ns = Input_Time();
-    sweeping = false;
+    state = State::idle;
     receiver.Configure(*settings);
     have_settings = true;
+    if (message.size() > platform::sweep_trigger_frequency &&
+        std::isfinite(message[platform::sweep_trigger_frequency])) {
+        trigger.frequency_hz = std::clamp(message[platform::sweep_trigger_frequency], 0.0, highest_frequency_hz);
+    }
     sweep_input_ns = input_ns;
     sweep_clock_ns = clock_ns.value_or(0);
     Restart();
 }
 
-/// Starts a sweep at point 0 of an empty ring, at the time of the last Advance.
+void Core::Take_Trigger(std::span<const double> message) {
+    const std::optional<Trigger_Settings> settings = Parse_Trigger_Message(message);
+    if (!settings) {
+        return;
+    }
+    trigger = *settings;
+    Restart_If_Running();
+}
+
+void Core::Take_External(std::span<const double> message) {
+    if (message.size() < 3 || !std::isfinite(message[1]) || !std::isfinite(message[2])) {
+        return;
+    }
+    trigger.source = To_Int(message[1], platform::trigger_free_run, platform::trigger_external);
+    trigger.external_falling = message[2] == 1.0;
+    Restart_If_Running();
+}
+
+void Core::Take_Gate(std::span<const double> message) {
+    const std::optional<Gate_Settings> settings = Parse_Gate_Message(message);
+    if (!settings) {
+        return;
+    }
+    gate = *settings;
+    Restart_If_Running();
+}
+
+/// The reader starts again at the first sample after these messages, so the writer does too.
+void Core::Restart_If_Running() {
+    if (state != State::idle || resting) {
+        Restart();
+        return;
+    }
+    written = 0;
+    platform::Store_Element(memory.data(), platform::written_count, 0.0);
+}
+
+/// Starts a sweep at point 0 of an empty ring, at the time of the last Advance, or begins to wait for its trigger.
 void Core::Restart() {
     written = 0;
     platform::Store_Element(memory.data(), platform::written_count, 0.0);
-    if (single) {
+    if (single || Waits()) {
         platform::Store_Element(memory.data(), platform::sweep_finished, 0.0);
     }
+    armed = triggered = resting = false;
+    triggered_events = 0;
+    line.Forget();
     if (!have_settings) {
         return;
     }
     sweep_input_ns = Input_Time();
     sweep_clock_ns = clock_ns.value_or(0);
-    sweeping = true;
     point = 0;
+    if (Waits()) {
+        Begin_Wait();
+        return;
+    }
+    state = State::sweeping;
     receiver.Begin_Sweep(sweep_input_ns);
+}
+
+void Core::Begin_Wait() {
+    state = State::waiting;
+    if (!Watches_Video()) {
+        return;
+    }
+    if (!video) {
+        video.emplace(input, options.seed);
+    }
+    video->Configure(receiver.Settings(), trigger.frequency_hz, trigger.level_dbm, trigger.falling);
+    video->Start(sweep_input_ns);
+}
+
+void Core::Look_For_Trigger(double work_limit) {
+    const std::int64_t now_ns = Input_Time();
+    std::optional<std::int64_t> found;
+    if (Watches_Input()) {
+        found = line.Next(sweep_input_ns, trigger.external_falling);
+    } else {
+        found = video->Search(now_ns, work_limit);
+    }
+    if (trigger.automatic && !Gated()) {
+        found = std::min(found.value_or(sweep_input_ns + patience_ns), sweep_input_ns + patience_ns);
+    }
+    if (found && *found <= now_ns) {
+        Begin_Triggered_Sweep(*found);
+    }
+}
+
+void Core::Begin_Triggered_Sweep(std::int64_t trigger_ns) {
+    triggered = true;
+    if (armed) {
+        armed = false;
+        triggered_events++;
+    }
+    const bool delayed = trigger.source != platform::trigger_free_run;
+    const std::int64_t start_ns = trigger_ns + (delayed ? trigger.delay_ns : 0);
+    sweep_clock_ns = Clock_Of(start_ns);
+    sweep_input_ns = start_ns;
+    state = State::sweeping;
+    point = 0;
+    window.reset();
+    next_edge_from_ns = trigger_ns;
+    gated_ns = 0.0;
+    runs.clear();
+    receiver.Begin_Sweep(sweep_input_ns);
+}
+
+void Core::Arm(int argument) {
+    armed = argument == 1;
+    if (armed && (triggered || state == State::sweeping)) {
+        armed = false;
+        triggered_events++;
+    }
 }
 
 std::int64_t Core::Sweep_Clock_Ns() const { return options.fast ? fast_sweep_ns : receiver.Settings().time_ns; }
@@ -165,15 +286,27 @@ std::int64_t Core::Due_Ns(int of_point) const {
     return sweep_clock_ns + static_cast<std::int64_t>(std::ceil(static_cast<double>(Sweep_Clock_Ns()) * part));
 }
 
+/// Clock at a simulated time from the start of the present sweep or wait on.
+std::int64_t Core::Clock_Of(std::int64_t input_ns) const {
+    const std::int64_t elapsed = input_ns - sweep_input_ns;
+    if (!options.fast || state != State::sweeping) {
+        return sweep_clock_ns + elapsed;
+    }
+    const double factor = static_cast<double>(receiver.Settings().time_ns) / fast_sweep_ns;
+    return sweep_clock_ns + static_cast<std::int64_t>(std::ceil(static_cast<double>(elapsed) / factor));
+}
+
 /// Simulated time at the last Advance. It runs with the clock but for fast sweeps, which take their own sweep time.
 std::int64_t Core::Input_Time() const {
     const std::int64_t elapsed = clock_ns.value_or(sweep_clock_ns) - sweep_clock_ns;
-    if (!options.fast || !sweeping) {
+    if (!options.fast || state != State::sweeping || elapsed < 0) {
         return sweep_input_ns + elapsed;
     }
     const double factor = static_cast<double>(receiver.Settings().time_ns) / fast_sweep_ns;
     return sweep_input_ns + static_cast<std::int64_t>(static_cast<double>(elapsed) * factor);
 }
+
+double Core::Work_Ns() const { return receiver.Work_Ns() + (video ? video->Work_Ns() : 0.0); }
 
 void Core::Advance(platform::Duration now, Effort effort) {
     const std::int64_t now_ns = now.count();
@@ -182,21 +315,87 @@ void Core::Advance(platform::Duration now, Effort effort) {
         sweep_clock_ns = now_ns;
     }
     clock_ns = std::max(now_ns, clock_ns.value_or(now_ns));
-    const double work_end = receiver.Work_Ns() + bounded_work_ns;
-    while (sweeping && Due_Ns(point) <= *clock_ns) {
-        if (effort == Effort::bounded && receiver.Work_Ns() > work_end) {
+    const double work_end = Work_Ns() + bounded_work_ns;
+    if (state == State::waiting) {
+        const double limit = effort == Effort::bounded ? video ? video->Work_Ns() + bounded_work_ns : 0.0 : HUGE_VAL;
+        Look_For_Trigger(limit);
+    }
+    while (state == State::sweeping && Point_Complete()) {
+        if (effort == Effort::bounded && Work_Ns() > work_end) {
             return;
         }
         Write_Point();
     }
 }
 
+bool Core::Point_Complete() { return Gated() ? Fill_Gated_Point(Input_Time()) : Due_Ns(point) <= *clock_ns; }
+
+/// The next stretch in which the gate is open, as far as its edge is known.
+bool Core::Open_Gate() {
+    while (!window) {
+        const auto edge = line.Next(next_edge_from_ns, trigger.external_falling);
+        if (!edge) {
+            return false;
+        }
+        const std::int64_t open_ns = *edge + gate.delay_ns, end_ns = open_ns + gate.length_ns;
+        next_edge_from_ns = end_ns;
+        if (end_ns > sweep_input_ns) {
+            window = {.at_ns = std::max(0.0, static_cast<double>(open_ns - sweep_input_ns)),
+                      .end_ns = static_cast<double>(end_ns - sweep_input_ns)};
+        }
+    }
+    return true;
+}
+
+/// Takes the time until now in which the gate was open; true when that completes the point.
+bool Core::Fill_Gated_Point(std::int64_t until_ns) {
+    const double spacing = receiver.Value_Spacing_Ns();
+    const std::size_t values = receiver.Values_Per_Point();
+    const double whole = spacing * static_cast<double>(values);
+    const double until = static_cast<double>(until_ns - sweep_input_ns);
+    // What is missing by less is missing by rounding.
+    constexpr double rounding_ns = 1e-3;
+    while (gated_ns < whole - rounding_ns) {
+        if (!Open_Gate() || until <= window->at_ns) {
+            return false;
+        }
+        const double taken = std::min(std::min(until, window->end_ns) - window->at_ns, whole - gated_ns);
+        const auto value_at = [&](double time) {
+            return std::min(values, static_cast<std::size_t>(std::ceil(std::max(0.0, time - rounding_ns) / spacing)));
+        };
+        const std::size_t first = value_at(gated_ns), end = value_at(gated_ns + taken);
+        if (end > first) {
+            const double time = window->at_ns + spacing * static_cast<double>(first) - gated_ns;
+            const std::int64_t first_ns = sweep_input_ns + std::llround(time);
+            const bool continued =
+                !runs.empty() &&
+                std::abs(static_cast<double>(first_ns - runs.back().first_ns) -
+                         spacing * static_cast<double>(first - runs.back().first)) < 2.0;
+            if (continued) {
+                runs.back().count += end - first;
+            } else {
+                runs.push_back({first, end - first, first_ns});
+            }
+        }
+        gated_ns += taken;
+        window->at_ns += taken;
+        if (window->at_ns >= window->end_ns - rounding_ns) {
+            window.reset();
+        }
+    }
+    return true;
+}
+
 void Core::Write_Point() {
-    const Point_Values values = receiver.Measure(point);
+    const bool gated = Gated();
+    const Point_Values values = gated ? receiver.Measure(point, runs) : receiver.Measure(point);
+    runs.clear();
+    gated_ns = 0.0;
     const bool zero_span = receiver.Settings().start_hz == receiver.Settings().stop_hz;
+    const double gain_db = receiver.Settings().gain_db;
     const auto place = static_cast<std::size_t>(written % platform::sample_block);
     const auto store = [&](std::size_t block, double dbm) {
-        Store_Sample(memory, block + place, zero_span ? Zero_Span_Volts(dbm) : dbm);
+        Store_Sample(memory, block + place, zero_span ? Zero_Span_Volts(dbm + gain_db) : dbm + gain_db);
     };
     store(platform::positive_peak_samples, values.positive);
     store(platform::negative_peak_samples, values.negative);
@@ -213,15 +412,23 @@ void Core::Write_Point() {
 }
 
 void Core::End_Sweep() {
-    sweep_clock_ns += Sweep_Clock_Ns();
-    sweep_input_ns = Moved_On(sweep_input_ns, 1, receiver.Settings().time_ns);
-    point = 0;
-    if (single) {
-        sweeping = false;
+    const bool waits = Waits();
+    if (single || waits) {
+        // What comes next starts at the time that has been reached, also where the gate stretched the sweep.
+        const std::int64_t input_ns = Gated() ? Input_Time() : Moved_On(sweep_input_ns, 1, receiver.Settings().time_ns);
+        sweep_clock_ns = Gated() ? *clock_ns : sweep_clock_ns + Sweep_Clock_Ns();
+        sweep_input_ns = input_ns;
+        point = 0;
+        state = State::idle;
+        triggered = false;
+        resting = !single;
         finished_events++;
         platform::Store_Element(memory.data(), platform::sweep_finished, 1.0);
         return;
     }
+    sweep_clock_ns += Sweep_Clock_Ns();
+    sweep_input_ns = Moved_On(sweep_input_ns, 1, receiver.Settings().time_ns);
+    point = 0;
     Skip_Sweeps();
     receiver.Begin_Sweep(sweep_input_ns);
 }
@@ -237,21 +444,57 @@ void Core::Skip_Sweeps() {
     sweep_input_ns = Moved_On(sweep_input_ns, skipped, receiver.Settings().time_ns);
 }
 
+/// Clock at which the present wait may end; nothing where only the trigger input can tell.
+std::optional<std::int64_t> Core::Wait_Due_Ns() const {
+    std::optional<std::int64_t> due;
+    if (Watches_Input()) {
+        due = line.Next(sweep_input_ns, trigger.external_falling);
+    } else {
+        due = video->Searched_To() + std::max(video->Point_Ns(), video_batch_ns);
+    }
+    if (trigger.automatic && !Gated()) {
+        due = std::min(due.value_or(sweep_input_ns + patience_ns), sweep_input_ns + patience_ns);
+    }
+    return due ? std::optional(Clock_Of(*due)) : std::nullopt;
+}
+
+/// Clock at which the gate next opens or closes, or the present point is complete.
+std::optional<std::int64_t> Core::Gate_Due_Ns() const {
+    if (window) {
+        const double missing = receiver.Value_Spacing_Ns() * static_cast<double>(receiver.Values_Per_Point()) - gated_ns;
+        const double part = std::min(window->end_ns, window->at_ns + missing);
+        return Clock_Of(sweep_input_ns + static_cast<std::int64_t>(std::ceil(part)));
+    }
+    const auto edge = line.Next(next_edge_from_ns, trigger.external_falling);
+    return edge ? std::optional(Clock_Of(*edge + gate.delay_ns)) : std::nullopt;
+}
+
 std::optional<platform::Duration> Core::Next_Due() const {
-    if (!sweeping) {
+    if (state == State::idle) {
         return std::nullopt;
     }
-    std::int64_t due = Due_Ns(point);
-    if (clock_ns && due > *clock_ns) {
-        due = std::max(due, *clock_ns + batch_ns);
+    if (state == State::waiting) {
+        const auto due = Wait_Due_Ns();
+        return due ? std::optional(platform::Duration(*due)) : std::nullopt;
     }
-    if (single) {
-        due = std::min(due, Due_Ns(receiver.Settings().points - 1));
+    std::optional<std::int64_t> due = Gated() ? Gate_Due_Ns() : Due_Ns(point);
+    if (!due) {
+        return std::nullopt;
     }
-    return platform::Duration(due);
+    if (clock_ns && *due > *clock_ns) {
+        due = std::max(*due, *clock_ns + batch_ns);
+    }
+    if ((single || Waits()) && !Gated()) {
+        due = std::min(*due, Due_Ns(receiver.Settings().points - 1));
+    }
+    return platform::Duration(*due);
 }
 
 std::optional<std::uint8_t> Core::Take_Event() {
+    if (triggered_events > 0) {
+        triggered_events--;
+        return platform::fpga_triggered;
+    }
     if (finished_events == 0) {
         return std::nullopt;
     }

@@ -163,6 +163,12 @@ void Devices::Make() {
     Make_File(platform::Rooted(files::backlight), 1, std::span(&brightness, 1));
     Make_Fifo(platform::Rooted(files::keypad));
     Make_Fifo(platform::Rooted(files::power_key));
+    const std::string trigger = platform::Rooted(files::trigger);
+    Make_Fifo(trigger);
+    // Open for writing as well, so that it doesn't end with a writer.
+    trigger_ = ::open(trigger.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    if (trigger_ < 0)
+        Fail(trigger);
     std::tie(serial_, serial_end_) = Make_Terminal(platform::Rooted(files::serial));
     int user_end = -1;
     std::tie(serial_user_, user_end) = Make_Terminal(platform::Rooted(files::serial_user));
@@ -189,10 +195,11 @@ void Devices::Remove() noexcept {
     }
     Close(link_);
     Close(fpga_);
+    Close(trigger_);
     platform::Unmap_Sample_Memory(sample_memory_);
     sample_memory_ = nullptr;
     for (const char* device : {files::dsp_link, files::fpga_int, files::sample_memory, files::serial, files::serial_user,
-                               files::power_key, files::keypad, files::backlight})
+                               files::power_key, files::keypad, files::trigger, files::backlight})
         ::unlink(platform::Rooted(device).c_str());
     Remove_Frame_Devices();
     Close(serial_user_);

@@ -13,7 +13,7 @@ void Make_Frame_Devices();
 void Remove_Frame_Devices();
 
 /// The device files of the board below the platform's root, there as long as the object lives: frame buffers,
-/// back-light, sample memory, key devices, serial port with the cable's other end, and the listening sockets of DSP link,
+/// back-light, sample memory, key devices, trigger input, serial port with the cable's other end, and the listening sockets of DSP link,
 /// FPGA interrupt, GPIB and USB.
 class Devices {
   public:
@@ -28,6 +28,8 @@ class Devices {
 
     int Link_Listener() const { return link_; }
     int Fpga_Listener() const { return fpga_; }
+    /// Reading end of the trigger input.
+    int Trigger_Input() const { return trigger_; }
 
     /// Masters of the pseudo-terminals that the instrument and a PC's program open.
     int Serial_Master() const { return serial_; }
@@ -47,6 +49,7 @@ class Devices {
     double* sample_memory_ = nullptr;
     int link_ = -1;
     int fpga_ = -1;
+    int trigger_ = -1;
     int serial_ = -1;
     int serial_end_ = -1;  ///< holds the line open while the instrument hasn't
     int serial_user_ = -1;

@@ -26,6 +26,7 @@ struct Sweep_Settings {
     bool emi = false;  ///< EMI filters; quasi-peak and EMI average are worked out in full
     int points = 601;
     int steps = 601;  ///< measurement steps of the sweep
+    double gain_db = 0.0;  ///< correction that is added to levels
 
     bool operator==(const Sweep_Settings&) const = default;
 };

@@ -25,6 +25,7 @@ struct Options {
     std::string recording;
     virtual_board::Recording_Options recording_options;
     virtual_board::Core_Options core;
+    double trigger_period_s = 0.0, trigger_width_s = 0.0;
 };
 
 /// A finite number within limits, in the unit given.
@@ -73,6 +74,11 @@ void Declare(CLI::App& app, Options& options) {
         ->check(Number(-200.0, 100.0, "dBm"))
         ->needs(recording)
         ->capture_default_str();
+    auto* period = app.add_option("--trigger-period", options.trigger_period_s, "pulses at the trigger input, one a period");
+    period->check(Number(1e-6, 1000.0, "s"));
+    app.add_option("--trigger-width", options.trigger_width_s, "their width (half the period)")
+        ->check(Number(1e-7, 1000.0, "s"))
+        ->needs(period);
     app.add_flag("--fast", options.core.fast, "sweeps take no more time than needed");
     app.add_option("--seed", options.core.seed, "seed of the noise")
         ->check(CLI::Validator(Check_Seed, "N"))
@@ -85,13 +91,22 @@ std::shared_ptr<const virtual_board::Input> Load_Input(const Options& options) {
     return virtual_board::Load_Scene(options.scene.empty() ? options.share + "/scenes/demo.toml" : options.scene);
 }
 
+virtual_board::Trigger_Pulses Pulses(const Options& options) {
+    const double width = options.trigger_width_s > 0.0 ? options.trigger_width_s : 0.5 * options.trigger_period_s;
+    if (width > 0.0 && width >= options.trigger_period_s)
+        throw std::runtime_error("--trigger-width: a pulse must be shorter than the period");
+    return {.period_ns = std::llround(options.trigger_period_s * 1e9), .width_ns = std::llround(width * 1e9)};
+}
+
 int Run(const Options& options) {
     platform::Set_Root(options.root);
     if (platform::Root().empty())
         throw std::runtime_error("the instrument root must be a folder of its own");
+    virtual_board::Core_Options core = options.core;
+    core.pulses = Pulses(options);
     const auto input = Load_Input(options);
     virtual_board::Seed_Root(options.share, options.model);
-    virtual_board::Board board(input, {.core = options.core});
+    virtual_board::Board board(input, {.core = core});
 
     struct sigaction stop {};
     stop.sa_handler = [](int) { platform::Request_Stop(); };

@@ -183,9 +183,11 @@ void Receiver::Gather_Lines(double low_hz, double high_hz) {
     bank.Add(Lines_Between(front_end.own_lines, low_hz - reach, high_hz + reach), 1.0);
 }
 
-void Receiver::Begin_Sweep(std::int64_t start_ns) {
+void Receiver::Begin_Sweep(std::int64_t start_ns, bool fresh) {
     sweep_start_ns = start_ns;
-    video_dbm.reset();
+    if (fresh) {
+        video_dbm.reset();
+    }
     if (fft_analysis != nullptr) {
         fft_analysis->Begin_Sweep(start_ns);
     } else if (Zero_Span() && network_ns != start_ns) {
@@ -287,13 +289,18 @@ Point_Values Receiver::Measure(int point) {
     if (fft_analysis != nullptr) {
         return fft_analysis->Measure(point);
     }
+    const double point_ns = static_cast<double>(front_end.settings.time_ns) / front_end.settings.points;
+    const auto first_ns = sweep_start_ns + static_cast<std::int64_t>(point_ns * point);
+    const Run whole{0, signals.size(), first_ns};
+    return Measure(point, {&whole, 1});
+}
+
+Point_Values Receiver::Measure(int point, std::span<const Run> runs) {
     const Sweep_Settings& s = front_end.settings;
     const double width = front_end.Point_Width();
     const double center = front_end.Point_Center(point);
-    const double point_ns = static_cast<double>(s.time_ns) / s.points;
-    const auto first_ns = sweep_start_ns + static_cast<std::int64_t>(point_ns * point);
-    Fill_Noise(point, first_ns);
-    Fill_Signals(point, first_ns);
+    Fill_Noise(point, runs.front().first_ns);
+    Fill_Signals(point, runs);
 
     const double spacing = value_spacing_ns * 1e-9 * s.rbw_hz;
     const double independent = std::max(1.0, spacing * independent_powers);
@@ -331,25 +338,28 @@ Point_Values Receiver::Measure(int point) {
 }
 
 /// The input's part of the values of a point.
-void Receiver::Fill_Signals(int point, std::int64_t first_ns) {
+void Receiver::Fill_Signals(int point, std::span<const Run> runs) {
     const double width = front_end.Point_Width();
     const double center = front_end.Point_Center(point);
     if (!Zero_Span()) {
         Gather_Lines(center - 0.5 * width, center + 0.5 * width);
     }
     const double spacing_hz = width / values_per_point;
-    const Line_Bank::Course course = {.first_ns = first_ns,
-                                      .spacing_ns = value_spacing_ns,
-                                      .first_hz = center + 0.5 * (spacing_hz - width),
-                                      .spacing_hz = spacing_hz,
-                                      .rbw_hz = front_end.settings.rbw_hz,
-                                      .reference_step = tuned_step};
-    bank.Fill(course, signals);
-    if (loop_filter || !front_end.input->drifting.empty()) {
-        for (std::size_t v = 0; v < signals.size(); v++) {
+    const bool uneven = loop_filter || !front_end.input->drifting.empty();
+    for (const Run& run : runs) {
+        const Line_Bank::Course course = {
+            .first_ns = run.first_ns,
+            .spacing_ns = value_spacing_ns,
+            .first_hz = center + 0.5 * (spacing_hz - width) + spacing_hz * static_cast<double>(run.first),
+            .spacing_hz = spacing_hz,
+            .rbw_hz = front_end.settings.rbw_hz,
+            .reference_step = tuned_step};
+        const std::span<std::complex<double>> sums = std::span(signals).subspan(run.first, run.count);
+        bank.Fill(course, sums);
+        for (std::size_t v = 0; uneven && v < sums.size(); v++) {
             const auto place = static_cast<double>(v);
-            const std::int64_t time_ns = first_ns + static_cast<std::int64_t>(value_spacing_ns * place);
-            signals[v] += Uneven_Signal(course.first_hz + spacing_hz * place, time_ns);
+            const std::int64_t time_ns = run.first_ns + static_cast<std::int64_t>(value_spacing_ns * place);
+            sums[v] += Uneven_Signal(course.first_hz + spacing_hz * place, time_ns);
         }
     }
     const double each = 40.0 + 2.0 * static_cast<double>(bank.Size()) + (network ? 30.0 : 0.0) +

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "virtual_board/detectors.h"
@@ -31,10 +32,22 @@ public:
 
     /// Takes new settings. The next call is Begin_Sweep.
     void Configure(const Sweep_Settings& settings);
-    /// Starts a sweep at a simulated time.
-    void Begin_Sweep(std::int64_t start_ns);
+    /// Starts a sweep at a simulated time. One that is not fresh goes on where the last one ended: its video filter stands
+    /// as it was.
+    void Begin_Sweep(std::int64_t start_ns, bool fresh = true);
     /// The next point of the sweep; points are measured in their order from 0 on.
     Point_Values Measure(int point);
+
+    /// Values of a point that follow each other evenly in time.
+    struct Run {
+        std::size_t first, count;
+        std::int64_t first_ns;  ///< simulated time of the first of them
+    };
+    /// As Measure, where the time of the values is not even: runs of all values of a point in their order. Not by FFT.
+    Point_Values Measure(int point, std::span<const Run> runs);
+    std::size_t Values_Per_Point() const { return static_cast<std::size_t>(values_per_point); }
+    double Value_Spacing_Ns() const { return value_spacing_ns; }
+    bool By_Fft() const { return fft_analysis != nullptr; }
 
     const Sweep_Settings& Settings() const { return front_end.settings; }
 
@@ -49,7 +62,7 @@ private:
     bool Zero_Span() const { return front_end.settings.stop_hz <= front_end.settings.start_hz; }
     std::complex<double> Uneven_Signal(double frequency_hz, std::int64_t time_ns);
     void Fill_Noise(int point, std::int64_t first_ns);
-    void Fill_Signals(int point, std::int64_t first_ns);
+    void Fill_Signals(int point, std::span<const Run> runs);
     void Settle_Network();
     void Run_Network(Point_Values& values);
 

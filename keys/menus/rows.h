@@ -38,6 +38,7 @@ struct Page_Row {
     void (*layer)(int key) = Open_Page;
     void (*face)(int key, Key_Face& face) = nullptr;
     int (*chosen)() = nullptr;
+    bool (*greyed)(int key) = nullptr;
 };
 
 constexpr const std::uint8_t* Word(int name) { return name == no_word ? nullptr : En(static_cast<keys::En_Name>(name)); }
@@ -56,6 +57,7 @@ constexpr std::array<Menu_Page, pages> Pages(std::uint8_t family, const std::arr
         page.layer = row.layer;
         page.face = row.face;
         page.chosen = row.chosen;
+        page.greyed = row.greyed;
         for (std::size_t key = 0; key < soft_keys; ++key) {
             page.label[key] = Word(row.key[key].label);
             page.disabled[key] = row.key[key].disabled;

@@ -1,31 +1,206 @@
+#include "keys/menus/trigger_keys.h"
+
+#include <algorithm>
+#include <array>
+
 #include "keys/handlers.h"
 #include "keys/menus/entry.h"
 #include "keys/menus/rows.h"
+#include "keys/messages.h"
+#include "keys/number_format.h"
+#include "keys/numeric_entry.h"
 #include "keys/pages.h"
 #include "keys/soft_keys.h"
+#include "records/amp.h"
+#include "records/freqs.h"
+#include "records/trigger.h"
+#include "sweep/bandwidth.h"
+#include "sweep/trigger.h"
 
 namespace {
 
 using namespace keys;
 using namespace menus;
 
+enum Trigger_Key { free_key, video_key, input_key, video_setup_key, input_slope_key, delay_key, mode_key };
+enum Video_Key { level_key, video_slope_key, frequency_key };
+enum Gate_Key { gate_key, gate_delay_key, gate_length_key, gate_slope_key };
+
+using Text = std::array<char, 40>;
+
+Text Time_Text(double seconds) {
+    constexpr int decimals = 6;
+    Formatted_Value value;
+    secvalue_trans(seconds, decimals, value);
+    Text text{};
+    Format_Value(value, decimals, true, text);
+    return text;
+}
+
+Text Level_Text() {
+    Text text{};
+    Format_Level(Shown_Video_Level(), text);
+    return text;
+}
+
+Text Frequency_Text() {
+    Text text{};
+    Format_Frequency(Shown_Video_Frequency(), true, text);
+    return text;
+}
+
+void Show_Delay() { Show_Entry("Trigger delay", Time_Text(Trigger_Data.delay).data()); }
+void Show_Level() { Show_Entry("Trigger level", Level_Text().data()); }
+void Show_Video_Frequency() { Show_Entry("Trigger frequency", Frequency_Text().data()); }
+void Show_Gate_Delay() { Show_Entry("Gate delay", Time_Text(Trigger_Data.gate_delay).data()); }
+void Show_Gate_Length() { Show_Entry("Gate length", Time_Text(Trigger_Data.gate_length).data()); }
+
+template <int (*setter)(int, double), void (*show)()>
+int Set_And_Show(int mode, double value) {
+    setter(mode, value);
+    show();
+    return 0;
+}
+
+int Toggle_Input_Slope(int, double) { return Set_Input_Slope(!Trigger_Data.input_falling); }
+int Toggle_Video_Slope(int, double) { return Set_Video_Slope(!Trigger_Data.video_falling); }
+int Toggle_Mode(int, double) { return Set_Trigger_Mode(!Trigger_Data.automatic); }
+
+/// Level entries open the unit page of the amplitude unit in force.
+char Level_Entry() { return Amp.unit == unit_volt ? '8' : Amp.unit == unit_watt ? '9' : '7'; }
+
+void Begin_Value(char unit_type, void (*show)()) {
+    Begin_Entry(unit_type, unit_type == '7');
+    show();
+}
+
+void No_Value(int (*toggle)(int, double)) {
+    No_Entry();
+    Blank_Entry();
+    toggle(0, 0);
+}
+
+void Choose_Source(int choice) {
+    No_Entry();
+    Blank_Entry();
+    if (Set_Trigger_Source(choice) != 0) display_warning(warning_not_now);
+}
+
+void fTriggerBase(int key) {
+    switch (key) {
+        case free_key: Choose_Source(trigger_by_none); break;
+        case video_key: Choose_Source(trigger_by_video); break;
+        case input_key: Choose_Source(trigger_by_input); break;
+        case input_slope_key: No_Value(Toggle_Input_Slope); break;
+        case delay_key: Begin_Value('6', Show_Delay); break;
+        case mode_key: No_Value(Toggle_Mode); break;
+        default: No_Entry(); Mark_Trigger_Keys(); Open_Page_Of(key);
+    }
+}
+
+void fVideoBase(int key) {
+    switch (key) {
+        case level_key: Begin_Value(Level_Entry(), Show_Level); break;
+        case video_slope_key: No_Value(Toggle_Video_Slope); break;
+        case frequency_key: Begin_Value('1', Show_Video_Frequency); break;
+        default: No_Entry(); Mark_Trigger_Keys(); Open_Page_Of(key);
+    }
+}
+
+void fGateBase(int key) {
+    switch (key) {
+        case gate_key: No_Value(Toggle_Gate); break;
+        case gate_delay_key: Begin_Value('6', Show_Gate_Delay); break;
+        case gate_length_key: Begin_Value('6', Show_Gate_Length); break;
+        case gate_slope_key: No_Value(Toggle_Input_Slope); break;
+        default: No_Entry(); Mark_Trigger_Keys(); Open_Page_Of(key);
+    }
+}
+
+void Put(const Text& text, Key_Face& face) {
+    const std::size_t room = face.value.size() - 1;
+    std::copy_n(text.begin(), std::min(room, text.size()), face.value.begin());
+    face.value[room] = '\0';
+}
+
+void Slope_Face(bool falling, Key_Face& face) {
+    face.choice = {selectVideoRise, selectVideoFall};
+    face.chosen = falling;
+}
+
+void Trigger_Face(int key, Key_Face& face) {
+    switch (key) {
+        case free_key: case video_key: case input_key: face.in_force = Trigger_Data.source == key; break;
+        case input_slope_key: Slope_Face(Trigger_Data.input_falling, face); break;
+        case delay_key: Put(Time_Text(Trigger_Data.delay), face); break;
+        case mode_key:
+            face.choice = {selectNormal, selectAuto};
+            face.chosen = Trigger_Data.automatic;
+            break;
+        default: break;
+    }
+}
+
+void Video_Face(int key, Key_Face& face) {
+    if (key == level_key) Put(Level_Text(), face);
+    if (key == video_slope_key) Slope_Face(Trigger_Data.video_falling, face);
+    if (key == frequency_key) Put(Frequency_Text(), face);
+}
+
+void Gate_Face(int key, Key_Face& face) {
+    if (key == gate_key) Face_Of_Gate(face);
+    if (key == gate_delay_key) Put(Time_Text(Trigger_Data.gate_delay), face);
+    if (key == gate_length_key) Put(Time_Text(Trigger_Data.gate_length), face);
+    if (key == gate_slope_key) Slope_Face(Trigger_Data.input_falling, face);
+}
+
 constexpr auto rows = std::to_array<Page_Row>({
     {enTriggerBig,
-     {Greyed(enTriggerFreeRun), Greyed(enTriggerVideo), Greyed(enTriggerExternal),
-      Opens(enVideoSetup, TriggerLink[1]), Greyed(enExtSlope), Greyed(enTriggerDelay), Greyed(enTriggerMode)}},
+     {Key(enTriggerFreeRun), Key(enTriggerVideo), Key(enTriggerExternal), Opens(enVideoSetup, TriggerLink[1]),
+      Key(enExtSlope, Toggle_Input_Slope), Key(enTriggerDelay, Set_And_Show<Set_Trigger_Delay, Show_Delay>),
+      Key(enTriggerMode, Toggle_Mode)},
+     nullptr, fTriggerBase, Trigger_Face},
     {enVideoSetupBig,
-     {Greyed(enLevel), Greyed(enSlope), Greyed(enFrequency), none, none, none, Return(TriggerLink[0])}},
+     {Key(enLevel, Set_And_Show<Set_Video_Level, Show_Level>), Key(enSlope, Toggle_Video_Slope),
+      Key(enFrequency, Set_And_Show<Set_Video_Frequency, Show_Video_Frequency>), none, none, none,
+      Return(TriggerLink[0])},
+     nullptr, fVideoBase, Video_Face},
     {enGateSetupBig,
-     {Greyed(enGatedSweep), Greyed(enGateDelay), Greyed(enGateLength), Greyed(enExtSlope), none, none,
-      Return(SweepLink[0])}},
+     {Key(enGatedSweep, Toggle_Gate), Key(enGateDelay, Set_And_Show<Set_Gate_Delay, Show_Gate_Delay>),
+      Key(enGateLength, Set_And_Show<Set_Gate_Length, Show_Gate_Length>), Key(enExtSlope, Toggle_Input_Slope), none, none,
+      Return(SweepLink[0])},
+     nullptr, fGateBase, Gate_Face},
 });
 
 }  // namespace
+
+int menus::Toggle_Gate(int, double) {
+    if (Set_Gate(!Trigger_Data.gate) != 0) display_warning(warning_not_now);
+    return 0;
+}
+
+void menus::Face_Of_Gate(Key_Face& face) {
+    face.choice = {selectOn, selectOff};
+    face.chosen = Trigger_Data.gate ? 0 : 1;
+}
+
+void menus::Mark_Trigger_Keys() {
+    const bool fft = JUDGE_FFT_MODE() != 0, video = Trigger_Data.source == trigger_by_video;
+    const bool zero_span = Freqs.span[static_cast<std::size_t>(ScreenActive)] == 0;
+    TriggerLink[0].disabled[video_key] = fft || Trigger_Data.gate;
+    TriggerLink[1].disabled[frequency_key] = zero_span;
+    TriggerLink[2].disabled[gate_key] = fft || video;
+    TriggerLink[2].disabled[gate_delay_key] = TriggerLink[2].disabled[gate_length_key] = fft;
+    SweepLink[0].disabled[sweep_gate_key] = TriggerLink[2].disabled[gate_key];
+}
 
 std::array<Menu_Page, 3> TriggerLink = Pages<3>(11, rows);
 
 void menus::Reset_Trigger() { TriggerLink = Pages<3>(11, rows); }
 
-void Trigger_HwKey() { menus::Open_First_Page(TriggerLink[0]); }
+void Trigger_HwKey() {
+    menus::Mark_Trigger_Keys();
+    menus::Open_First_Page(TriggerLink[0]);
+}
 
 void Trigger_SwKey(int key, char) { Press_Soft_Key(key, "Trigger_SwKey error"); }

@@ -12,7 +12,13 @@ std::span<const ScpiCommand> System_Communicate();
 std::span<const ScpiCommand> System_Error();
 std::span<const ScpiCommand> System_Preset();
 std::span<const ScpiCommand> Sense_Frequency();
+std::span<const ScpiCommand> Sense_Sweep_Gate();
+std::span<const ScpiCommand> Trigger();
 std::span<const ScpiCommand> Trace();
 std::span<const ScpiCommand> Initiate();
+std::span<const ScpiCommand> Sense_Power();
+std::span<const ScpiCommand> Input();
+std::span<const ScpiCommand> Unit();
+std::span<const ScpiCommand> Display_Y();
 
 }  // namespace families

@@ -1,8 +1,11 @@
 #include "scpi/commands/shapes.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
+#include "keys/level_units.h"
+#include "records/amp.h"
 #include "records/function.h"
 #include "records/sweep.h"
 #include "scpi/error_queue.h"
@@ -20,6 +23,24 @@ bool May_Act(ScpiContext& context, While_Busy busy) {
     if (!SCPI_NoParameters(context)) return false;
     if (busy == While_Busy::allowed || !Settings_Refused()) return true;
     SCPI_ErrorPush(context, settings_conflict);
+    return false;
+}
+
+int Level_Unit_Of(std::int32_t suffix) {
+    switch (suffix) {
+        case suffix_dbm: return level_dbm;
+        case suffix_dbmv: return level_dbmv;
+        case suffix_dbuv: return level_dbuv;
+        case suffix_volt: return level_v;
+        case suffix_watt: return level_w;
+        default: return Amp.unit;
+    }
+}
+
+/// A number too large for a double is none.
+bool Finite(ScpiContext& context, double value) {
+    if (std::isfinite(value)) return true;
+    SCPI_ErrorPush(context, data_out_of_range);
     return false;
 }
 
@@ -42,7 +63,28 @@ bool Take_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, W
         SCPI_ErrorPush(context, suffix_error);
         return false;
     }
+    if (!std::isfinite(number.value)) {
+        SCPI_ErrorPush(context, data_out_of_range);
+        return false;
+    }
     return May_Act(context, busy);
+}
+
+bool Take_Level(ScpiContext& context, While_Busy busy, double& dbm) {
+    ScpiNumber number;
+    if (!Take_Number(context, {suffix_none, suffix_dbm, suffix_dbmv, suffix_dbuv, suffix_volt, suffix_watt}, busy,
+                     number)) {
+        return false;
+    }
+    dbm = AmplUnitTrans(number.value, Level_Unit_Of(number.unit), 0);
+    return Finite(context, dbm);
+}
+
+bool Take_Decibels(ScpiContext& context, While_Busy busy, double& decibels) {
+    ScpiNumber number;
+    if (!Take_Number(context, {suffix_none, suffix_db}, busy, number)) return false;
+    decibels = number.value;
+    return Finite(context, decibels);
 }
 
 bool Take_Integer(ScpiContext& context, While_Busy busy, std::int32_t& value) {
@@ -74,6 +116,8 @@ int Answer_Real(ScpiContext& context, double value) {
     SCPI_ResultDouble(context, value);
     return done;
 }
+
+int Answer_Level(ScpiContext& context, double dbm) { return Answer_Real(context, AmplUnitTrans(dbm, Amp.unit, 1)); }
 
 int Answer_Integer(ScpiContext& context, std::int32_t value) {
     if (!SCPI_NoParameters(context)) return failed;

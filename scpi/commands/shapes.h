@@ -63,6 +63,22 @@ int Set_Frequency(ScpiContext& context, Setter&& set, While_Busy busy = While_Bu
     return Take_Number(context, {suffix_none, suffix_hertz}, busy, number) ? Apply(context, set, number.value) : failed;
 }
 
+/// A level in dBm, dBmV, dBuV, V or W, without suffix in the amplitude unit of the instrument. The setter takes dBm.
+bool Take_Level(ScpiContext& context, While_Busy busy, double& dbm);
+template <class Setter>
+int Set_Level(ScpiContext& context, Setter&& set, While_Busy busy = While_Busy::refused) {
+    double dbm = 0;
+    return Take_Level(context, busy, dbm) ? Apply(context, set, dbm) : failed;
+}
+
+/// A ratio in dB. The setter takes dB.
+bool Take_Decibels(ScpiContext& context, While_Busy busy, double& decibels);
+template <class Setter>
+int Set_Decibels(ScpiContext& context, Setter&& set, While_Busy busy = While_Busy::refused) {
+    double decibels = 0;
+    return Take_Decibels(context, busy, decibels) ? Apply(context, set, decibels) : failed;
+}
+
 template <class Setter>
 int Set_Integer(ScpiContext& context, Setter&& set, While_Busy busy = While_Busy::refused) {
     std::int32_t value = 0;
@@ -98,6 +114,8 @@ int Event(ScpiContext& context, Action&& act, While_Busy busy = While_Busy::refu
 
 /// Queries: -108 for any parameter, else the value.
 int Answer_Real(ScpiContext& context, double value);
+/// A level in dBm, answered in the amplitude unit of the instrument.
+int Answer_Level(ScpiContext& context, double dbm);
 int Answer_Integer(ScpiContext& context, std::int32_t value);
 int Answer_On_Off(ScpiContext& context, bool on);
 int Answer_Choice(ScpiContext& context, const ScpiChoiceDef* choices, std::int32_t tag);

@@ -16,7 +16,9 @@ std::optional<Command_Index> command_index;
 
 std::vector<std::span<const ScpiCommand>> Command_Families() {
     using namespace families;
-    return {Common(), Trace(), Initiate(), System_Communicate(), System_Error(), System_Preset(), Status(), Sense_Frequency()};
+    return {Common(),      Trace(),           Initiate(),         System_Communicate(), System_Error(),
+            System_Preset(), Status(),        Input(),            Sense_Power(),        Sense_Frequency(),
+            Display_Y(),   Unit(),            Sense_Sweep_Gate(), Trigger()};
 }
 
 void Set_Identification(ScpiContext& context) {

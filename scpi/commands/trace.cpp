@@ -2,6 +2,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "keys/level_units.h"
+#include "records/amp.h"
 #include "records/freqs.h"
 #include "records/normalisation.h"
 #include "records/sys.h"
@@ -23,10 +25,11 @@ enum Trace_Data_Choice : std::int32_t { choice_band = 5, choice_level = 6, choic
 constexpr ScpiChoiceDef parameter_mnemonic[] = {
     {"BAND#", choice_band}, {"LEVel#", choice_level}, {"TRACe#", choice_trace}, {nullptr, 0}};
 
-/// Four digits, three below 10 dBm in size.
-void Answer_Level(ScpiContext& context, double level) {
+/// A level in dBm, in the amplitude unit with four digits; with three for less than 10 dBm in size.
+void Write_Level(ScpiContext& context, double dbm) {
     std::array<char, 24> text{};
-    const int decimals = std::fabs(level) >= 10 ? 3 : 2;
+    const double level = AmplUnitTrans(dbm, Amp.unit, 1);
+    const int decimals = Amp.unit != unit_dbm || std::fabs(level) >= 10 ? 3 : 2;
     char* const end = text.data() + text.size();
     const char* const written = std::to_chars(text.data(), end, level, std::chars_format::scientific, decimals).ptr;
     SCPI_ResultCharacters(context, text.data(), static_cast<std::size_t>(written - text.data()));
@@ -58,7 +61,7 @@ int Trace_DataQ(ScpiContext& context) {
     const auto* levels = choice == choice_trace ? Stored_Levels(number) : nullptr;
     if (!levels) return Refuse(context, no_data);
     const double offset = Shown_Level_Offset();
-    for (const float level : *levels) Answer_Level(context, static_cast<double>(level) + offset);
+    for (const float level : *levels) Write_Level(context, static_cast<double>(level) + offset);
     return done;
 }
 

@@ -13,8 +13,6 @@
 #include "keys/messages.h"
 #include "keys/notice.h"
 #include "keys/numeric_entry.h"
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
@@ -25,6 +23,10 @@
 #include "records/handover.h"
 #include "records/sweep.h"
 #include "records/sys.h"
+#include "sweep/amplitude.h"
+#include "records/trigger.h"
+#include "sweep/dependants.h"
+#include "sweep/frequency.h"
 #include "system/status_icons.h"
 #include "system/system.h"
 #include "tests/screens/reference.h"
@@ -215,6 +217,59 @@ TEST_F(Screens, GraticuleWithTraces) {
     Expect_Screen("graticule");
 }
 
+/// A carrier over noise as stored levels, drawn by the rows of the scale in force.
+void Store_Carrier() {
+    Trace_Record& record = Trace_Data[0];
+    for (std::size_t point = 0; point < trace_points; ++point) {
+        const double offset = (static_cast<double>(point) - 300) / 20;
+        const double noise = -75 + 3 * std::sin(static_cast<double>(point) * 1.7);
+        record.value[0][point] = static_cast<float>(std::max(-5 - 3 * offset * offset, noise));
+    }
+}
+
+TEST_F(Screens, AmplitudePages) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Amp_ArrayInit();
+    Store_Carrier();
+    Set_ReflevelOffset(2, -3);
+    Draw_Status_Blocks();
+    for (const std::int32_t code : {key_amplitude + 0, 32 + 0}) Keypad_Exe(code);
+    Expect_Screen("amplitude");
+    for (const std::int32_t code : {36, 34, 38, 38}) Keypad_Exe(code);
+    Set_Label_Position(labels_middle);
+    Expect_Screen("amplitude_second");
+    Set_Linear_Scale(true);
+    for (const std::int32_t code : {key_amplitude + 0, 32 + 0}) Keypad_Exe(code);
+    Set_Label_Position(labels_left);
+    Expect_Screen("amplitude_linear");
+    Set_Linear_Scale(false);
+    Set_Amplitude_Unit(unit_watt);
+    Set_Label_Position(labels_right);
+    for (const std::int32_t code : {36, 38}) Keypad_Exe(code);
+    Expect_Screen("amplitude_watt");
+}
+
+/// The widest texts of the vertical settings.
+TEST_F(Screens, WideLevelsInEveryLanguage) {
+    constexpr std::array names{"levels_english", "levels_chinese_simplified", "levels_russian",
+                               "levels_chinese_traditional", "levels_japanese"};
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Amp_ArrayInit();
+    keylink = &AmpLink[0];
+    for (int language = 0; language < 5; ++language) {
+        ASSERT_EQ(Set_Language(language), 0);
+        Keypad_Exe(key_amplitude);
+        Set_Linear_Scale(true);
+        Set_Reflevel(2, -50);
+        Draw_Status_Blocks();
+        Keypad_Exe(32);
+        Expect_Screen(names[static_cast<std::size_t>(language)]);
+    }
+}
+
 TEST_F(Screens, StatusBlocksAndClock) {
     parse_txt_file(Word_List_Path(0));
     System_Information_Data.model = "KVA7230";
@@ -297,12 +352,47 @@ TEST_F(Screens, TheFirstPageOfEachFamily) {
                                "display",   "sweep",      "emc",       "limit_line", "trigger", "",  "file",
                                "save",      "recall",     "marker",    "marker_to",  "peak_search", "sequence",
                                "mode",      "system"};
+    Freqs_ArrayInit();
     parse_txt_file(Word_List_Path(0));
     for (std::size_t code = 0; code < names.size(); ++code) {
         if (!*names[code]) continue;  // the sweep-mode key shows the sweep page
         fHwKeyPtr[code]();
         Expect_Screen(std::string("page_") + names[code]);
     }
+}
+
+/// The pages of trigger and gate, and what the screen says of them.
+TEST_F(Screens, TriggerPages) {
+    parse_txt_file(Word_List_Path(0));
+    mode_str_init();
+    Freqs_ArrayInit();
+    Trigger_Data = {.source = trigger_by_video, .input_falling = 1, .delay = 12.34e-3, .video_level = -37.5,
+                    .video_frequency = {1.2e9, 0}, .gate_length = 40e-9 * 30};
+    numKey_init(0, face_regular);
+    Trigger_Wait_Shown = 1;
+    Ext_Frame();
+    blocktwo_str_init();
+    Trigger_HwKey();
+    Keypad_Exe(key_soft_first + 5);
+    Expect_Screen("trigger_video");
+    Keypad_Exe(key_soft_first + 3);
+    Keypad_Exe(key_soft_first);
+    Expect_Screen("trigger_video_setup");
+    Trigger_Data.source = trigger_by_input;
+    Trigger_Data.gate = Sweep_Data.single = 1;
+    Trigger_Line_Changed();
+    Draw_Sweep_State();
+    Sweep_HwKey();
+    Keypad_Exe(key_soft_first + 6);
+    Expect_Screen("trigger_gate_setup");
+    // What came goes again.
+    Trigger_Wait_Shown = 0;
+    Trigger_Data = {};
+    Sweep_Data.hold = 1;
+    Trigger_Line_Changed();
+    Draw_Sweep_State();
+    Sweep_HwKey();
+    Expect_Screen("sweep_hold");
 }
 
 TEST_F(Screens, ErrorListInRussian) {

@@ -152,17 +152,4 @@ TEST_F(Acquisition, SingleSweepStopsAfterItsLastPointAndCompletesWhatWaits) {
     EXPECT_EQ(Record().processed, 601);
 }
 
-TEST_F(Acquisition, LevelsStandOnTheirRows) {
-    const Row_Scale scale{};
-    EXPECT_EQ(dBmTOpixel(0, scale, true), 58);
-    EXPECT_EQ(dBmTOpixel(-10, scale, true), 103);
-    EXPECT_EQ(dBmTOpixel(-0.1, scale, true), 58) << "truncated toward the reference";
-    EXPECT_EQ(dBmTOpixel(-200, scale, true), 508);
-    EXPECT_EQ(dBmTOpixel(50, scale, true), 58);
-    EXPECT_EQ(dBmTOpixel(50, scale, false), 58 - 225);
-    EXPECT_EQ(dBmTOpixel(-15, {.code = 1, .reference = -10}, true), 103);
-    EXPECT_NEAR(Pixel2dBm(58), 0, 1e-9);
-    EXPECT_NEAR(Pixel2dBm(283), -50, 0.2);
-}
-
 }  // namespace

@@ -28,7 +28,8 @@ TEST_F(Commands, EveryRowIsInTheOrderOnceAndReachesItsHandler) {
         place = std::find(place, command_order.end(), std::string_view(scpi_commands[rows].pattern));
         ASSERT_NE(place, command_order.end()) << scpi_commands[rows].pattern << " stands too late";
     }
-    EXPECT_EQ(rows, offered.size());
+    const auto is_offered = [&](std::string_view pattern) { return std::ranges::find(offered, pattern) != offered.end(); };
+    EXPECT_EQ(static_cast<long>(rows), std::ranges::count_if(command_order, is_offered)) << "some stand twice";
 }
 
 TEST_F(Commands, EnablesAndTheStatusByte) {

@@ -174,6 +174,46 @@ TEST(Number_Format, LevelsConvertToAndFromDbm) {
     }
 }
 
+TEST(Number_Format, ConversionsHaveTheirExactConstants) {
+    const Amplitude amplitude(unit_dbm);
+    auto& impedance = Amp.impedance[static_cast<std::size_t>(ScreenActive)];
+    EXPECT_DOUBLE_EQ(Changunit_dBmtoWatts(-30), 1e-6);
+    EXPECT_DOUBLE_EQ(Changunit_dBmtoVolts(0), 0.22360679774997896);
+    EXPECT_EQ(Changunit_dBmtodBmv(0), 46.9900016784668);
+    EXPECT_EQ(Changunit_dBmtodBuv(0), 106.98999786376953);
+    EXPECT_EQ(Changunit_dBmvtodBm(0), -47);
+    EXPECT_EQ(Changunit_dBuvtodBm(107.04), 0.1) << "0.05 dBm and a hair";
+    EXPECT_EQ(Changunit_dBuvtodBm(100), -7);
+    EXPECT_DOUBLE_EQ(Changunit_VoltstodBm(0.1), -6.989700043360187);
+    EXPECT_EQ(Changunit_WattstodBm(0.0015), 1.8) << "1.76 dBm";
+    impedance = 1;
+    EXPECT_DOUBLE_EQ(Changunit_dBmtoVolts(0), 0.27386127875258304);
+    EXPECT_EQ(Changunit_dBmtodBmv(0), 48.750999450683594);
+    EXPECT_EQ(Changunit_dBmtodBuv(0), 108.7509994506836);
+    EXPECT_EQ(Changunit_dBmvtodBm(50), 1.2);
+    EXPECT_EQ(Changunit_dBuvtodBm(50), -58.8);
+    EXPECT_DOUBLE_EQ(Changunit_VoltstodBm(0.1), -8.750612633917);
+    EXPECT_EQ(Changunit_WattstodBm(0.0015), 1.8) << "a power whatever the impedance";
+}
+
+std::string Three_Digits(double dbm, int unit) {
+    std::array<char, 24> text{};
+    Format_Three_Digits(dbm, unit, text);
+    return text.data();
+}
+
+TEST(Number_Format, ThreeDigitsOfVoltsAndWatts) {
+    const Amplitude amplitude(unit_dbm);
+    EXPECT_EQ(Three_Digits(0, unit_volt), "224 mV");
+    EXPECT_EQ(Three_Digits(-10, unit_volt), "70.7 mV");
+    EXPECT_EQ(Three_Digits(-30, unit_volt), "7.07 mV");
+    EXPECT_EQ(Three_Digits(Changunit_VoltstodBm(0.99996), unit_volt), "1.00 V");
+    EXPECT_EQ(Three_Digits(Changunit_VoltstodBm(0.0099996), unit_volt), "10.0 mV");
+    EXPECT_EQ(Three_Digits(-27, unit_watt), "2.00 uW");
+    EXPECT_EQ(Three_Digits(no_level, unit_volt), "0 V");
+    EXPECT_EQ(Three_Digits(no_level, unit_watt), "0 W");
+}
+
 std::string Frequency(double hertz, bool trim) {
     std::array<char, 40> text{};
     Format_Frequency(hertz, trim, text);

@@ -7,10 +7,12 @@
 
 #include "files/state.h"
 #include "platform/whole_file.h"
+#include "records/amp.h"
 #include "records/bw.h"
 #include "records/error_log.h"
 #include "records/freqs.h"
 #include "records_fixture.h"
+#include "sweep/amplitude.h"
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
 
@@ -41,6 +43,44 @@ TEST_F(State, SettingsComeBack) {
     EXPECT_EQ(Freqs.center[1], MAXSPAN / 2);
     EXPECT_EQ(BW_Data.rbw[0], 4);
     EXPECT_EQ(Trace_Data[0].mode[1], trace_max_hold);
+}
+
+TEST_F(State, VerticalSettingsComeBack) {
+    Set_Preamplifier(true);
+    Set_Impedance(1);
+    Set_InputZcal(2, 7);
+    Set_ReflevelOffset(2, 20);
+    Set_Reflevel(2, -10);
+    Set_Attenuation(2, 5);
+    display_scale(2, 2);
+    Set_Linear_Scale(true);
+    Set_Amplitude_Unit(unit_watt);
+    Set_Level_Labels(false);
+    Set_Label_Position(labels_right);
+    const Amp_Record set = Amp;
+    ASSERT_TRUE(Save_LocalState_SpecAndSem(path));
+    Amp_ArrayInit();
+    ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
+    EXPECT_EQ(Amp.reference[0], -37);
+    EXPECT_EQ(Amp.displayed_reference, set.displayed_reference);
+    EXPECT_EQ(Amp.attenuation, set.attenuation);
+    EXPECT_EQ(Amp.attenuation_mode, set.attenuation_mode);
+    EXPECT_EQ(Amp.offset[0], 20);
+    EXPECT_EQ(Amp.impedance[0], 1);
+    EXPECT_EQ(Amp.correction_75[0], 7);
+    EXPECT_EQ(Amp.preamplifier_auto, 1);
+    EXPECT_EQ(Amp.preamplifier_in, set.preamplifier_in);
+    EXPECT_EQ(Amp.scale_code[0], 2);
+    EXPECT_EQ(Amp.scale_type[0], 1);
+    EXPECT_EQ(Amp.unit, unit_watt);
+    EXPECT_EQ(Amp.labels, 0);
+    EXPECT_EQ(Amp.label_position, labels_right);
+    std::string text = root.Read(path);
+    text.replace(text.find("reference_offset 20"), 19, "reference_offset 21");
+    root.Write(path, text);
+    Amp_ArrayInit();
+    EXPECT_FALSE(Recall_Lostate_ForLocal(path, 0)) << "the shown reference level contradicts the offset";
+    EXPECT_EQ(Amp.offset[0], 0);
 }
 
 TEST_F(State, CutOrChangedFilesChangeNothing) {

@@ -410,7 +410,8 @@ TEST_F(Page_Tables, EverySubPageHasItsWayInAndItsWayOut) {
 }
 
 TEST_F(Page_Tables, AWayToPagesWithoutEffectIsGreyed) {
-    EXPECT_EQ(AmpLink[0].disabled, (std::array<std::uint32_t, 7>{1, 1, 1, 1, 1, 1, 1}));
+    EXPECT_EQ(AmpLink[0].disabled, (std::array<std::uint32_t, 7>{}));
+    EXPECT_EQ(AmpLink[2].disabled, (std::array<std::uint32_t, 7>{0, 0, 0, 1, 0, 0, 0})) << "no corrections are kept";
     EXPECT_EQ(SysLink[0].disabled[2], 0U) << "there are interfaces to set";
     EXPECT_EQ(SysLink[5].disabled, (std::array<std::uint32_t, 7>{0, 1, 0, 0, 0, 0, 0}));
     EXPECT_EQ(SysLink[10].disabled, (std::array<std::uint32_t, 7>{0, 1, 0, 0, 0, 0, 0}));

@@ -1,0 +1,131 @@
+#include <string>
+
+#include "commands_rig.h"
+#include "records/amp.h"
+#include "records/freqs.h"
+#include "records/function.h"
+#include "sweep/amplitude.h"
+#include "sweep/bandwidth.h"
+#include "sweep/frequency.h"
+#include "trace/acquisition.h"
+
+namespace {
+
+using Codes = std::vector<int>;
+
+class Amplitude_Commands : public Commands {
+protected:
+    void SetUp() override {
+        Commands::SetUp();
+        Freqs_ArrayInit();
+        Amp_ArrayInit();
+        BW_Init();
+        Sweep_Init();
+        Init_Trace_Data();
+    }
+    static constexpr const char* settings[] = {"DISP:TRAC:Y:RLEV", "DISP:TRAC:Y:RLEV:OFFS", "DISP:TRAC:Y:PDIV",
+                                               "INP:ATT", "INP:OFFS"};
+};
+
+TEST_F(Amplitude_Commands, SettingsAndTheirAnswers) {
+    constexpr struct {
+        const char *setting, *query, *answer;
+    } cases[] = {
+        {"DISP:TRAC:Y:RLEV -20", "DISP:TRAC:Y:RLEV?", "-2.000000000e+01"},
+        {":DISPlay:WINDow:TRACe:Y:SCALe:RLEVel -12.4 DBM", "DISP:WIND:TRAC:Y:SCAL:RLEV?", "-1.200000000e+01"},
+        {"DISP:TRAC:Y:RLEV 1e300", "DISP:TRAC:Y:RLEV?", "3.000000000e+01"},
+        {"DISP:TRAC:Y:RLEV 50 DBMV", "DISP:TRAC:Y:RLEV?", "3.000000000e+00"},
+        {"DISP:TRAC:Y:RLEV 97 DBUV", "DISP:TRAC:Y:RLEV?", "-1.000000000e+01"},
+        {"DISP:TRAC:Y:RLEV 10 MV", "DISP:TRAC:Y:RLEV?", "-2.700000000e+01"},
+        {"DISP:TRAC:Y:RLEV 2 UW", "DISP:TRAC:Y:RLEV?", "-2.700000000e+01"},
+        {"DISP:TRAC:Y:RLEV 0 V", "DISP:TRAC:Y:RLEV?", "-1.200000000e+02"},
+        {"DISP:TRAC:Y:RLEV 12", "INP:ATT?", "22"},
+        {"INP:ATT 60", "INP:ATT?;:INP:ATT:AUTO?", "50;0"},
+        {"INP:ATT 5 DB", "DISP:TRAC:Y:RLEV?", "-5.000000000e+00"},
+        {"INP:ATT:AUTO ON", "INP:ATT?;:INP:ATT:AUTO?", "10;1"},
+        {"INP:ATT:AUTO OFF", "INP:ATT:AUTO?", "0"},
+        {"INP:ATT:AUTO 1;:POW:GAIN ON;:DISP:TRAC:Y:RLEV -30", "INP:ATT?;:SENS:POW:RF:GAIN?", "0;1"},
+        {"POW:GAIN 0", "INP:ATT?;:POW:GAIN?", "10;0"},
+        {"DISP:TRAC:Y:RLEV:OFFS 10.4", "DISP:TRAC:Y:RLEV:OFFS?;:DISP:TRAC:Y:RLEV?", "10;-2.000000000e+01"},
+        {"DISP:TRAC:Y:RLEV:OFFS -1000DB", "DISP:TRAC:Y:RLEV:OFFS?", "-100"},
+        {"DISP:TRAC:Y:RLEV:OFFS 0;:INP:OFFS 5;:INP:IMP 75", "INP:IMP?;:INP:OFFS?;:DISP:TRAC:Y:RLEV?",
+         "75;5;-2.500000000e+01"},
+        {"INP:IMP 50", "INP:IMP?;:DISP:TRAC:Y:RLEV?", "50;-3.000000000e+01"},
+        {"DISP:TRAC:Y:PDIV 2 DB", "DISP:TRAC:Y:PDIV?", "2"},
+        {"DISP:TRAC:Y:PDIV 8", "DISP:TRAC:Y:PDIV?", "10"},
+        {"DISP:TRAC:Y:SPAC LIN", "DISP:TRAC:Y:SPAC?;:UNIT:POW?", "LINear;V"},
+        {"DISP:TRAC:Y:SPAC LOG", "DISP:TRAC:Y:SPAC?;:UNIT:POW?", "LOGarithmic;DBM"},
+        {"DISP:TRAC:Y:STAT OFF", "DISP:TRAC:Y:STAT?", "0"},
+        {"DISP:TRAC:Y:POS CENT", "DISP:TRAC:Y:POS?", "CENTer"},
+    };
+    for (const auto& [setting, query, text] : cases) {
+        EXPECT_EQ(Errors(setting), Codes{}) << setting;
+        EXPECT_EQ(Ask(query), text) << setting;
+    }
+}
+
+TEST_F(Amplitude_Commands, LevelsAreReadAndAnsweredInTheUnit) {
+    Trace_Data[0].value[0].fill(-10);
+    for (const auto& [unit, typed, answer, level] :
+         {std::array{"DBM", "-10", "-1.000000000e+01", "-1.000e+01"}, {"DBMV", "37", "3.699000168e+01", "3.699e+01"},
+          {"DBUV", "97", "9.698999786e+01", "9.699e+01"}, {"V", "0.07", "7.071067812e-02", "7.071e-02"},
+          {"W", "1e-4", "1.000000000e-04", "1.000e-04"}}) {
+        Ask("DISP:TRAC:Y:RLEV 0 DBM");
+        EXPECT_EQ(Errors(std::string("UNIT:POW ") + unit), Codes{});
+        EXPECT_EQ(Ask("UNIT:POW?"), unit);
+        EXPECT_EQ(Errors(std::string("DISP:TRAC:Y:RLEV ") + typed), Codes{});
+        EXPECT_EQ(Ask("DISP:TRAC:Y:RLEV?"), answer);
+        EXPECT_EQ(Ask("TRAC? TRACE1").substr(0, std::string_view(level).size() + 1), std::string(level) + ',');
+    }
+    Ask("UNIT:POW V;:INP:IMP 75;:INP:OFFS 0");
+    EXPECT_EQ(Ask("TRAC? TRACE1").substr(0, 10), "8.660e-02,") << "more volts at 75 ohm";
+    Ask("INP:OFFS 6");
+    EXPECT_EQ(Ask("TRAC? TRACE1").substr(0, 10), "1.728e-01,") << "as shown";
+}
+
+TEST_F(Amplitude_Commands, TheAutomaticScale) {
+    Trace_Data[0].value[0].fill(-62);
+    Trace_Data[0].value[0][9] = -47.3f;
+    EXPECT_EQ(Errors("DISP:TRAC:Y:AUTO"), Codes{});
+    EXPECT_EQ(Ask("DISP:TRAC:Y:RLEV?;:DISP:TRAC:Y:PDIV?"), "-4.700000000e+01;5");
+    EXPECT_EQ(Errors("DISP:TRAC:Y:AUTO 1"), Codes{-108});
+    Ask("DISP:TRAC:Y:SPAC LIN");
+    EXPECT_EQ(Errors("DISP:TRAC:Y:AUTO"), Codes{-221});
+    EXPECT_EQ(Errors("DISP:TRAC:Y:PDIV 10"), Codes{-221});
+}
+
+TEST_F(Amplitude_Commands, WhatDoesNotSuitIsRefusedAndChangesNothing) {
+    const Amp_Record before = Amp;
+    for (const std::string setting : settings) {
+        EXPECT_EQ(Errors(setting + " 1 HZ"), Codes{-130}) << setting;
+        EXPECT_EQ(Errors(setting + " 1 FURLONG"), Codes{-131}) << setting;
+        EXPECT_EQ(Errors(setting + " NAN"), Codes{-224}) << setting;
+        EXPECT_EQ(Errors(setting + " 1e999"), Codes{-222}) << setting;
+        EXPECT_EQ(Errors(setting + " -1e999"), Codes{-222}) << setting;
+        EXPECT_EQ(Errors(setting), Codes{-109}) << setting;
+        EXPECT_EQ(Errors(setting + " 1,2"), Codes{-108}) << setting;
+        EXPECT_EQ(Errors(setting + "? 1"), Codes{-108}) << setting;
+    }
+    EXPECT_EQ(Errors("INP:ATT 10 DBM"), Codes{-130});
+    EXPECT_EQ(Errors("DISP:TRAC:Y:RLEV 10 DB"), Codes{-130});
+    EXPECT_EQ(Errors("INP:IMP 60"), Codes{-224});
+    EXPECT_EQ(Errors("UNIT:POW DBW"), Codes{-224});
+    EXPECT_EQ(Errors("DISP:TRAC:Y:SPAC SQUARE"), Codes{-224});
+    EXPECT_EQ(Errors("DISP:TRAC:Y:POS MIDDLE"), Codes{-224});
+    EXPECT_EQ(Errors("POW:GAIN 2"), Codes{-120});
+    Run_AuotSet_flag = 1;
+    for (const char* setting :
+         {"DISP:TRAC:Y:RLEV 1", "DISP:TRAC:Y:RLEV:OFFS 1", "DISP:TRAC:Y:PDIV 1", "DISP:TRAC:Y:SPAC LIN",
+          "DISP:TRAC:Y:AUTO", "DISP:TRAC:Y:STAT 0", "DISP:TRAC:Y:POS RIGH", "INP:ATT 1", "INP:ATT:AUTO 0", "INP:IMP 75",
+          "INP:OFFS 1", "POW:GAIN 1", "UNIT:POW V"}) {
+        EXPECT_EQ(Errors(setting), Codes{-221}) << setting;
+    }
+    EXPECT_EQ(Ask("UNIT:POW?;:INP:ATT?"), "DBM;10") << "queries are answered";
+    EXPECT_EQ(Amp.displayed_reference, before.displayed_reference);
+    EXPECT_EQ(Amp.attenuation_mode, before.attenuation_mode);
+    EXPECT_EQ(Amp.correction_75, before.correction_75);
+    EXPECT_EQ(Amp.scale_code, before.scale_code);
+    EXPECT_EQ(Amp.label_position, before.label_position);
+}
+
+}  // namespace
