@@ -17,6 +17,7 @@
 #include "records/trace.h"
 #include "scpi/status.h"
 #include "sweep/transfer.h"
+#include "trace/markers.h"
 #include "trace/plot.h"
 #include "trace/scale.h"
 #include "trace/trigger_wait.h"
@@ -95,13 +96,6 @@ void Set_Opc() {
     SCPI_RegSetBits(scpi_context, reg_esr, esr_operation_complete);
 }
 
-/// Operations that wait for the end of a sweep are complete.
-void Complete_Operations() {
-    Command_Query_Opc_Flag.store(0, std::memory_order_release);
-    Pending_Operation_Flag_check.store(0, std::memory_order_release);
-    Pending_Operation_Flag.store(0, std::memory_order_release);
-}
-
 void Stop_Single_Sweep() {
     SweepSingle_Data.store(1, std::memory_order_release);
     if (Fpga_Int_Request(FPGA_Int_Fd.load(std::memory_order_acquire), 0, 1) < 0) std::printf("set failed\n");
@@ -113,8 +107,9 @@ bool End_Of_Sweep(Trace_Record& record) {
     record.point = 0;
     ++record.sweeps;
     record.sweep_complete = 1;
+    Markers_End_Of_Sweep();
     DetectionAutoFunc();
-    Complete_Operations();
+    if (!Run_AuotSet_flag) Complete_Operations();
     if (!Sweep_Data.single) return Start_Triggered_Sweep();
     Stop_Single_Sweep();
     return false;
@@ -141,7 +136,13 @@ bool Single_Sweep_Under_Way() {
 }
 
 bool Operation_Pending() {
-    return Pending_Operation_Flag.load(std::memory_order_acquire) || Single_Sweep_Under_Way();
+    return Pending_Operation_Flag.load(std::memory_order_acquire) || Single_Sweep_Under_Way() || Run_AuotSet_flag != 0;
+}
+
+void Complete_Operations() {
+    Command_Query_Opc_Flag.store(0, std::memory_order_release);
+    Pending_Operation_Flag_check.store(0, std::memory_order_release);
+    Pending_Operation_Flag.store(0, std::memory_order_release);
 }
 
 bool Sweep_Can_Come() {
@@ -222,7 +223,7 @@ void readadc() {
         Skip_Ahead(record, target);
         Process_Samples(record, target);
         Show_Trigger_Wait();
-        if (Sweep_Data.single) Pending_Operation_Flag.store(0, std::memory_order_release);
+        if (Sweep_Data.single && !Run_AuotSet_flag) Pending_Operation_Flag.store(0, std::memory_order_release);
         Set_Opc();
     }
     platform::Sleep_For(std::chrono::microseconds(10));

@@ -7,6 +7,7 @@
 #include "display/draw.h"
 #include "palette.h"
 #include "records/freqs.h"
+#include "trace/marker_display.h"
 #include "records/trigger.h"
 #include "trace/scale.h"
 #include "trace/scale_figures.h"
@@ -128,6 +129,7 @@ void Ext_Frame() {
     display::Keep(fbVid0, Graticule());
     Plot_Reset();
     Redraw_Traces(Trace_Data[static_cast<std::size_t>(ScreenActive)]);
+    Redraw_Markers();
 }
 
 void Trace_plot_line(Trace_Record& record, int point) {
@@ -139,6 +141,7 @@ void Redraw_Traces(Trace_Record& record) {
     if (!Drawable()) return;
     for (int point = 0; point < trace_points; ++point) Draw_Column(record, point);
     record.redraw_mask = 0;
+    Show_Markers();
 }
 
 void Plot_Reset() { drawn.fill({}); }

@@ -44,8 +44,8 @@ AFTER = {
     (7, 35, DIGIT, 32): (*b"100", 32),  # full brightness
 }
 # Pages that the families are known to have at least, by hard key.
-LEAST_PAGES = {0: 2, 1: 2, 2: 6, 3: 1, 4: 1, 5: 1, 6: 1, 7: 2, 8: 3, 9: 1, 10: 1, 11: 5, 13: 1, 14: 1, 15: 1, 16: 1, 17: 1,
-               18: 1, 19: 1, 20: 1, 21: 17}
+LEAST_PAGES = {0: 2, 1: 2, 2: 6, 3: 1, 4: 1, 5: 1, 6: 1, 7: 2, 8: 3, 9: 1, 10: 1, 11: 5, 13: 1, 14: 1, 15: 1, 16: 1,
+               17: 1, 18: 1, 19: 1, 20: 1, 21: 17}
 
 # The column of soft keys: its place, and rows and columns of a key.
 COLUMN_X, COLUMN_WIDTH, TITLE_ROWS = 656, 142, 29
@@ -139,7 +139,8 @@ class Page:
 
     @functools.cached_property
     def highlighted(self):
-        return [key for key in self.there if self._edge(key, self.screen.pressed) < self._edge(key, self.screen.released)]
+        pressed, released = self.screen.pressed, self.screen.released
+        return [key for key in self.there if self._edge(key, pressed) < self._edge(key, released)]
 
     def _edge(self, key, picture):
         """How far a key's left edge is off that of a picture."""
@@ -506,7 +507,7 @@ def check_families(walker):
     for code, least in LEAST_PAGES.items():
         count = sum(path[0] == code for path in walker.pages)
         if count < least:
-            walker.faults.append(f"{walker.language}: of the family of key {code} {count} pages are reached, not {least}")
+            walker.faults.append(f"{walker.language}: {count} pages of the family of key {code}, not {least}")
 
 
 def main():
