@@ -60,8 +60,8 @@ Record Of(const char* name, T& record, std::vector<Part> not_preset = {}, std::v
 }
 
 #define PART(record, field) Part{offsetof(record, field), sizeof(record::field)}
-/// The bytes behind the last field.
-#define TAIL(record, field) Part{offsetof(record, field) + sizeof(record::field), alignof(record)}
+/// Behind the last field, where the compiler leaves what it can't know to be padding.
+#define TAIL(record, last) Part{offsetof(record, last) + sizeof(record::last), sizeof(record)}
 
 /// What a state file has nothing of: the values that follow from others, and what sweeps, not what is set.
 std::vector<Record> Records_Of_Settings() {
@@ -73,9 +73,9 @@ std::vector<Record> Records_Of_Settings() {
         Of("BW_Data", BW_Data, {}, {PART(BW_Record, unfit), PART(BW_Record, detector)}),
         Of("BW_RBW_Mode", BW_RBW_Mode, {}, all),
         Of("Sweep_Data", Sweep_Data, {},
-           {PART(Sweep_Record, steps), PART(Sweep_Record, shortest), PART(Sweep_Record, uncal), PART(Sweep_Record, hold), PART(Sweep_Record, single),
+           {PART(Sweep_Record, steps), PART(Sweep_Record, shortest), PART(Sweep_Record, hold), PART(Sweep_Record, single),
             PART(Sweep_Record, single_started), PART(Sweep_Record, external_trigger_pending), PART(Sweep_Record, fft),
-            PART(Sweep_Record, busy)}),
+            PART(Sweep_Record, busy), PART(Sweep_Record, uncal)}),
         Of("Trigger_Data", Trigger_Data),
         Of("Autoset_Data", Autoset_Data),
         Of("Channel_Data", Channel_Data),
