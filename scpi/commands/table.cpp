@@ -17,7 +17,8 @@ std::optional<Command_Index> command_index;
 std::vector<std::span<const ScpiCommand>> Command_Families() {
     using namespace families;
     return {Common(),     Trace(),       Initiate(), System_Error(), System_Preset(), Status(),          Input(),
-            Sense_Power(), Sense_Frequency(), Display_Y(), Unit(),    Sense_Sweep_Gate(), Trigger()};
+            Sense_Power(), Sense_Frequency(), Display_Y(), Unit(),    Sense_Sweep_Gate(), Trigger(),
+            Sense_Detector(), Calculate_Math(), Display_Trace(), Pixel()};
 }
 
 void Set_Identification(ScpiContext& context) {
