@@ -7,8 +7,10 @@
 #include "display/layers.h"
 #include "platform/sample_memory.h"
 #include "platform/stop.h"
+#include "records/amp.h"
 #include "records/freqs.h"
 #include "records/trace.h"
+#include "sweep/amplitude.h"
 #include "sweep/frequency.h"
 #include "trace/acquisition.h"
 #include "trace/plot.h"
@@ -49,7 +51,7 @@ void Bare_Arithmetic(benchmark::State& state) {
 }
 BENCHMARK(Bare_Arithmetic);
 
-void Sweep_Through_Readadc(benchmark::State& state, int shown_traces, bool draw) {
+void Sweep_Through_Readadc(benchmark::State& state, int shown_traces, bool draw, bool linear = false) {
     Bench_Root root;
     Request_Stop();  // the pause at the end of each call returns at once
     std::vector<double> memory = Samples();
@@ -59,6 +61,9 @@ void Sweep_Through_Readadc(benchmark::State& state, int shown_traces, bool draw)
         fb_init(fbVid0, "/dev/fb/1", screen_width, screen_height, 24);
     }
     Freqs_ArrayInit();
+    Amp_ArrayInit();
+    Amp.scale_type[0] = linear ? 1 : 0;
+    if (linear) Amp.reference[0] = -60;
     Init_Trace_Data();
     Ext_Frame();
     for (int i = 0; i < shown_traces; ++i) Trace_Data[0].mode[static_cast<std::size_t>(i)] = trace_clear_write;
@@ -75,6 +80,7 @@ void Sweep_Through_Readadc(benchmark::State& state, int shown_traces, bool draw)
 }
 BENCHMARK_CAPTURE(Sweep_Through_Readadc, one_trace_unseen, 1, false);
 BENCHMARK_CAPTURE(Sweep_Through_Readadc, four_traces_unseen, 4, false);
+BENCHMARK_CAPTURE(Sweep_Through_Readadc, one_linear_trace_unseen, 1, false, true);
 BENCHMARK_CAPTURE(Sweep_Through_Readadc, one_trace_drawn, 1, true);
 BENCHMARK_CAPTURE(Sweep_Through_Readadc, four_traces_drawn, 4, true);
 

@@ -111,8 +111,8 @@ void For_Each_Field(State& s, Field&& field) {
     field("start", s.freqs.start, 0, highest);
     field("stop", s.freqs.stop, 0, highest);
     field("step", s.freqs.step, 0, highest);
-    field("span", s.freqs.span, 0, MAXSPAN);
-    field("last_span", s.freqs.last_span, 0, MAXSPAN);
+    field("span", s.freqs.span, 0, highest);
+    field("last_span", s.freqs.last_span, 0, highest);
     field("offset", s.freqs.offset, -100e9, 100e9);
     field("step_manual", s.step_manual, 0, 1);
     field("reference", s.amp.reference, -120, 30);

@@ -143,7 +143,7 @@ void Draw_Sweep_State() {
 }
 
 void Draw_Trigger_Wait() {
-    constexpr Rect area{399, 30, 126, 16};
+    constexpr Rect area{396, 30, 126, 16};
     const std::string_view text = Trigger_Wait_Shown ? Translated("Waiting for trigger") : std::string_view();
     const int size = display::Fitting_Size(text, face_regular, 12, 9, area.width);
     display::Draw_Field(fbOsd0, area, 12, text, {face_regular, size, display::palette::attention, display::palette::ground},

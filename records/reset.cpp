@@ -3,6 +3,7 @@
 #include "records/amp.h"
 #include "records/analysis.h"
 #include "records/bw.h"
+#include "records/channel.h"
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
@@ -49,6 +50,7 @@ void Reset_Records() {
     BW_RBW_Mode = {};
     Sweep_Data = {};
     Trigger_Data = {};
+    Trigger_Waiting_Since = -1;
     Trigger_Wait_Shown = 0;
     Measurement_Data = {};
     Demodulation_Data = {};
@@ -80,6 +82,7 @@ void Reset_Records() {
     Global_Table = Global_Table_Flag_For_File = 0;
     Sequence_runnow_flag = SEQCAL_Flag = PmetRemoteJudgeFlag = PowerSensor_Insert = Run_AuotSet_flag = 0;
     EMC_Data = {};
+    Channel_Data = {};
     attention_notice = 0;
     AllKeyVar = {};
     Keypad_AllKeyVarunitype = 0;

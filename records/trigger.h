@@ -20,4 +20,5 @@ struct Trigger_Record {
 };
 inline Trigger_Record Trigger_Data;
 
+inline std::int64_t Trigger_Waiting_Since = -1;  ///< ns of the clock; -1: no sweep waits for its trigger
 inline std::int32_t Trigger_Wait_Shown = 0;  ///< 1: the screen says that the sweep waits for its trigger

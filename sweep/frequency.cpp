@@ -12,6 +12,7 @@
 #include "keys/status_blocks.h"
 #include "platform/clock.h"
 #include "records/analysis.h"
+#include "records/channel.h"
 #include "records/freqs.h"
 #include "records/function.h"
 #include "records/keystate.h"
@@ -70,6 +71,15 @@ bool Single_Frequency_Mode() {
     }
 }
 
+/// The tables whose measurement has no meaning in zero span.
+bool Needs_Span() {
+    constexpr std::int32_t tables = table_occupied_bandwidth | table_acpr | table_jitter | table_cnr | table_cso | table_ctb;
+    return (Global_Table & tables) != 0;
+}
+
+/// A typed value that is no number.
+bool No_Number(int source, double value) { return source == source_typed && !std::isfinite(value); }
+
 void Place_Swept_Center() {
     if (Center() > MAXFREQUENCY) {
         Span() = smallest_span;
@@ -101,7 +111,7 @@ void Hold_Center_By_Mode() {
     }
 }
 
-/// The one-shot notice that the axis of a finished measurement was changed.
+/// The one-shot notice that the axis of a finished measurement was changed; it can be read for a second.
 void Show_Attention_Once() {
     if (!attention_notice) return;
     attention_notice = 0;
@@ -147,6 +157,25 @@ void Place_Span() {
     Reduce_At_Edges();
 }
 
+/// True when the span is smaller than the channel that the occupied bandwidth is measured in.
+bool Too_Narrow(double span) {
+    return (Global_Table & table_occupied_bandwidth) != 0 && std::max(span, 0.0) < Channel_Data.occupied_bandwidth;
+}
+
+/// True when the span can't be swept in less than the longest sweep time.
+bool Too_Slow(double span) {
+    const auto screen = static_cast<std::size_t>(ScreenActive);
+    return Ext_Sweep_Time_Check(BW_Data.rbw[screen], BW_Data.vbw[screen], Sweep_Data, std::min(span, MAXSPAN)) != 0;
+}
+
+/// Measurements that need a span get their last one back instead of zero span, or where that is none, the one before.
+void Restore_Span(double before) {
+    const double last = Active(Freqs.last_span);
+    Active(Freqs.last_span) = Span();
+    Span() = std::clamp(last > 0 && !Too_Slow(last) ? last : before, smallest_span, MAXSPAN);
+    Place_Span();
+}
+
 /// Centre and span from start and stop, which lie in range and in order.
 void Center_From_Edges() {
     Active(Freqs.last_span) = Span();
@@ -162,18 +191,17 @@ void Show_Frequency_Values() {
 
 void Transfer() { Transfer_Settings(); }
 
-/// True when the span can't be swept in less than the longest sweep time.
-bool Too_Slow(double span) {
-    const auto screen = static_cast<std::size_t>(ScreenActive);
-    return Ext_Sweep_Time_Check(BW_Data.rbw[screen], BW_Data.vbw[screen], Sweep_Data, std::min(span, MAXSPAN)) != 0;
-}
-
 /// Start and stop: a span that would take too long is not taken.
 int Set_Edge(void (*calculate)(int, double), int source, double value) {
+    if (No_Number(source, value) || !Edges_Can_Be_Set()) return 0;
     const Freqs_Record before = Freqs;
-    const double old_start = Start(), old_span = Span();
+    const double old_start = Start(), old_center = Center(), old_span = Span();
     calculate(source, value - Active(Freqs.offset));
-    if (Too_Slow(Span())) Freqs = before;
+    if (Too_Slow(Span())) {
+        Freqs = before;
+        return 0;
+    }
+    if (Center() != old_center) Show_Attention_Once();
     Cal_Freqrelative_Var();
     if (old_start != Start() || old_span != Span()) {
         Frequency_Axis_Changed();
@@ -197,7 +225,12 @@ void Freqs_ArrayInit() {
     stepautoman.fill(0);
 }
 
+bool Edges_Can_Be_Set() { return !Single_Frequency_Mode() && FunctionMode_Flag != mode_emission_mask; }
+
+bool Span_Can_Be_Set() { return !Single_Frequency_Mode(); }
+
 int Set_Cent(int source, double value) {
+    if (No_Number(source, value)) return 0;
     const double old_start = Start(), old_span = Span();
     change_center(source, value);
     if (Span() != old_span) Couple_Step();
@@ -217,8 +250,8 @@ void change_center(int source, double value) {
 
 void Cal_Cent(int source, double value) {
     const double old_center = Center();
+    if (No_Number(source, value)) return;
     if (source == source_typed) {
-        if (std::isnan(value)) return;
         Center() = value;
         if (value == 0 && (Global_Table == 16 || Global_Table == table_jitter)) {
             Center() = smallest_span / 2;
@@ -235,8 +268,8 @@ void Cal_Cent(int source, double value) {
 int Set_Start_Freq(int source, double value) { return Set_Edge(Cal_Start_Freq, source, value); }
 
 void Cal_Start_Freq(int source, double value) {
+    if (No_Number(source, value)) return;
     if (source != source_typed) value = Start() + Pending_Steps() * Step();
-    if (std::isnan(value)) return;
     Start() = std::clamp(value, 0.0, MAXFREQUENCY - smallest_span);
     if (Stop() < Start() + smallest_span) Stop() = Start() + smallest_span;
     Center_From_Edges();
@@ -245,25 +278,29 @@ void Cal_Start_Freq(int source, double value) {
 int Set_Stop_Freq(int source, double value) { return Set_Edge(Cal_Stop_Freq, source, value); }
 
 void Cal_Stop_Freq(int source, double value) {
+    if (No_Number(source, value)) return;
     if (source != source_typed) value = Stop() + Pending_Steps() * Step();
-    if (std::isnan(value)) return;
     Stop() = std::clamp(value, smallest_span, MAXFREQUENCY);
     if (Start() > Stop() - smallest_span) Start() = Stop() - smallest_span;
     Center_From_Edges();
 }
 
 int Set_Step_Freq(int source, double value) {
+    if (No_Number(source, value)) return 0;
     Cal_Step_Freq(source, value);
     Show_Frequency_Values();
+    Transfer();
     return 0;
 }
 
 void Cal_Step_Freq(int source, double value) {
+    if (No_Number(source, value)) return;
     if (source != source_typed) {
-        const int index = FreqValue2FreqIdx() + (Pending_Steps() > 0 ? 1 : -1);
+        const int steps = Pending_Steps();
+        if (steps == 0) return;
+        const int index = FreqValue2FreqIdx() + (steps > 0 ? 1 : -1);
         value = FreqValue[static_cast<std::size_t>(std::clamp(index, 0, static_cast<int>(FreqValue.size()) - 1))];
     }
-    if (std::isnan(value)) return;
     Step() = std::clamp(value, 0.0, MAXFREQUENCY);
 }
 
@@ -275,30 +312,33 @@ int Set_Step_Mode(bool manual) {
 }
 
 int Set_Offset_Freq(int source, double value) {
+    if (No_Number(source, value)) return 0;
     Cal_Offset_Freq(source, value);
+    SetFreqScaleRedraw = 1;
     Show_Frequency_Values();
+    Transfer();
     return 0;
 }
 
 void Cal_Offset_Freq(int source, double value) {
     constexpr double widest_offset = 100e9;
     double& offset = Active(Freqs.offset);
+    if (No_Number(source, value)) return;
     if (source != source_typed) value = offset + Pending_Steps() * Step();
-    if (std::isnan(value)) return;
     offset = std::clamp(value, -widest_offset, widest_offset);
 }
 
 int Set_Span(int source, double value) {
-    change_span(source, value);
+    if (change_span(source, value) != 0) return 0;
     Show_Frequency_Values();
     Transfer();
     return 0;
 }
 
 int change_span(int source, double value) {
-    if (source == source_typed && std::isnan(value)) return -1;
+    if (No_Number(source, value) || !Span_Can_Be_Set()) return -1;
     const double wanted = source == source_typed ? value : Cal_Span_temp(source);
-    if (Too_Slow(wanted)) return -1;
+    if (Too_Narrow(wanted) || Too_Slow(wanted)) return -1;
     const double old_start = Start(), old_span = Span();
     Cal_Span(source, value);
     Cal_Freqrelative_Var();
@@ -315,20 +355,22 @@ double Cal_Span_temp(int source) {
 }
 
 void Cal_Span(int source, double value) {
+    if (No_Number(source, value)) return;
+    const double old_span = Span();
     if (source == source_typed) {
-        if (std::isnan(value)) return;
         Active(Freqs.last_span) = Span();
         Span() = value <= 0 ? 0 : std::clamp(value, smallest_span, MAXSPAN);
     } else {
         Span() = Cal_Span_temp(source);
     }
     Place_Span();
+    if (Span() == 0 && Needs_Span()) Restore_Span(old_span);
     Couple_Step();
-    Show_Attention_Once();
+    if (Span() != old_span) Show_Attention_Once();
 }
 
 int Set_Full_Span() {
-    if (Too_Slow(MAXSPAN)) return 0;
+    if (!Span_Can_Be_Set() || Too_Slow(MAXSPAN)) return 0;
     const double old_start = Start(), old_span = Span();
     Active(Freqs.last_span) = Span();
     Span() = MAXSPAN;

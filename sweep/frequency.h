@@ -2,7 +2,8 @@
 
 /// Frequency axis: centre, start, stop, span, step and offset of the active screen, in Hz.
 /// source: 0 a knob step, 1 an arrow step (direction and count in AllKeyVar), 2 a typed or remote value.
-/// Setters hold values to the limits and report nothing; they return 0.
+/// Setters hold values to the limits and report nothing; they return 0. A typed value that is not finite, and what is
+/// refused, changes nothing and sends nothing; all else ends with one transfer of the settings.
 
 /// Both screens to full span, step automatic, offset 0.
 void Freqs_ArrayInit();
@@ -19,6 +20,10 @@ int Set_Last_Span();
 
 /// Manual or automatic step; automatic sets it to a tenth of the span at once.
 int Set_Step_Mode(bool manual);
+
+/// False in the modes whose span is their own: those of one frequency, and for start and stop the emission mask's, too.
+bool Span_Can_Be_Set();
+bool Edges_Can_Be_Set();
 
 void change_center(int source, double value);
 /// Returns -1 when the new span is refused; nothing changes then.

@@ -314,6 +314,7 @@ void Rearm_FPGA_Interrupt() {
     const std::lock_guard trigger(Trigger_Mutex);
     const bool stopped = Sweep_Data.single && SweepSingle_Data.load(std::memory_order_acquire);
     const bool waits = LOOP_Buffers && Trigger_Waits() && !stopped;
+    if (!waits) SCPI_RegClearBits(scpi_context, reg_operation + set_condition, operation_waiting_for_trigger);
     if (!waits && DSP_Trigger_Flag.load(std::memory_order_relaxed) == 0) return;
     DSP_Trigger_Flag.store(waits ? 1 : 0, std::memory_order_release);
     const int device = FPGA_Int_Fd.load(std::memory_order_acquire);

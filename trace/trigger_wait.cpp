@@ -16,10 +16,9 @@
 
 namespace {
 
-constexpr auto shown_after = std::chrono::milliseconds(200);  ///< shorter waits would only flicker
+constexpr std::chrono::nanoseconds shown_after = std::chrono::milliseconds(200);  ///< shorter waits would only flicker
 
-platform::Duration waiting_since{0};
-bool waited = false;
+std::int64_t Nanoseconds() { return std::chrono::nanoseconds(platform::Now()).count(); }
 
 }  // namespace
 
@@ -35,9 +34,9 @@ void Show_Trigger_Wait() {
     const bool reported = (SCPI_RegGet(scpi_context, condition) & operation_waiting_for_trigger) != 0;
     if (waiting && !reported) SCPI_RegSetBits(scpi_context, condition, operation_waiting_for_trigger);
     if (!waiting && reported) SCPI_RegClearBits(scpi_context, condition, operation_waiting_for_trigger);
-    if (waiting && !waited) waiting_since = platform::Now();
-    waited = waiting;
-    const bool shown = waiting && platform::Now() - waiting_since >= shown_after;
+    if (!waiting) Trigger_Waiting_Since = -1;
+    else if (Trigger_Waiting_Since < 0) Trigger_Waiting_Since = Nanoseconds();
+    const bool shown = waiting && Nanoseconds() - Trigger_Waiting_Since >= shown_after.count();
     if (shown == (Trigger_Wait_Shown != 0)) return;
     Trigger_Wait_Shown = shown;
     Draw_Trigger_Wait();

@@ -45,6 +45,15 @@ void Freq_Face(int key, Key_Face& face) {
     face.chosen = stepautoman[static_cast<std::size_t>(ScreenActive)] ? 1 : 0;
 }
 
+/// The step has no meaning without a span, and some modes know no start and stop.
+bool Freq_Greyed(int key) {
+    switch (key) {
+        case start_key: case stop_key: return !Edges_Can_Be_Set();
+        case step_key: return Freqs.span[static_cast<std::size_t>(ScreenActive)] == 0;
+        default: return false;
+    }
+}
+
 constexpr std::array<Menu_Page, 1> rows{{{
     .title = En(keys::enFrequencyBig),
     .label = {En(keys::enCenterFreq), En(keys::enStartFreq), En(keys::enStopFreq), En(keys::enCFStep),
@@ -58,6 +67,7 @@ constexpr std::array<Menu_Page, 1> rows{{{
                       Set_And_Show<Set_Stop_Freq, stop_key>, Set_Manual_Step,
                       Set_And_Show<Set_Offset_Freq, offset_key>, nullptr, nullptr},
     .face = Freq_Face,
+    .greyed = Freq_Greyed,
 }}};
 
 }  // namespace

@@ -13,20 +13,26 @@ using namespace shapes;
 
 constexpr int typed = 2;
 
-/// A value by its setter, then shown as after the same entry on the panel.
-template <int (*setter)(int, double), Frequency_Entry entry>
+bool Always() { return true; }
+
+/// A value by its setter, where the mode has it, then shown as after the same entry on the panel.
+template <int (*setter)(int, double), Frequency_Entry entry, bool (*can_be_set)() = Always>
 int Set(ScpiContext& context) {
     return Set_Frequency(context, [](double hertz) {
+        if (!can_be_set()) return settings_conflict;
         setter(typed, hertz);
         Show_Frequency_Entry(entry);
+        return 0;
     });
 }
 
 template <int (*setter)()>
 int Change_Span(ScpiContext& context) {
     return Event(context, [] {
+        if (!Span_Can_Be_Set()) return settings_conflict;
         setter();
         Show_Frequency_Entry(Frequency_Entry::span);
+        return 0;
     });
 }
 
@@ -57,11 +63,11 @@ int Sense_FREQ_CENT_STEP_AUTOQ(ScpiContext& context) {
 }
 
 constexpr auto Sense_FrequencyCenterQ = Answer<Frequency_Entry::center>;
-constexpr auto Sense_FrequencySpan = Set<Set_Span, Frequency_Entry::span>;
+constexpr auto Sense_FrequencySpan = Set<Set_Span, Frequency_Entry::span, Span_Can_Be_Set>;
 constexpr auto Sense_FrequencySpanQ = Answer<Frequency_Entry::span>;
-constexpr auto Sense_FrequencyStart = Set<Set_Start_Freq, Frequency_Entry::start>;
+constexpr auto Sense_FrequencyStart = Set<Set_Start_Freq, Frequency_Entry::start, Edges_Can_Be_Set>;
 constexpr auto Sense_FrequencyStartQ = Answer<Frequency_Entry::start>;
-constexpr auto Sense_FrequencyStop = Set<Set_Stop_Freq, Frequency_Entry::stop>;
+constexpr auto Sense_FrequencyStop = Set<Set_Stop_Freq, Frequency_Entry::stop, Edges_Can_Be_Set>;
 constexpr auto Sense_FrequencyStopQ = Answer<Frequency_Entry::stop>;
 constexpr auto Sense_FREQ_CENT_STEP = Set<Set_Step_Freq, Frequency_Entry::step>;
 constexpr auto Sense_FREQ_CENT_STEPQ = Answer<Frequency_Entry::step>;

@@ -63,6 +63,10 @@ bool Take_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, W
         SCPI_ErrorPush(context, suffix_error);
         return false;
     }
+    if (!std::isfinite(number.value)) {
+        SCPI_ErrorPush(context, data_out_of_range);
+        return false;
+    }
     return May_Act(context, busy);
 }
 

@@ -24,6 +24,9 @@
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "sweep/amplitude.h"
+#include "records/trigger.h"
+#include "sweep/dependants.h"
+#include "sweep/frequency.h"
 #include "system/status_icons.h"
 #include "system/system.h"
 #include "tests/screens/reference.h"
@@ -349,12 +352,47 @@ TEST_F(Screens, TheFirstPageOfEachFamily) {
                                "display",   "sweep",      "emc",       "limit_line", "trigger", "",  "file",
                                "save",      "recall",     "marker",    "marker_to",  "peak_search", "sequence",
                                "mode",      "system"};
+    Freqs_ArrayInit();
     parse_txt_file(Word_List_Path(0));
     for (std::size_t code = 0; code < names.size(); ++code) {
         if (!*names[code]) continue;  // the sweep-mode key shows the sweep page
         fHwKeyPtr[code]();
         Expect_Screen(std::string("page_") + names[code]);
     }
+}
+
+/// The pages of trigger and gate, and what the screen says of them.
+TEST_F(Screens, TriggerPages) {
+    parse_txt_file(Word_List_Path(0));
+    mode_str_init();
+    Freqs_ArrayInit();
+    Trigger_Data = {.source = trigger_by_video, .input_falling = 1, .delay = 12.34e-3, .video_level = -37.5,
+                    .video_frequency = {1.2e9, 0}, .gate_length = 40e-9 * 30};
+    numKey_init(0, face_regular);
+    Trigger_Wait_Shown = 1;
+    Ext_Frame();
+    blocktwo_str_init();
+    Trigger_HwKey();
+    Keypad_Exe(key_soft_first + 5);
+    Expect_Screen("trigger_video");
+    Keypad_Exe(key_soft_first + 3);
+    Keypad_Exe(key_soft_first);
+    Expect_Screen("trigger_video_setup");
+    Trigger_Data.source = trigger_by_input;
+    Trigger_Data.gate = Sweep_Data.single = 1;
+    Trigger_Line_Changed();
+    Draw_Sweep_State();
+    Sweep_HwKey();
+    Keypad_Exe(key_soft_first + 6);
+    Expect_Screen("trigger_gate_setup");
+    // What came goes again.
+    Trigger_Wait_Shown = 0;
+    Trigger_Data = {};
+    Sweep_Data.hold = 1;
+    Trigger_Line_Changed();
+    Draw_Sweep_State();
+    Sweep_HwKey();
+    Expect_Screen("sweep_hold");
 }
 
 TEST_F(Screens, ErrorListInRussian) {

@@ -144,6 +144,32 @@ TEST_F(Board_Test, ASingleSweepEndsWithAnEventOfTheFpgaDevice) {
     platform::Close_Fpga_Int(fpga);
 }
 
+/// The trigger input is a file, and the armed interrupt tells when its edge has come.
+TEST_F(Board_Test, AnEdgeWrittenToTheTriggerInputStartsASweep) {
+    const auto board = Start(true);
+    const int fpga = platform::Open_Fpga_Int(platform::device_files::fpga_int);
+    Link link;
+    ASSERT_TRUE(link.Open());
+    Message trigger{};
+    trigger[0] = platform::code_trigger;
+    trigger[platform::trigger_source] = platform::trigger_external;
+    const Message message = virtual_board_test::Sweep_Message(100e6, 1e6, 5);
+    const auto sweep_time = platform::Duration(std::llround(message[platform::sweep_time] * 1e9));
+    ASSERT_TRUE(link.Exchange(trigger));
+    ASSERT_TRUE(link.Exchange(message));
+    board->Step(sweep_time * 2);
+    double* memory = platform::Map_Sample_Memory();
+    EXPECT_EQ(Written(memory), 0.0);
+    for (const int request : {1, 0}) EXPECT_EQ(platform::Fpga_Int_Request(fpga, request, 1), 0);
+    root.Write(platform::device_files::trigger, "x\n10");
+    EXPECT_EQ(platform::Read_Fpga_Event(fpga), platform::fpga_triggered);
+    board->Step(sweep_time * 2);
+    EXPECT_EQ(Written(memory), 601.0);
+    EXPECT_EQ(platform::Read_Fpga_Event(fpga), platform::fpga_sweep_finished);
+    platform::Unmap_Sample_Memory(memory);
+    platform::Close_Fpga_Int(fpga);
+}
+
 TEST_F(Board_Test, InRealTimeSamplesComeByThemselves) {
     const auto board = Start(false);
     double* memory = platform::Map_Sample_Memory();

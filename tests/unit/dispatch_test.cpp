@@ -74,6 +74,18 @@ TEST_F(Dispatch, KeysWithoutLabelOrGreyedDoNotEvenMoveTheHighlight) {
     FreqLink[0].disabled[1] = 0;
 }
 
+TEST_F(Dispatch, FrequencyKeysOfNoMeaningAreGreyed) {
+    Press({key_span, soft(2), key_frequency, soft(3)});
+    EXPECT_EQ(FreqLink[0].highlight, no_highlight) << "no step in zero span";
+    Press({key_span, soft(3), key_frequency, soft(3)});
+    EXPECT_EQ(FreqLink[0].highlight, 3);
+    for (const auto mode : {mode_emission_mask, mode_am_fm, mode_fsk, mode_iq}) {
+        FunctionMode_Flag = mode;
+        Press({key_frequency, soft(1), soft(2)});
+        EXPECT_EQ(FreqLink[0].highlight, no_highlight) << "no start and stop in mode " << mode;
+    }
+}
+
 TEST_F(Dispatch, StepModeTogglesOnTheSecondPress) {
     Press({soft(3)});
     EXPECT_EQ(stepautoman[0], 0);

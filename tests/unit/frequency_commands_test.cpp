@@ -55,7 +55,7 @@ TEST_F(Frequency_Commands, NumbersBeyondAllSizeLeaveABandWithinTheLimits) {
         for (const char* number : {" 1e999", " -1e999", " 1e308 GHZ"}) {
             for (const char* offset : {"0", "1e11"}) {
                 Ask(std::string("FREQ:OFFS 0;CENT 1e9;SPAN 1e6;OFFS ") + offset);
-                Ask(std::string("FREQ:") + node + number);
+                EXPECT_EQ(Errors(std::string("FREQ:") + node + number), Codes{-222});
                 const std::string told = std::string(node) + number;
                 EXPECT_GE(Freqs.start[0], 0) << told;
                 EXPECT_LE(Freqs.stop[0], MAXFREQUENCY) << told;
@@ -130,6 +130,18 @@ TEST_F(Frequency_Commands, TheBusyInstrumentRefusesSettingsOnly) {
     Global_Table = 0x80000;
     EXPECT_EQ(Errors("FREQ:CENT 1"), Codes{-221});
     EXPECT_EQ(Errors("FREQ:SPAN 1MHZ"), Codes{});
+}
+
+TEST_F(Frequency_Commands, AModeRefusesWhatIsItsOwn) {
+    constexpr const char* edges[] = {"FREQ:STAR 1MHZ", "FREQ:STOP 1GHZ"};
+    constexpr const char* spans[] = {"FREQ:SPAN 1MHZ", "FREQ:SPAN:FULL", "FREQ:SPAN:PREV"};
+    for (const int mode : {mode_am_fm, mode_fsk, mode_iq, mode_emission_mask}) {
+        FunctionMode_Flag = mode;
+        for (const char* setting : edges) EXPECT_EQ(Errors(setting), Codes{-221}) << setting << mode;
+        const Codes expected = mode == mode_emission_mask ? Codes{} : Codes{-221};
+        for (const char* setting : spans) EXPECT_EQ(Errors(setting), expected) << setting << mode;
+        EXPECT_EQ(Errors("FREQ:CENT 1GHZ"), Codes{});
+    }
 }
 
 TEST_F(Frequency_Commands, ANewCentreStartsHoldTracesAgain) {

@@ -1,4 +1,7 @@
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 #include "records/amp.h"
 #include "records/bw.h"
@@ -9,6 +12,7 @@
 #include "records_fixture.h"
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
+#include "trace/acquisition.h"
 
 namespace {
 
@@ -121,12 +125,12 @@ TEST_F(Frequency, StartAndStopKeepASpanThatCanBeSwept) {
     const Freqs_Record before = Freqs;
     Set_Start_Freq(typed, 0);
     Set_Stop_Freq(typed, 3e9);
-    Set_Span(typed, HUGE_VAL);
+    Set_Span(typed, 1e300);
     EXPECT_EQ(Freqs.start[0], before.start[0]);
     EXPECT_EQ(Freqs.stop[0], before.stop[0]);
     EXPECT_EQ(Freqs.last_span[0], before.last_span[0]);
     BW_Data.rbw_mode[0] = 0;
-    Set_Span(typed, HUGE_VAL);
+    Set_Span(typed, 1e300);
     EXPECT_EQ(Freqs.span[0], MAXSPAN);
 }
 
@@ -156,35 +160,119 @@ TEST_F(Frequency, StartAndStopPushEachOtherAndNeverCross) {
     EXPECT_LE(Freqs.stop[0], MAXFREQUENCY);
 }
 
-TEST_F(Frequency, NumbersThatAreNoneChangeNothing) {
-    const Freqs_Record before = Freqs;
-    const double nan = std::nan("");
-    for (auto* setter : {Set_Cent, Set_Span, Set_Start_Freq, Set_Stop_Freq, Set_Step_Freq, Set_Offset_Freq}) setter(typed, nan);
-    EXPECT_EQ(Freqs.center, before.center);
-    EXPECT_EQ(Freqs.span, before.span);
-    EXPECT_EQ(Freqs.offset, before.offset);
-    Set_Cent(typed, INFINITY);
-    Set_Span(typed, -INFINITY);
-    EXPECT_TRUE(std::isfinite(Freqs.start[0]) && std::isfinite(Freqs.stop[0]));
-}
-
 TEST_F(Frequency, ModesHoldTheCentreTheirOwnWay) {
     FunctionMode_Flag = mode_am_fm;
     Set_Cent(typed, 5e3);
     Expect_Axis(10e3, 10e3, 10e3, MAXSPAN);
+    for (auto* setter : {Set_Start_Freq, Set_Stop_Freq, Set_Span}) setter(typed, 1e9);
+    Set_Full_Span();
+    Expect_Axis(10e3, 10e3, 10e3, MAXSPAN);
+    FunctionMode_Flag = mode_r_phi;
+    Set_Cent(typed, 9e9);
+    Expect_Axis(MAXFREQUENCY, MAXFREQUENCY, MAXFREQUENCY, MAXSPAN);
     FunctionMode_Flag = mode_spectrum;
     Freqs_ArrayInit();
     Set_Span(typed, 1e6);
-    Global_Table = table_jitter;
-    Set_Cent(typed, 0);
-    Expect_Axis(0, 50, 100, 100);
+    for (const int table : {16, 32}) {
+        Global_Table = table;
+        Set_Cent(typed, 1e9);
+        Set_Cent(typed, 0);
+        Expect_Axis(0, 50, 100, 100);
+    }
+    Global_Table = table_single_frequency;
+    Set_Cent(typed, -1);
+    Expect_Axis(0, 0, 0, 100);
+    Set_Cent(typed, 1e9);
+    Expect_Axis(1e9 - 50, 1e9, 1e9 + 50, 100);
+    Set_Cent(typed, 9e9);
+    EXPECT_EQ(Freqs.start[0], MAXFREQUENCY);
 }
 
-TEST_F(Frequency, TheOneShotNoticeIsSpent) {
-    platform::Set_Clock_Mode(platform::Clock_Mode::fast);
+TEST_F(Frequency, TheEmissionMaskKeepsItsSpanOnBothSidesOfTheCentre) {
+    Set_Span(typed, 50e6);
+    FunctionMode_Flag = mode_emission_mask;
+    Set_Cent(typed, 0);
+    Expect_Axis(25e6, 50e6, 75e6, 50e6);
+    Set_Cent(typed, 9e9);
+    EXPECT_EQ(Freqs.center[0], MAXFREQUENCY - 50e6);
+    Set_Start_Freq(typed, 1e9);
+    EXPECT_EQ(Freqs.span[0], 50e6);
+}
+
+TEST_F(Frequency, MeasurementsKeepTheSpanThatTheyNeed) {
+    Set_Span(typed, 20e6);
+    Set_Span(typed, 10e6);
+    Global_Table = table_acpr;
+    Set_Span(typed, 0);
+    EXPECT_EQ(Freqs.span[0], 10e6) << "the last span instead of zero";
+    EXPECT_EQ(Freqs.step[0], 1e6);
+    Set_Span(typed, 100);
+    Step(Set_Span, arrow, -1);
+    EXPECT_EQ(Freqs.span[0], 10e6);
+    Freqs.last_span[0] = 0;
+    Set_Span(typed, 100);
+    Freqs.last_span[0] = 0;
+    Step(Set_Span, arrow, -1);
+    EXPECT_EQ(Freqs.span[0], 100) << "there was no other one";
+    Global_Table = table_occupied_bandwidth;
+    Set_Span(typed, 5e6);
+    Set_Span(typed, 1.99e6);
+    EXPECT_EQ(Freqs.span[0], 5e6) << "smaller than the main channel";
+    Step(Set_Span, arrow, -1);
+    EXPECT_EQ(Freqs.span[0], 2e6);
+    Step(Set_Span, arrow, -1);
+    EXPECT_EQ(Freqs.span[0], 2e6);
+}
+
+TEST_F(Frequency, TheOneShotNoticeStandsForASecond) {
     attention_notice = 1;
+    Set_Span(typed, MAXSPAN);
+    EXPECT_EQ(attention_notice, 1) << "nothing has changed";
+    for (auto* setter : {Set_Cent, Set_Span, Set_Start_Freq}) {
+        attention_notice = 1;
+        std::atomic<bool> over{false};
+        std::thread changing([&] {
+            setter(typed, 1e9);
+            over = true;
+        });
+        while (attention_notice) std::this_thread::yield();
+        platform::Step_Clock(std::chrono::milliseconds(999));
+        EXPECT_FALSE(over);
+        while (!over) platform::Step_Clock(std::chrono::milliseconds(1));
+        changing.join();
+    }
+}
+
+TEST_F(Frequency, TheKnobChangesTheLeadingDigits) {
+    struct {
+        double before;
+        int steps;
+        double after;
+    } const cases[] = {{2.3456e6, 1, 2.35e6}, {2.3456e6, -1, 2.33e6}, {2.3456e6, 2, 2.5e6}, {2.3456e6, 3, 5e6},
+                           {1e6, -1, 990e3},      {999e3, 1, 1e6},        {100, -1, 0},         {0, 1, 100},
+                           {1234, -2, 1e3},       {2.99e9, 1, 3e9}};
+    for (const auto& [before, steps, after] : cases) {
+        Set_Cent(typed, 1.6e9);
+        Set_Span(typed, before);
+        Step(Set_Span, knob, steps);
+        EXPECT_NEAR(Freqs.span[0], after, 1e-3) << before << ' ' << steps;
+    }
+}
+
+TEST_F(Frequency, AMinHoldTraceForgetsWhatTheNewAxisHadNotSeen) {
     Set_Cent(typed, 1e9);
-    EXPECT_EQ(attention_notice, 0);
+    Set_Span(typed, 1e6);
+    Init_Trace_Data();
+    Trace_Data[0].mode = {trace_clear_write, trace_max_hold, trace_min_hold, trace_blank};
+    for (auto& trace : Trace_Data[0].value) trace.fill(-50);
+    Set_Span(typed, 2e6);
+    const auto& value = Trace_Data[0].value;
+    for (std::size_t trace = 0; trace < 3; ++trace) EXPECT_EQ(value[trace][300], -50);
+    EXPECT_EQ(value[0][0], -180);
+    EXPECT_EQ(value[1][0], -200);
+    EXPECT_EQ(value[2][0], 40) << "or it would hold the bottom for ever";
+    Set_Span(typed, 0);
+    EXPECT_EQ(value[0][0], -50) << "the level at the centre";
 }
 
 struct Coupling {

@@ -1,69 +1,28 @@
 #include <algorithm>
 #include <functional>
-#include <memory>
 #include <sstream>
 
-#include "commands_rig.h"
 #include "records/amp.h"
-#include "records/freqs.h"
 #include "records/function.h"
 #include "records/handover.h"
-#include "records/sweep.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
+#include "sweep_rig.h"
 #include "system/preset.h"
-#include "trace/acquisition.h"
-#include "virtual_board/board.h"
-#include "virtual_board/scene.h"
 
 namespace {
 
 using Codes = std::vector<int>;
 
-/// Sweep commands with the core behind its link, whose time the test steps.
-class Sweep_Commands : public Commands {
+class Sweep_Commands : public Sweep_Rig {
 protected:
     void SetUp() override {
-        Commands::SetUp();
-        platform::Set_Clock_Mode(platform::Clock_Mode::fast);
-        std::filesystem::create_directories(platform::Rooted("/dev/fb"));
-        std::filesystem::create_directories(platform::Rooted("/dev/tts"));
-        board = std::make_unique<virtual_board::Board>(
-            virtual_board::Parse_Scene("[[carrier]]\nfrequency = 500e6\nlevel = -20.0\n", "scene"),
-            virtual_board::Board_Options{.manual = true});
-        board->Start();
-        CMEM_setup(LOOP_Main("dsp_loop_new.out", "2048", "1"));
-        ASSERT_NE(DSP_Trace_Data, nullptr);
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
+        Sweep_Rig::SetUp();
         waited = 0;
         scpi_context.host = &host;
         Ask("FREQ:CENT 500MHZ;SPAN 10MHZ");
     }
-    void TearDown() override {
-        LOOP_Delete();
-        platform::Unmap_Sample_Memory(DSP_Trace_Data);
-        board.reset();
-        Commands::TearDown();
-    }
-    /// Lets a part of the sweep time pass and takes what came.
-    static void Run(double part) {
-        board->Step(platform::Duration(std::llround(Sweep_Data.time[0] * part * 1e9)));
-        readadc();
-    }
     static std::uint32_t Events() { return SCPI_RegGet(scpi_context, reg_esr); }
-    static Trace_Record& Record() { return Trace_Data[0]; }
-    static long Highest() {
-        const auto& values = Record().value[0];
-        return std::ranges::max_element(values) - values.begin();
-    }
 
     static inline int waited = 0;  ///< tenths of a sweep that commands waited
-    static inline std::unique_ptr<virtual_board::Board> board;
     static constexpr Scpi_Host host{.keep_waiting = [] {
         if (!Sweep_Can_Come() || ++waited > 100) return false;
         Run(0.1);
