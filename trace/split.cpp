@@ -7,6 +7,7 @@
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
+#include "sweep/bandwidth.h"
 #include "sweep/transfer.h"
 #include "trace/icons.h"
 #include "trace/plot.h"
@@ -66,6 +67,10 @@ int Set_Split(int mode) {
     if (mode < split_none || mode > split_active) return 0;
     Display_Data.split = mode;
     Apply_Split();
+    for (int half = 0; half < screens; ++half) {
+        const Half_In_Hand in_hand(half);
+        Ext_Sweep_Time_Auto();
+    }
     Draw_All();
     LOOP_SetTrans_Var();
     return 0;
