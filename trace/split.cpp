@@ -42,6 +42,7 @@ void Draw_All() {
     Ext_Frame();
     Draw_Status_Blocks();
     Draw_Sweep_State();
+    Reset_Trace_Icons();
     for (int trace = 0; trace < traces; ++trace) Detection_check(trace);
     Redraw_Keys();
 }
