@@ -13,6 +13,7 @@
 #include "keys/pages.h"
 #include "keys/reader.h"
 #include "keys/soft_keys.h"
+#include "measure/autoset.h"
 #include "measure/measure.h"
 #include "platform/clock.h"
 #include "platform/stop.h"
@@ -137,6 +138,7 @@ void Main_Loop_Once() {
     }
     Mode_Work(mode);
     const std::lock_guard records(Command_Main_Mutex);
+    Autoset_Step();
     Execute_Panel_Keys();
     Resend_During_EMC_Test();
     Execute_Web_Keys();

@@ -9,6 +9,7 @@
 #include "platform/keys.h"
 #include "records/amp.h"
 #include "records/freqs.h"
+#include "records/function.h"
 #include "records/handover.h"
 #include "records/locks.h"
 #include "records/sys.h"
@@ -29,7 +30,7 @@ bool Press_Power() { return platform::Press_Power_Key() == 0; }
 bool Take_Setting(std::string_view name, double value) {
     constexpr int typed = 2;
     const std::lock_guard records(Command_Main_Mutex);
-    if (systeminit.load(std::memory_order_acquire) != 0 || Remote_Flag.load() != 0) return false;
+    if (systeminit.load(std::memory_order_acquire) != 0 || Remote_Flag.load() != 0 || Run_AuotSet_flag != 0) return false;
     if (name == "center") {
         Set_Cent(typed, value);
     } else if (name == "span") {

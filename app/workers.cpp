@@ -20,6 +20,7 @@
 #include "keys/messages.h"
 #include "keys/reader.h"
 #include "keys/status_blocks.h"
+#include "measure/autoset.h"
 #include "platform/clock.h"
 #include "platform/fpga_int.h"
 #include "platform/keys.h"
@@ -159,6 +160,7 @@ void Power_Off() {
     platform::Run_Command("sync");
     {
         const std::lock_guard records(Command_Main_Mutex);
+        Stop_Autoset();
         if (!Save_LocalState_SpecAndSem("/mnt/nand/state.sta")) std::perror("/mnt/nand/state.sta");
         EMC_Data = {};
         ThirdAttentionwords(7);

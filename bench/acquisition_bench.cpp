@@ -1,5 +1,7 @@
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <array>
 #include <random>
 #include <vector>
 
@@ -13,6 +15,9 @@
 #include "sweep/amplitude.h"
 #include "sweep/frequency.h"
 #include "trace/acquisition.h"
+#include "trace/marker_display.h"
+#include "trace/markers.h"
+#include "trace/peak_search.h"
 #include "trace/plot.h"
 #include "virtual_board/devices.h"
 
@@ -83,5 +88,61 @@ BENCHMARK_CAPTURE(Sweep_Through_Readadc, four_traces_unseen, 4, false);
 BENCHMARK_CAPTURE(Sweep_Through_Readadc, one_linear_trace_unseen, 1, false, true);
 BENCHMARK_CAPTURE(Sweep_Through_Readadc, one_trace_drawn, 1, true);
 BENCHMARK_CAPTURE(Sweep_Through_Readadc, four_traces_drawn, 4, true);
+
+/// What a search needs at the least: each of the 601 values looked at once.
+void Bare_Pass_Over_A_Trace(benchmark::State& state) {
+    const std::vector<double> memory = Samples();
+    std::array<float, trace_points> values{};
+    std::copy_n(memory.begin(), trace_points, values.begin());
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(values.data());
+        benchmark::DoNotOptimize(Ext_Peak_Max(values));
+    }
+}
+BENCHMARK(Bare_Pass_Over_A_Trace);
+
+/// shape: noise with an excursion of 3 dB, noise in which every second point is a peak, a few peaks on a quiet floor.
+void Peak_Search(benchmark::State& state) {
+    const std::vector<double> memory = Samples();
+    Freqs_ArrayInit();
+    PeakSearch_Init();
+    std::array<float, trace_points> values{};
+    for (std::size_t i = 0; i < trace_points; ++i) {
+        const bool peak = i % 60 == 30;
+        values[i] = state.range(0) == 2 ? (peak ? -30.0f : -90.0f) : static_cast<float>(memory[i]);
+    }
+    Peak_Data.excursion = state.range(0) == 1 ? 0.0f : 3.0f;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(values.data());
+        Cal_Peak_Search(values);
+        benchmark::DoNotOptimize(Peak_Data.count);
+    }
+    state.counters["peaks"] = Peak_Data.count;
+}
+BENCHMARK(Peak_Search)->ArgName("shape")->Arg(0)->Arg(1)->Arg(2);
+
+/// The end of a sweep with ten markers on, their levels new each time; texts are drawn where there are fonts.
+void Markers_At_The_End_Of_A_Sweep(benchmark::State& state) {
+    Bench_Root root;
+    virtual_board::Make_Frame_Devices();
+    fb_init(fbOsd0, "/dev/fb/0", screen_width, screen_height, 16);
+    const std::vector<double> memory = Samples();
+    Freqs_ArrayInit();
+    Init_Trace_Data();
+    Marker_Init();
+    for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 3.2e9 * marker / markers);
+    std::size_t sweep = 0;
+    for (auto _ : state) {
+        sweep = (sweep + 1) % 40;
+        for (std::size_t i = 0; i < trace_points; ++i) {
+            Trace_Data[0].value[0][i] = static_cast<float>(memory[sweep * trace_points + i]);
+            Trace_Data[0].rows[0][i] = static_cast<std::uint16_t>(300 + sweep);
+        }
+        Markers_End_Of_Sweep();
+    }
+    Marker_All_Off();
+    fb_free(fbOsd0);
+}
+BENCHMARK(Markers_At_The_End_Of_A_Sweep);
 
 }  // namespace

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Figures of the running programs, at the usual pace and with --fast: start to the first sweep, pictures that one viewer
-gets and their sizes, share of a core of each program and its resident memory."""
+gets and their sizes, share of a core of each program and its resident memory, key press to changed pixel."""
 import argparse
+import mmap
 import os
 import pathlib
 import signal
@@ -12,7 +13,7 @@ import sys
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" / "system"))
-from instrument import Instrument, Raw_Client, processor_seconds  # noqa: E402
+from instrument import Instrument, Local_Client, Raw_Client, processor_seconds  # noqa: E402
 
 
 PROGRAMS = ("kva720", "kva720-board", "kva720-web")
@@ -40,6 +41,28 @@ def shares(running, work):
     result = work()
     took = time.monotonic() - begin
     return {name: 100 * (processor_seconds(pid) - before[name]) / took for name, pid in running.items()}, result
+
+
+def key_to_pixel(instrument, presses=200):
+    """Times in ms from a key on the local socket to the first changed pixel of the page's title, and of a question that
+    the socket answers."""
+    span, system = 1, 21
+    first, last = 10 * 2400 + 656 * 3, 11 * 2400 + 798 * 3
+    times, questions = [], []
+    with open(os.path.join(instrument.root, "dev/fb/1"), "rb") as file, Local_Client(instrument.root) as client:
+        screen = mmap.mmap(file.fileno(), 0, prot=mmap.PROT_READ)
+        for press in range(presses):
+            time.sleep(0.01 + press % 10 * 0.004)  # at any time of a sweep
+            before, begin = screen[first:last], time.perf_counter()
+            client.key((span, system)[press % 2])
+            while screen[first:last] == before:
+                if time.perf_counter() - begin > 10:
+                    sys.exit("a key shows nothing")
+            times.append(1e3 * (time.perf_counter() - begin))
+            begin = time.perf_counter()
+            client.state()
+            questions.append(1e3 * (time.perf_counter() - begin))
+    return sorted(times), sorted(questions)
 
 
 def watch(viewer, seconds):
@@ -77,6 +100,10 @@ def measure(build, fast):
                 os.kill(running["kva720"], signal.SIGCONT)
             row("one viewer, still screen", share, "%")
             print(f"  {len(sizes) / SECONDS:.1f} pictures a second")
+        times, questions = key_to_pixel(instrument)
+        print(f"  key press to changed pixel: median {statistics.median(times):.1f} ms, "
+              f"95 % within {times[len(times) * 95 // 100]:.1f} ms, at most {times[-1]:.1f} ms; a question over the same socket {statistics.median(questions):.2f} ms",
+              flush=True)
         row("resident", {name: resident_mb(pid) for name, pid in running.items()}, "MB")
         port = int(instrument.scpi.rpartition(":")[2])
         for state, message in (("sweeping", "INIT:CONT ON"), ("sweeps at rest", "INIT:CONT OFF")):

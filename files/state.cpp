@@ -1,5 +1,6 @@
 #include "files/state.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -9,13 +10,18 @@
 
 #include "platform/whole_file.h"
 #include "records/amp.h"
+#include "records/autoset.h"
+#include "records/analysis.h"
 #include "records/bw.h"
+#include "records/channel.h"
 #include "records/display.h"
 #include "records/freqs.h"
+#include "records/function.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
 #include "records/trigger.h"
+#include "trace/markers.h"
 #include "trace/split.h"
 #include "trace/trace_settings.h"
 
@@ -45,6 +51,12 @@ struct State {
     float log_reference = 0;
     std::uint8_t hold_restart = 0;
     std::int32_t split = 0, active_half = 0;
+    Autoset_Record autoset;
+    Channel_Record channel;
+    Marker_Record marker;
+    std::array<std::int32_t, 2> marker_tables{};  ///< of markers, of peaks
+    std::array<std::int32_t, 3> peak_switches{};  ///< threshold, order by level, tracking
+    std::array<float, 1> peak_excursion{}, peak_threshold{};
 };
 
 State Take() {
@@ -56,6 +68,13 @@ State Take() {
     state.sweep = Sweep_Data;
     state.normalised = {Sys_Data.tracking_normalised};
     state.trigger = Trigger_Data;
+    state.autoset = Autoset_Data;
+    state.channel = Channel_Data;
+    state.marker = Marker_Data;
+    state.marker_tables = {(Global_Table & table_marker) != 0, (Global_Table & table_peak) != 0};
+    state.peak_switches = {Peak_Data.threshold_on, Peak_Data.by_level, Peak_Data.tracking};
+    state.peak_excursion = {Peak_Data.excursion};
+    state.peak_threshold = {Peak_Data.threshold};
     for (std::size_t i = 0; i < screens; ++i) {
         const Trace_Record& record = Trace_Data[i];
         state.trace_mode[i] = record.mode;
@@ -83,6 +102,18 @@ void Put(const State& state) {
     Sweep_Data = state.sweep;
     Sys_Data.tracking_normalised = state.normalised[0];
     Trigger_Data = state.trigger;
+    Autoset_Data = state.autoset;
+    Channel_Data = state.channel;
+    Marker_Data = state.marker;
+    Global_Table &= ~(table_marker | table_peak);
+    if (state.marker_tables[0]) Global_Table |= table_marker;
+    else if (state.marker_tables[1]) Global_Table |= table_peak;
+    Fit_Graticule_To_Table();
+    Peak_Data.threshold_on = state.peak_switches[0];
+    Peak_Data.by_level = state.peak_switches[1];
+    Peak_Data.tracking = state.peak_switches[2];
+    Peak_Data.excursion = state.peak_excursion[0];
+    Peak_Data.threshold = state.peak_threshold[0];
     for (std::size_t i = 0; i < screens; ++i) {
         Trace_Record& record = Trace_Data[i];
         record.mode = state.trace_mode[i];
@@ -101,6 +132,32 @@ void Put(const State& state) {
     ScreenActive = state.active_half;
     Apply_Split();
     Traces_Recalled();
+}
+
+template <class Field>
+void For_Each_Marker_Field(State& s, Field&& field) {
+    constexpr double longest = 1e6;  // places in zero span are s
+    field("active_marker", s.marker.active, 0, markers - 1);
+    field("counter_resolution", s.marker.resolution, 0, 4);
+    field("counter_resolution_manual", s.marker.resolution_manual, 0, 1);
+    field("markers_in_time", s.marker.in_time, 0, 1);
+    for (std::size_t i = 0; i < markers; ++i) {
+        field("marker_on", s.marker.on[i], 0, 1);
+        field("marker_column", s.marker.column[i], 0, trace_points - 1);
+        field("marker_place", s.marker.frequency[i], 0, std::max(MAXFREQUENCY, longest));
+        field("marker_trace", s.marker.trace[i], 0, no_trace);
+        field("marker_delta", s.marker.delta[i], 0, 1);
+        field("marker_delta_column", s.marker.delta_column[i], 0, trace_points - 1);
+        field("marker_delta_place", s.marker.delta_frequency[i], 0, std::max(MAXFREQUENCY, longest));
+        field("marker_delta_trace", s.marker.delta_trace[i], 0, no_trace);
+        field("marker_noise", s.marker.noise[i], 0, 1);
+        field("marker_counter", s.marker.counter[i], 0, 1);
+        field("marker_vswr", s.marker.vswr[i], 0, 1);
+    }
+    field("marker_tables", s.marker_tables, 0, 1);
+    field("peak_switches", s.peak_switches, 0, 1);
+    field("peak_excursion", s.peak_excursion, 0, 100);
+    field("peak_threshold", s.peak_threshold, -130, 30);
 }
 
 /// Every setting of the file with its name and range, in the order in which it stands there.
@@ -133,6 +190,10 @@ void For_Each_Field(State& s, Field&& field) {
     field("rbw", s.bw.rbw, 0, 15);
     field("vbw_manual", s.bw.vbw_mode, 0, 1);
     field("vbw", s.bw.vbw, 0, 12);
+    field("vbw_ratio", s.bw.ratio, 0, 1e6);
+    field("emi_filter", std::span(&s.bw.emi, 1), 0, 1);
+    field("sweep_mode", s.sweep.mode, sweep_mode_auto, sweep_mode_fft);
+    field("sweep_accurate", s.sweep.rule, 0, 1);
     field("sweep_time", s.sweep.time, 0, 1e6);
     field("sweep_time_manual", s.sweep.time_mode, 0, 1);
     for (std::size_t i = 0; i < screens; ++i) {
@@ -167,6 +228,17 @@ void For_Each_Field(State& s, Field&& field) {
     one("gate", s.trigger.gate, 0, 1);
     one("gate_delay", s.trigger.gate_delay, 0, 10);
     one("gate_length", s.trigger.gate_length, 1e-6, 10);
+    one("autoset_floor", s.autoset.floor, -100, 20);
+    one("autoset_floor_manual", s.autoset.floor_manual, 0, 1);
+    one("autoset_span", s.autoset.span, 100, MAXSPAN);
+    one("autoset_span_manual", s.autoset.span_manual, 0, 1);
+    one("acpr_spacing", s.channel.acpr_spacing, 0, MAXSPAN);
+    one("occupied_spacing", s.channel.occupied_spacing, 0, MAXSPAN);
+    one("cnr_spacing", s.channel.cnr_spacing, 0, MAXSPAN);
+    one("cso_spacing", s.channel.cso_spacing, 0, MAXSPAN);
+    one("ctb_spacing", s.channel.ctb_spacing, 0, MAXSPAN);
+    one("occupied_bandwidth", s.channel.occupied_bandwidth, 100, 1e9);
+    For_Each_Marker_Field(s, field);
 }
 
 std::string Written(State state) {
@@ -183,9 +255,16 @@ std::string Written(State state) {
     return text += ending;
 }
 
+/// The EMI filters and their widths go together.
+bool Fitting_Filter(bool emi, int rbw) {
+    constexpr int first_emi_filter = 13;
+    return emi ? rbw == 0 || rbw >= first_emi_filter : rbw < first_emi_filter;
+}
+
 bool Consistent(const State& s) {
     if (s.trigger.gate && s.trigger.source == trigger_by_video) return false;
     for (std::size_t i = 0; i < screens; ++i) {
+        if (!Fitting_Filter(s.bw.emi != 0, s.bw.rbw[i])) return false;
         const double start = s.freqs.start[i], stop = s.freqs.stop[i];
         if (std::fabs((start + stop) / 2 - s.freqs.center[i]) > 1) return false;
         if (std::fabs(stop - start - s.freqs.span[i]) > 1) return false;

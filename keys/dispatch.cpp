@@ -26,6 +26,9 @@ namespace {
 
 bool Remote() { return Remote_Flag.load(std::memory_order_acquire) != 0; }
 bool Sequence_Running() { return Sequence_runnow_flag == 1; }
+bool Autoset_Running() { return Run_AuotSet_flag == 1; }
+/// While the automatic setting runs, its own page has the key that ends it; all others wait.
+bool Soft_Keys_Wait() { return Remote() || (Autoset_Running() && &Current_Page() != &AutosetLink[0]); }
 
 void Clear_Pending_Warning() {
     Check_warning = Check_block3 = 0;
@@ -219,7 +222,7 @@ bool Ends_At_Information_Screen(int key) {
 void Execute_Soft_Key(std::int32_t code) {
     Clear_Pending_Warning();
     const int key = code & 15;
-    if (!Remote() && !Ends_At_Information_Screen(key)) fSwKeyPtr[Current_Page().family](key, AllKeyVar.unit_type);
+    if (!Soft_Keys_Wait() && !Ends_At_Information_Screen(key)) fSwKeyPtr[Current_Page().family](key, AllKeyVar.unit_type);
     Keylink_SwInit = key;
     Keypad_Keyin_Type_Lock = 0;
 }
@@ -263,7 +266,7 @@ void Type_Name(std::int32_t code) {
 void Execute_Numeric_Key(std::int32_t code) {
     Marker_Limit_Two_Point = 0;
     Redraw_Covered_Values();
-    if (Remote() || Sequence_Running()) return;
+    if (Remote() || Sequence_Running() || Autoset_Running()) return;
     if (AllKeyVar.clear == 1) {
         if (Name_Entry_Open == Name_Entry::none) Blank_Numeric_Field();
         keyvarecover();
@@ -278,7 +281,7 @@ void Execute_Numeric_Key(std::int32_t code) {
 
 bool Steps_Allowed() {
     const bool typed = AllKeyVar.count != 0 || AllKeyVar.sign == 1;
-    return !Remote() && !Sequence_Running() && AllKeyVar.unit_type != '5' && !typed;
+    return !Remote() && !Sequence_Running() && !Autoset_Running() && AllKeyVar.unit_type != '5' && !typed;
 }
 
 void Execute_Arrow(std::int32_t code) {
@@ -326,7 +329,7 @@ void Execute_Enter() {
 }  // namespace
 
 void Keypad_Exe_SPECTRUM_MODE(std::int32_t code) {
-    const bool busy = EMC_Data.running == 1 || Run_AuotSet_flag == 1;
+    const bool busy = EMC_Data.running == 1 || Autoset_Running();
     Run_Mode_Key(busy ? busy_keys : EMC_Data.mode == 1 ? emc_keys : spectrum_keys, code);
 }
 void Keypad_Exe_SEM_MODE(std::int32_t code) { Run_Mode_Key(emission_mask_keys, code); }

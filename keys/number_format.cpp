@@ -80,6 +80,25 @@ void Decibels(double value, int unit, int decimals, std::span<const char* const>
     Finish(value, Rounded(std::fabs(value), decimals), unit, decimals, names, result);
 }
 
+void Show_No_Value(std::span<char> text) { std::snprintf(text.data(), text.size(), "---"); }
+
+/// A frequency with its decimals in groups of three; with trim, groups of zeros behind the first are left away.
+void Group_Decimals(const Formatted_Value& formatted, int decimals, bool trim, std::span<char> text) {
+    std::array<char, 64> digits{}, grouped{};
+    const int count = Print_Number(formatted.mantissa, decimals, false, digits);
+    std::size_t length = 0;
+    const char* point = std::strchr(digits.data(), '.');
+    for (const char* c = digits.data(); c < digits.data() + count && length + 2 < grouped.size(); ++c) {
+        if (point && c > point + 1 && (c - point - 1) % 3 == 0) {
+            if (trim && std::strspn(c, "0") == std::strlen(c)) break;
+            grouped[length++] = ' ';
+        }
+        grouped[length++] = *c;
+    }
+    std::snprintf(text.data(), text.size(), "%s %s", grouped.data(),
+                  freqUnit[static_cast<std::size_t>(formatted.unit_group)]);
+}
+
 void Level_In(int unit, double dbm, int decimals, Formatted_Value& result) {
     const double value = AmplUnitTrans(dbm, unit, 1);
     switch (unit) {
@@ -178,20 +197,7 @@ void Format_Value(const Formatted_Value& value, int decimals, bool trim, std::sp
 void Format_Frequency(double hertz, bool trim, std::span<char> text) {
     Formatted_Value formatted;
     freqvalue_trans(std::isfinite(hertz) ? std::round(hertz) : hertz, 0, formatted);
-    std::array<char, 64> digits{}, grouped{};
-    const int decimals = 3 * formatted.unit_group;
-    const int count = Print_Number(formatted.mantissa, decimals, false, digits);
-    std::size_t length = 0;
-    const char* point = std::strchr(digits.data(), '.');
-    for (const char* c = digits.data(); c < digits.data() + count && length + 2 < grouped.size(); ++c) {
-        if (point && c > point + 1 && (c - point - 1) % 3 == 0) {
-            if (trim && std::strspn(c, "0") == std::strlen(c)) break;
-            grouped[length++] = ' ';
-        }
-        grouped[length++] = *c;
-    }
-    std::snprintf(text.data(), text.size(), "%s %s", grouped.data(),
-                  freqUnit[static_cast<std::size_t>(formatted.unit_group)]);
+    Group_Decimals(formatted, 3 * formatted.unit_group, trim, text);
 }
 
 void Format_Time(double seconds, std::span<char> text) {
@@ -222,6 +228,50 @@ void Format_Level(double dbm, std::span<char> text) {
     Formatted_Value formatted;
     ampvalue_trans(dbm, decimals, formatted);
     Format_Value(formatted, decimals, false, text);
+}
+
+void Show_MFvalue_Chunit(double hertz, double resolution, std::span<char> text) {
+    if (!std::isfinite(hertz)) return Show_No_Value(text);
+    const double finest = std::pow(10, std::floor(std::log10(std::max(resolution, 0.1)) + 1e-9));
+    const double rounded = std::round(hertz / finest) * finest;
+    Formatted_Value formatted;
+    marker_freqvalue_trans(rounded, 0, formatted);
+    const auto size = group_scale[static_cast<std::size_t>(formatted.unit_group)];
+    const int decimals = std::clamp(static_cast<int>(std::lround(std::log10(size / finest))), 0, most_decimals);
+    marker_freqvalue_trans(rounded, decimals, formatted);
+    Group_Decimals(formatted, decimals, false, text);
+}
+
+void Show_MCFvalue_Chunit(double hertz, double resolution, std::span<char> text) {
+    Show_MFvalue_Chunit(hertz, resolution, text);
+}
+
+void Show_Timevalue_Chunit(double seconds, std::span<char> text) {
+    if (!std::isfinite(seconds)) return Show_No_Value(text);
+    Formatted_Value formatted;
+    secvalue_trans(seconds, 3, formatted);
+    Format_Value(formatted, 3, seconds == 0, text);
+}
+
+void Show_MAvalue_Chunit(double dbm, std::span<char> text) {
+    if (!std::isfinite(dbm)) return Show_No_Value(text);
+    Format_Level(dbm, text);
+}
+
+void Show_DMAvalue_Chunit(double decibels, std::span<char> text) {
+    if (!std::isfinite(decibels)) return Show_No_Value(text);
+    Formatted_Value formatted;
+    deltavalue_trans(decibels, 2, formatted);
+    Format_Value(formatted, 2, false, text);
+}
+
+void Show_Noise_Density(double dbm, int decimals, std::span<char> text) {
+    if (!std::isfinite(dbm)) return Show_No_Value(text);
+    Formatted_Value formatted;
+    ampvalue_trans(dbm, decimals, formatted);
+    Format_Value(formatted, decimals, false, text);
+    const std::size_t length = std::strlen(text.data());
+    std::snprintf(text.data() + length, text.size() - length, "%s", Amp.unit == unit_volt ? "/\u221aHz" : "/Hz");
 }
 
 void Format_Three_Digits(double dbm, int unit, std::span<char> text) {

@@ -65,5 +65,16 @@ void Format_Bandwidth(double hertz, std::span<char> text);
 /// "-32.41 dBm", "223.61 mV": two decimals in the amplitude unit of the instrument.
 void Format_Level(double dbm, std::span<char> text);
 
+/// Readouts of markers; "---" for what is no number.
+/// Frequency or distance in groups of three decimals, down to the resolution (Hz).
+void Show_MFvalue_Chunit(double hertz, double resolution, std::span<char> text);
+/// Counted frequency, to its resolution (Hz).
+void Show_MCFvalue_Chunit(double hertz, double resolution, std::span<char> text);
+void Show_Timevalue_Chunit(double seconds, std::span<char> text);
+/// Level in the amplitude unit; difference in dB.
+void Show_MAvalue_Chunit(double dbm, std::span<char> text);
+void Show_DMAvalue_Chunit(double decibels, std::span<char> text);
+/// Noise density given in dBm/Hz, in the amplitude unit per hertz; volts per root of a hertz.
+void Show_Noise_Density(double dbm, int decimals, std::span<char> text);
 /// "70.7 mV": a level in volts or watts with three digits; "0 V" for no_level.
 void Format_Three_Digits(double dbm, int unit, std::span<char> text);

@@ -18,6 +18,7 @@ using display::Rect;
 constexpr Colour label_colour{180, 180, 180}, label_ground{74, 84, 86}, title_colour{255, 255, 255};
 constexpr int value_baseline = 50, value_size = 13, smallest_value_size = 10;
 constexpr int choice_row = 56, choice_row_without_value = 46, choice_box_height = 16;
+constexpr int first_body_row = 7, body_rows = 70;  // of a key; the rows around are its neighbours' and the title's
 constexpr int mark_inset = 8, mark_top = 26, mark_width = 4, mark_height = 32;
 constexpr int choice_room = label_width - 12, choice_margin = 6, widest_gap = 18, narrowest_gap = 8;
 constexpr std::size_t key_bytes = static_cast<std::size_t>(label_width) * label_height * 3;
@@ -30,10 +31,10 @@ Rect Key_Area(int key) { return {soft_key_x, Key_Y(key), label_width, label_heig
 
 /// Body of a key without its picture: a plain plate.
 void Plain_Key(std::span<std::uint8_t> picture) {
-    constexpr int first_row = 7, last_row = 76;
     for (int row = 0; row < label_height; ++row) {
         for (int column = 0; column < label_width; ++column) {
-            const bool body = row >= first_row && row <= last_row && column > 0 && column < label_width - 1;
+            const bool body_row = row >= first_body_row && row < first_body_row + body_rows;
+            const bool body = body_row && column > 0 && column < label_width - 1;
             std::uint8_t* pixel = picture.data() + (row * label_width + column) * 3;
             pixel[0] = body ? label_ground.red : 0;
             pixel[1] = body ? label_ground.green : 0;
@@ -43,7 +44,9 @@ void Plain_Key(std::span<std::uint8_t> picture) {
 }
 
 void Copy_Key(const std::array<std::uint8_t, key_bytes>& picture, int key, const Frame_Descriptor& layer) {
-    display::Copy_Picture(layer, picture.data(), soft_key_x, Key_Y(key), label_width, label_height);
+    constexpr std::size_t above = static_cast<std::size_t>(label_width) * first_body_row * 3;
+    display::Copy_Picture(layer, picture.data() + above, soft_key_x, Key_Y(key) + first_body_row, label_width,
+                          body_rows);
 }
 
 struct Choice_Place {

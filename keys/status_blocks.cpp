@@ -7,6 +7,7 @@
 
 #include "display/pictures.h"
 #include "display/text.h"
+#include "keys/bandwidth_entry.h"
 #include "keys/level_entry.h"
 #include "keys/number_format.h"
 #include "keys/shown_values.h"
@@ -30,7 +31,7 @@ const char* mode_name = "";
 
 constexpr int name_gap = 8, value_size = 13, smallest_value_size = 10, value_ascent = 13, value_height = 17;
 
-constexpr int icon_width = 38, icon_height = 16, icon_y = 30, sweep_icon_x = 528, trigger_icon_x = 572;
+constexpr int icon_width = 38, icon_height = 16, icon_x = 615, sweep_icon_y = 60, trigger_icon_y = 80;
 
 enum class Anchor { left, right };
 
@@ -46,6 +47,7 @@ struct Block {
     Line line;
     Anchor anchor;
     void (*value)(std::span<char> text);
+    bool (*manual)() = nullptr;  ///< of a value that may be automatic
 };
 
 std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
@@ -58,27 +60,42 @@ void Preamplifier(std::span<char> text) {
 }
 void Center(std::span<char> text) { Format_Frequency(Freqs.center[Screen()] + Freqs.offset[Screen()], false, text); }
 void Span(std::span<char> text) { Format_Frequency(Freqs.span[Screen()], true, text); }
-void Rbw(std::span<char> text) { Format_Bandwidth(Shown_RBW(), text); }
-void Vbw(std::span<char> text) { Format_Bandwidth(Shown_VBW(), text); }
-void Sweep_Time(std::span<char> text) { Format_Time(Sweep_Data.time[Screen()], text); }
+void Rbw(std::span<char> text) { Format_Bandwidth_Entry(Bandwidth_Entry::rbw, text); }
+void Vbw(std::span<char> text) { Format_Bandwidth_Entry(Bandwidth_Entry::vbw, text); }
+void Sweep_Time(std::span<char> text) { Format_Bandwidth_Entry(Bandwidth_Entry::sweep_time, text); }
+
+bool Manual_Attenuation() { return Amp.attenuation_mode[Screen()] != 0; }
+bool Manual_Rbw() { return BW_Data.rbw_mode[Screen()] != 0; }
+bool Manual_Vbw() { return BW_Data.vbw_mode[Screen()] != 0; }
+bool Manual_Time() { return Sweep_Data.time_mode[Screen()] != 0; }
 
 constexpr auto blocks = std::to_array<Block>({
     {keys::catRef, 12, 118, level_line, Anchor::left, Reference},
-    {keys::catAtt, 137, 76, level_line, Anchor::left, Attenuation},
+    {keys::catAtt, 137, 76, level_line, Anchor::left, Attenuation, Manual_Attenuation},
     {keys::catLog, 220, 94, level_line, Anchor::left, Scale},
     {keys::catPreamp, 320, 78, level_line, Anchor::left, Preamplifier},
     {keys::catCenter, 12, 250, frequency_line, Anchor::left, Center},
     {keys::catSpan, 610, 230, frequency_line, Anchor::right, Span},
-    {keys::catRBW, 12, 130, bandwidth_line, Anchor::left, Rbw},
-    {keys::catVBW, 150, 130, bandwidth_line, Anchor::left, Vbw},
-    {keys::catSweep, 610, 230, bandwidth_line, Anchor::right, Sweep_Time},
+    {keys::catRBW, 12, 130, bandwidth_line, Anchor::left, Rbw, Manual_Rbw},
+    {keys::catVBW, 150, 130, bandwidth_line, Anchor::left, Vbw, Manual_Vbw},
+    {keys::catSweep, 610, 230, bandwidth_line, Anchor::right, Sweep_Time, Manual_Time},
 });
+
+/// A value with a star behind it where it was set by hand, and what says that it is too short for a calibrated sweep.
+std::string_view Marked(std::string_view value, bool manual, bool uncal) {
+    static std::array<char, 128> text;
+    const std::string_view word = uncal ? Translated("UNCAL") : "";
+    const int length = std::snprintf(text.data(), text.size(), "%.*s%s%.*s", static_cast<int>(value.size()), value.data(),
+                                     manual ? uncal ? " * " : " *" : uncal ? " " : "", static_cast<int>(word.size()), word.data());
+    return {text.data(), static_cast<std::size_t>(length)};
+}
 
 void Draw_Block(const Block& block, int baseline) {
     std::array<char, 48> english{};
     block.value(english);
     std::array<char, 96> buffer;
-    const std::string_view text = Translated_Value(english.data(), buffer);
+    const bool uncal = block.name == keys::catSweep && Sweep_Data.uncal[Screen()] != 0;
+    const std::string_view text = Marked(Translated_Value(english.data(), buffer), block.manual && block.manual(), uncal);
     const bool linear = block.name == keys::catLog && Amp.scale_type[Screen()] != 0;
     const auto name = static_cast<std::size_t>(linear ? keys::catLin : block.name);
     const int name_width = cat_widths[name];
@@ -93,15 +110,16 @@ void Draw_Block(const Block& block, int baseline) {
                 label_width, category_height, fbOsd0, name_x + name_width - 1);
     const int value_x = name_x + name_width + name_gap;
     display::Draw_Field(fbOsd0, {value_x, top, left + block.width - value_x, value_height}, value_ascent, text,
-                        {face_bold, size, display::palette::value, display::palette::ground});
+                        {face_bold, size, uncal ? display::palette::attention : display::palette::value,
+                         display::palette::ground});
 }
 
 void Draw_Bar_Text(Rect area, std::string_view text, display::Colour colour, Font_Face face, int size, Align align) {
     display::Draw_Field(fbOsd0, area, 13, text, {face, size, colour, display::palette::bar}, align);
 }
 
-void Draw_Icon(const char* picture, int x) {
-    Show_Picture_File(picture, icon_width, icon_height, x, icon_y, fbVid0);
+void Draw_Icon(const char* picture, int y) {
+    Show_Picture_File(picture, icon_width, icon_height, icon_x, y, fbVid0);
 }
 
 }  // namespace
@@ -136,18 +154,17 @@ void Draw_Sweep_State() {
     constexpr Rect area{506, 3, 142, 18};
     const int size = display::Fitting_Size(text.data(), face_regular, 12, 9, area.width);
     Draw_Bar_Text(area, text.data(), display::palette::label, face_regular, size, Align::right);
-    Draw_Icon(Sweep_Data.single ? "SWP_single.jpg" : "SWP_cont.jpg", sweep_icon_x);
+    Draw_Icon(Sweep_Data.single ? "SWP_single.jpg" : "SWP_cont.jpg", sweep_icon_y);
     constexpr std::array triggers{"TRG_free.jpg", "TRG_video.jpg", "TRG_external.jpg"};
-    Draw_Icon(triggers[std::min<std::size_t>(Trigger_Data.source, 2)], trigger_icon_x);
+    Draw_Icon(triggers[std::min<std::size_t>(Trigger_Data.source, 2)], trigger_icon_y);
     Draw_Trigger_Wait();
 }
 
 void Draw_Trigger_Wait() {
-    constexpr Rect area{396, 30, 126, 16};
+    constexpr Rect area{130, 44, 260, 13};
     const std::string_view text = Trigger_Wait_Shown ? Translated("Waiting for trigger") : std::string_view();
     const int size = display::Fitting_Size(text, face_regular, 12, 9, area.width);
-    display::Draw_Field(fbOsd0, area, 12, text, {face_regular, size, display::palette::attention, display::palette::ground},
-                        Align::right);
+    display::Draw_Field(fbOsd0, area, 11, text, {face_regular, size, display::palette::attention, display::palette::ground});
 }
 
 void Draw_Model() {

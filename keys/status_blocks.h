@@ -11,10 +11,10 @@ void blocktwo_str_init();
 /// Reference level, attenuation, scale and preamplifier above; centre, span, RBW, VBW and sweep time below.
 void Draw_Status_Blocks();
 
-/// Mode and sweep state at the right end of the top line; below them the icons of sweep and trigger.
+/// Mode and sweep state at the right end of the top line; beside the graticule the icons of sweep and trigger.
 void Draw_Sweep_State();
 
-/// Says beside the icons that the sweep waits for its trigger, or no more.
+/// Says above the graticule that the sweep waits for its trigger, or no more.
 void Draw_Trigger_Wait();
 
 /// Model at the left end of the top line, and the clock beside it.

@@ -40,6 +40,7 @@ enum Sweep_Element : std::size_t {
     sweep_points = 12,       ///< points of the sweep, 601
     sweep_impedance = 13,    ///< 0: 50 ohm, 1: 75 ohm
     sweep_steps = 14,        ///< measurement steps, at most 760 000
+    sweep_rbw_code = 16,     ///< RBW index of the filter before the detector; in FFT mode one that lets a whole FFT through
     sweep_preamplifier = 17, ///< 1: switched in
     sweep_emi = 18,          ///< 1: EMI (6 dB) filters
     sweep_trigger_frequency = 19,   ///< Hz, whose level the video trigger watches
@@ -99,6 +100,10 @@ enum Gate_Element : std::size_t {
 
 /// Element of the corrections message at which the full span follows the 17 values.
 constexpr std::size_t corrections_values = 17;
+
+/// Frequency counter: 1: on (0 or 1), 2: frequency (Hz) at which it counts, 3: resolution (Hz); a count takes one divided
+/// by it, and a sweep waits for it at that frequency. The message empties the counter's cells before the answer.
+constexpr int code_counter = 20;
 
 /// A sweep message resets the count of written samples to 0 and starts a new sweep at its first point before the
 /// answer is given, so whoever has the answer never reads samples of older settings.

@@ -20,6 +20,8 @@ enum Sample_Element : std::size_t {
     dsp_version = 120803,         ///< firmware versions times 100: signal-processing core,
     tracking_version = 120804,    ///< tracking generator,
     rf_version = 120805,          ///< receiver
+    counter_frequency = 120806,   ///< Hz as counted last, 0 none; written after
+    counter_ratio = 120807,       ///< dB of signal over noise in the RBW
     quasi_peak_samples = 120810,
     sweep_finished = 180911,      ///< 1.0 when a triggered sweep has ended; cleared by the reader
     emi_average_samples = 180912,

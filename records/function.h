@@ -14,7 +14,7 @@ inline std::int32_t Global_Table_Flag_For_File = 0;
 
 enum Global_Table_Bit : std::int32_t {
     table_occupied_bandwidth = 4, table_acpr = 8, table_jitter = 0x20, table_peak = 0x100, table_sequence = 0x400,
-    table_split = 0x800, table_emission_mask = 0x1000, table_without_center = 0x80000,
+    table_split = 0x800, table_emission_mask = 0x1000, table_marker = 0x4000, table_without_center = 0x80000,
     table_single_frequency = 0x200000,
     table_cnr = 0x10000, table_cso = 0x20000, table_ctb = 0x40000
 };

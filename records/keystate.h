@@ -28,6 +28,7 @@ inline std::int32_t FLAG_BLOCK_MINUS_KEY = 1;
 inline std::int32_t HWkeyIdx = 0;
 inline std::int32_t Keylink_HwInit = 0;
 inline std::int32_t Keylink_SwInit = 0;
+enum Covered_Value { covers_rbw = 1, covers_time_long, covers_time_short, covers_uncal };
 /// The value in whose place a warning stands, 0 none: 1 RBW, 2 to 4 sweep time, 5 demodulation delay, 6 marker frequency
 /// of a limit line, 7 the password field.
 inline std::int32_t Check_warning = 0;

@@ -2,6 +2,7 @@
 
 #include "records/amp.h"
 #include "records/analysis.h"
+#include "records/autoset.h"
 #include "records/bw.h"
 #include "records/channel.h"
 #include "records/display.h"
@@ -83,6 +84,7 @@ void Reset_Records() {
     Sequence_runnow_flag = SEQCAL_Flag = PmetRemoteJudgeFlag = PowerSensor_Insert = Run_AuotSet_flag = 0;
     EMC_Data = {};
     Channel_Data = {};
+    Autoset_Data = {};
     attention_notice = 0;
     AllKeyVar = {};
     Keypad_AllKeyVarunitype = 0;
@@ -91,7 +93,9 @@ void Reset_Records() {
     Check_warning = Check_block3 = Marker_Limit_Two_Point = Near_DC_Search_Flag = 0;
     Name_Entry_Open = Name_Entry::none;
     Marker_Data = {};
+    Marker_NoiseValue = Marker_Delta_NoiseValue = {};
     Peak_Data = {};
+    Peak_Excludenum = 0;
     TG_Pos_Diff_Value = Check_TG_Normalize = Check_Sweep_Again = CheckNormInit = 0;
     Normalisation_Trace = {};
     LimitlineScreen = SetFreqScaleRedraw = Trace_Gain_Correction = 0;

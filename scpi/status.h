@@ -31,6 +31,7 @@ enum Standard_Event_Bit : std::uint32_t {
     esr_execution_error = 16, esr_command_error = 32, esr_user_request = 64, esr_power_on = 128
 };
 constexpr std::uint32_t operation_waiting_for_trigger = 32;
+constexpr std::uint32_t questionable_bandwidth = 32;  ///< of the frequency set
 
 /// Reads a register; an index outside the table reads 0.
 std::uint32_t SCPI_RegGet(ScpiContext& context, std::size_t index);

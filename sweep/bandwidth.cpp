@@ -3,27 +3,31 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <span>
 
+#include "keys/numeric_entry.h"
 #include "keys/shown_values.h"
+#include "keys/soft_keys.h"
+#include "keys/status_blocks.h"
 #include "records/freqs.h"
 #include "records/trace.h"
+#include "sweep/dependants.h"
+#include "sweep/setting_errors.h"
+#include "sweep/transfer.h"
 
 namespace {
 
-enum Rbw_Index : int { rbw_1mhz = 0, rbw_10khz = 4, rbw_3khz = 5, rbw_1hz = 12, rbw_emi_200hz, rbw_emi_120khz, rbw_emi_9khz };
+constexpr int source_typed = 2;
+constexpr double smallest_ratio = 1e-6, largest_ratio = 1e6;
 
 constexpr std::array<double, 16> rbw_hertz{1e6, 300e3, 100e3, 30e3, 10e3, 3e3, 1e3,  300,
                                            100, 30,    10,    3,    1,    141, 84853, 6364};
 constexpr std::array<double, 3> emi_hertz{200, 120e3, 9e3};  ///< 6 dB widths of indices 13 to 15
 constexpr std::array<double, 13> vbw_hertz{1e6, 300e3, 100e3, 30e3, 10e3, 3e3, 1e3, 300, 100, 30, 10, 3, 1};
 
-/// Settling in ticks of 0.16 us, by VBW index and by RBW index and filter mode.
-constexpr std::array<int, 13> Sweep_VBW{14,   20,    39,    128,    287,    1280,   2560,
-                                        12800, 25600, 128000, 256000, 1280000, 2560000};
-constexpr std::array<std::array<int, 3>, 16> Sweep_RBW{{{40, 42, 213}, {53, 59, 0}, {213, 221, 0}, {417, 541, 0},
-                                                        {1400, 1750, 0}, {9440, 9440, 9440}, {18880, 18880, 18880},
-                                                        {}, {}, {}, {}, {}, {},
-                                                        {94405, 94405, 94405}, {221, 221, 221}, {2134, 2134, 2134}}};
+/// The entries that can be chosen, from the widest to the narrowest.
+constexpr std::array<int, 13> ordinary_entries{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+constexpr std::array<int, 4> emi_entries{rbw_1mhz, rbw_emi_120khz, rbw_emi_9khz, rbw_emi_200hz};
 
 /// Automatic RBW by span: the first bound (Hz) that the span does not exceed.
 struct Span_Bound {
@@ -37,13 +41,9 @@ constexpr std::array<Span_Bound, 3> emi_rbw_by_span{{{33'840, rbw_emi_200hz}, {1
 constexpr std::array<Span_Bound, 3> emi_rbw_by_center{{{150e3, rbw_emi_200hz}, {30e6, rbw_emi_9khz},
                                                        {1e9, rbw_emi_120khz}}};
 
-constexpr int zero_span_steps = 600, fewest_steps = 6;
-
-/// One FFT takes in this many resolution bandwidths and as many seconds as the Gaussian window is long, and costs its
-/// arithmetic; faster than the screen can show is not needed.
-constexpr double fft_bandwidths = 512, fft_window = 2.1, fft_arithmetic = 2e-3, fft_fastest = 20e-3;
-
 std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
+int& Rbw() { return BW_Data.rbw[Screen()]; }
+int& Vbw() { return BW_Data.vbw[Screen()]; }
 
 template <std::size_t n>
 int By_Bound(const std::array<Span_Bound, n>& table, double value) {
@@ -52,14 +52,39 @@ int By_Bound(const std::array<Span_Bound, n>& table, double value) {
 }
 
 bool Emi_Rbw(int rbw) { return rbw >= rbw_emi_200hz; }
+bool Too_Narrow_For_Zero_Span(int rbw) { return rbw >= rbw_3khz && rbw <= rbw_1hz; }
 
-int Auto_Rbw(double span) {
-    const int present = BW_Data.rbw[Screen()];
+std::span<const int> Rbw_Entries() {
+    return BW_Data.emi ? std::span<const int>(emi_entries) : std::span<const int>(ordinary_entries);
+}
+
+/// The entry nearest to a width in Hz as a ratio, of two as near the wider one.
+int Nearest(std::span<const int> entries, double (*hertz)(int), double value) {
+    const auto distance = [&](int entry) {
+        return value > 0 ? std::fabs(std::log(hertz(entry) / value)) : hertz(entry);
+    };
+    int best = entries.front();
+    for (const int entry : entries) {
+        if (distance(entry) < distance(best)) best = entry;
+    }
+    return best;
+}
+
+/// The entry beside the present one, in the direction of the pending step.
+int Neighbour(std::span<const int> entries, double (*hertz)(int), int present) {
+    const int nearest = Nearest(entries, hertz, hertz(present)), steps = Pending_Steps();
+    const auto place = std::find(entries.begin(), entries.end(), nearest);
+    if (steps > 0 && place != entries.begin()) return *(place - 1);
+    if (steps < 0 && place + 1 != entries.end()) return *(place + 1);
+    return nearest;
+}
+
+int Auto_Rbw(std::size_t screen, int present, double span) {
     if (span == 0) return present <= rbw_10khz || Emi_Rbw(present) ? present : rbw_10khz;
     if (!BW_Data.emi) return By_Bound(rbw_by_span, span);
-    const auto& trace = Trace_Data[Screen()];
+    const auto& trace = Trace_Data[screen];
     if (trace.detector[trace.active & 3] == detector_quasi_peak) {
-        return By_Bound(emi_rbw_by_center, Freqs.center[Screen()]);
+        return By_Bound(emi_rbw_by_center, Freqs.center[screen]);
     }
     return By_Bound(emi_rbw_by_span, span);
 }
@@ -73,90 +98,180 @@ int Auto_Vbw(int rbw) {
     }
 }
 
-bool Emi_Detector() { return BW_Data.detector[Screen()] >= 8 && BW_Data.detector[Screen()] <= 12; }
-
-bool Fft_Mode(int rbw, double span) {
-    if (rbw == rbw_emi_200hz) return !Emi_Detector() && span != 0;
-    return rbw >= rbw_3khz && rbw <= rbw_1hz && span != 0;
+int Coupled_Vbw(std::size_t screen, int rbw, int present) {
+    if (BW_Data.vbw_mode[screen] == 0) return Auto_Vbw(rbw);
+    const double ratio = BW_Data.ratio[screen];
+    return ratio > 0 ? Nearest(ordinary_entries, Int_VBW_Transfer, ratio * Int_RBW_Transfer(rbw)) : present;
 }
 
-double Step_Count(int rbw, double span) {
-    if (span == 0) return zero_span_steps;
-    double count = 0;
-    if (Emi_Detector()) {
-        count = std::trunc(span / Int_RBW_Transfer(rbw));
-    } else if (BW_Data.emi && (Emi_Rbw(rbw) || rbw == rbw_1mhz)) {
-        count = std::ceil(1.85 * span / rbw_hertz[static_cast<std::size_t>(rbw)]);
-    } else {
-        count = std::ceil(2 * span / Int_RBW_Transfer(rbw));
-    }
-    return count <= 5 ? fewest_steps : count;
+void Couple(std::size_t screen) {
+    BW_Record& bw = BW_Data;
+    if (bw.rbw_mode[screen] == 0) bw.rbw[screen] = Auto_Rbw(screen, bw.rbw[screen], Freqs.span[screen]);
+    if (bw.vbw_mode[screen] == 0) bw.ratio[screen] = 0;
+    bw.vbw[screen] = Coupled_Vbw(screen, bw.rbw[screen], bw.vbw[screen]);
+    if (!Sweep_Mode_Suits(Sweep_Data.mode[screen], bw.rbw[screen])) Sweep_Data.mode[screen] = sweep_mode_auto;
 }
 
-double Fft_Time(int rbw, double span) {
-    const double hertz = Int_RBW_Transfer(rbw);
-    return std::max(fft_fastest, std::ceil(span / (fft_bandwidths * hertz)) * (fft_window / hertz + fft_arithmetic));
+bool Manual_Rbw_Unfit() {
+    return Freqs.span[Screen()] == 0 && BW_Data.rbw_mode[Screen()] != 0 && Too_Narrow_For_Zero_Span(Rbw());
 }
 
-/// Seconds of one sweep; one step takes 0.16 us a tick of settling and a fixed part.
-double Shortest_Time(int rbw, int vbw, double span) {
-    if (Fft_Mode(rbw, span)) return Fft_Time(rbw, span);
-    const auto filter = static_cast<std::size_t>(std::clamp(BW_RBW_Mode[Screen()], 0, 2));
-    const int settling = Sweep_VBW[static_cast<std::size_t>(vbw)] + Sweep_RBW[static_cast<std::size_t>(rbw)][filter] + 184;
-    const double fixed = rbw == rbw_emi_9khz && vbw == 4 ? 42 : 20;
-    return (0.16 * settling + fixed) * Step_Count(rbw, span) / 1e6;
+/// Zero span with a manual RBW that is too narrow for it: said when it comes to that.
+void Judge_Bandwidth() {
+    const bool unfit = Manual_Rbw_Unfit();
+    if (unfit && !BW_Data.unfit[Screen()]) Raise_Setting_Error(source_typed, error_zero_span_rbw);
+    BW_Data.unfit[Screen()] = unfit;
+    Set_Bandwidth_Condition(unfit);
 }
 
-int Table_Rbw(int index) { return index < 0 || index > 15 ? 1 : index; }
-int Table_Vbw(int index) { return index < 0 || index > 12 ? 0 : index; }
+/// Takes a change of the record with what is coupled to it, or refuses it where it would take too long.
+template <class Change>
+int Take(int source, Change&& change) {
+    const BW_Record before = BW_Data;
+    const auto mode = Sweep_Data.mode;
+    change();
+    Couple(Screen());
+    if (Shortest_Sweep_Time(Rbw(), Vbw(), Freqs.span[Screen()]) < longest_sweep_time) return 0;
+    BW_Data = before;
+    Sweep_Data.mode = mode;
+    Raise_Setting_Error(source, error_span_or_bandwidth);
+    return -1;
+}
 
-/// Counts beyond the integer range belong to settings that are refused.
-std::int32_t Stored_Count(double count) { return static_cast<std::int32_t>(std::min(count, 2e9)); }
+/// The settings go to the screen and to the core, when they were taken.
+int Send(int result) {
+    if (result != 0) return result;
+    Setting_Taken();
+    Ext_BW_Auto_RBW();
+    Ext_Sweep_Time_Auto();
+    Redraw_Keys();
+    Draw_Status_Blocks();
+    LOOP_SetTrans_Var();
+    return 0;
+}
+
+/// An RBW that can't be had leaves its mark in the status.
+int Send_Rbw(int result) {
+    if (result != 0) Set_Bandwidth_Condition(true);
+    return Send(result);
+}
+
+bool No_Value(int source, double value) { return source == source_typed && !std::isfinite(value); }
 
 }  // namespace
 
-double Int_RBW_Transfer(int index) {
-    if (index < 0 || index > 15) return 300e3;
-    if (BW_Data.emi && Emi_Rbw(index)) return emi_hertz[static_cast<std::size_t>(index - rbw_emi_200hz)];
-    return rbw_hertz[static_cast<std::size_t>(index)];
+double RBW_3dB_Width(int index) {
+    return index < 0 || index >= static_cast<int>(rbw_hertz.size()) ? 300e3 : rbw_hertz[static_cast<std::size_t>(index)];
 }
 
-double Int_VBW_Transfer(int index) { return vbw_hertz[static_cast<std::size_t>(Table_Vbw(index))]; }
+double Int_RBW_Transfer(int index) {
+    if (BW_Data.emi && index >= rbw_emi_200hz && index <= rbw_emi_9khz) {
+        return emi_hertz[static_cast<std::size_t>(index - rbw_emi_200hz)];
+    }
+    return RBW_3dB_Width(index);
+}
 
-double Int_BW_Transfer_Ratio() {
-    return Int_VBW_Transfer(BW_Data.vbw[Screen()]) / Int_RBW_Transfer(BW_Data.rbw[Screen()]);
+bool EMI_Bandwidth(int index) { return BW_Data.emi && (index == rbw_1mhz || (Emi_Rbw(index) && index <= rbw_emi_9khz)); }
+
+double Int_VBW_Transfer(int index) {
+    return index < 0 || index >= static_cast<int>(vbw_hertz.size()) ? 1e6 : vbw_hertz[static_cast<std::size_t>(index)];
+}
+
+double Int_BW_Transfer_Ratio() { return Int_VBW_Transfer(Vbw()) / Int_RBW_Transfer(Rbw()); }
+
+int RBW_For_Span(int rbw, double span) { return BW_Data.rbw_mode[Screen()] == 0 ? Auto_Rbw(Screen(), rbw, span) : rbw; }
+
+int VBW_For_RBW(int rbw, int vbw) { return Coupled_Vbw(Screen(), rbw, vbw); }
+
+int Set_BW_RBW(int source, double value) {
+    if (No_Value(source, value)) return -1;
+    return Send_Rbw(Cal_BW_RBW(source, value));
+}
+
+int Cal_BW_RBW(int source, double value) {
+    if (No_Value(source, value)) return -1;
+    const auto entries = Rbw_Entries();
+    const int rbw = source == source_typed ? Nearest(entries, Int_RBW_Transfer, value)
+                                           : Neighbour(entries, Int_RBW_Transfer, Rbw());
+    if (Freqs.span[Screen()] == 0 && Too_Narrow_For_Zero_Span(rbw)) {
+        Raise_Setting_Error(source, error_zero_span_rbw);
+        return -1;
+    }
+    return Take(source, [&] {
+        Rbw() = rbw;
+        BW_Data.rbw_mode[Screen()] = 1;
+    });
+}
+
+int Set_BW_VBW(int source, double value) { return Send(Cal_BW_VBW(source, value)); }
+
+int Cal_BW_VBW(int source, double value) {
+    if (No_Value(source, value)) return -1;
+    const int vbw = source == source_typed ? Nearest(ordinary_entries, Int_VBW_Transfer, value)
+                                           : Neighbour(ordinary_entries, Int_VBW_Transfer, Vbw());
+    return Take(source, [&] {
+        Vbw() = vbw;
+        BW_Data.vbw_mode[Screen()] = 1;
+        BW_Data.ratio[Screen()] = 0;
+    });
+}
+
+int Set_BW_Ratio(int source, double value) { return Send(Cal_BW_Ratio(source, value)); }
+
+int Cal_BW_Ratio(int source, double value) {
+    if (No_Value(source, value)) return -1;
+    if (source != source_typed) {
+        const int vbw = Neighbour(ordinary_entries, Int_VBW_Transfer, Vbw());
+        value = Int_VBW_Transfer(vbw) / Int_RBW_Transfer(Rbw());
+    }
+    return Take(source, [&] {
+        BW_Data.vbw_mode[Screen()] = 1;
+        BW_Data.ratio[Screen()] = std::clamp(value, smallest_ratio, largest_ratio);
+    });
+}
+
+int Set_RBW_Mode(bool manual) {
+    return Send_Rbw(Take(source_typed, [&] { BW_Data.rbw_mode[Screen()] = manual ? 1 : 0; }));
+}
+
+int Set_VBW_Mode(bool manual) {
+    return Send(Take(source_typed, [&] { BW_Data.vbw_mode[Screen()] = manual ? 1 : 0; }));
+}
+
+int Set_EMI_Filter(bool on) {
+    if (on == (BW_Data.emi != 0)) return 0;
+    BW_Data.emi = on ? 1 : 0;
+    for (std::size_t screen = 0; screen < BW_Data.rbw.size(); ++screen) {
+        BW_Data.rbw_mode[screen] = BW_Data.vbw_mode[screen] = 0;
+        BW_Data.rbw[screen] = Nearest(Rbw_Entries(), Int_RBW_Transfer, RBW_3dB_Width(BW_Data.rbw[screen]));
+        for (auto& choice : Trace_Data[screen].detector_choice) {
+            if (!on && (choice == detector_quasi_peak || choice == detector_emi_average)) choice = detector_auto;
+        }
+        Couple(screen);
+    }
+    return Send(0);
 }
 
 void Ext_BW_Auto_RBW() {
-    if (BW_Data.rbw_mode[Screen()] == 0) BW_Data.rbw[Screen()] = Auto_Rbw(Freqs.span[Screen()]);
-    Ext_BW_Auto_VBW();
+    Couple(Screen());
+    Choose_Detectors();
+    const auto& trace = Trace_Data[Screen()];
+    constexpr int first_emi_detector = 8;
+    const int detector = trace.detector[trace.active & 3];
+    BW_Data.detector[Screen()] = detector >= detector_quasi_peak ? detector - detector_quasi_peak + first_emi_detector : detector;
+    Judge_Bandwidth();
 }
 
 void Ext_BW_Auto_VBW() {
-    if (BW_Data.vbw_mode[Screen()] != 0) return;
-    BW_Data.vbw[Screen()] = Auto_Vbw(BW_Data.rbw[Screen()]);
-    BW_Data.ratio[Screen()] = 0;
+    if (BW_Data.vbw_mode[Screen()] == 0) BW_Data.ratio[Screen()] = 0;
+    Vbw() = Coupled_Vbw(Screen(), Rbw(), Vbw());
 }
 
-int JUDGE_FFT_MODE() { return Fft_Mode(BW_Data.rbw[Screen()], Freqs.span[Screen()]); }
-
-void Ext_Sweep_Time_Auto() {
-    const int rbw = Table_Rbw(BW_Data.rbw[Screen()]), vbw = Table_Vbw(BW_Data.vbw[Screen()]);
-    const double span = Freqs.span[Screen()];
-    Sweep_Data.steps[Screen()] = Stored_Count(Step_Count(rbw, span));
-    Sweep_Data.shortest[Screen()] = Shortest_Time(rbw, vbw, span);
-    Sweep_Data.fft = Fft_Mode(rbw, span);
-    double& time = Sweep_Data.time[Screen()];
-    if (Sweep_Data.time_mode[Screen()] == 0) time = Sweep_Data.shortest[Screen()];
-    time = std::clamp(time, Sweep_Data.shortest[Screen()], std::max(longest_sweep_time, Sweep_Data.shortest[Screen()]));
-}
-
-int Ext_Sweep_Time_Check(int rbw, int vbw, Sweep_Record& sweep, double span) {
-    span = span <= 0 ? 0 : std::clamp(span, 100.0, MAXSPAN);
-    rbw = Table_Rbw(BW_Data.rbw_mode[Screen()] == 0 ? Auto_Rbw(span) : rbw);
-    vbw = Table_Vbw(BW_Data.vbw_mode[Screen()] == 0 ? Auto_Vbw(rbw) : vbw);
-    sweep.steps[Screen()] = Stored_Count(Step_Count(rbw, span));
-    return Shortest_Time(rbw, vbw, span) >= longest_sweep_time;
+int BW_RBW_Code() {
+    if (!JUDGE_FFT_MODE()) return Rbw();
+    int code = rbw_10khz;
+    while (code > rbw_1mhz && RBW_3dB_Width(code) < FFT_Width(Rbw())) --code;
+    return code;
 }
 
 void BW_Init() {
@@ -165,11 +280,7 @@ void BW_Init() {
     Ext_BW_Auto_RBW();
 }
 
-void Sweep_Init() {
-    Sweep_Data = {};
-    Ext_Sweep_Time_Auto();
-}
-
-double Shown_RBW() { return Int_RBW_Transfer(BW_Data.rbw[Screen()]); }
-
-double Shown_VBW() { return Int_VBW_Transfer(BW_Data.vbw[Screen()]); }
+double Shown_RBW() { return Int_RBW_Transfer(Rbw()); }
+double Shown_VBW() { return Int_VBW_Transfer(Vbw()); }
+double Shown_VBW_Ratio() { return Int_BW_Transfer_Ratio(); }
+bool Shown_FFT() { return JUDGE_FFT_MODE() != 0; }

@@ -15,6 +15,9 @@ void Restart_Hold_Buffer();
 /// The level scale has changed: graticule and traces are drawn again.
 void Level_Scale_Changed();
 
+/// The automatic choice of detectors, after a change of the bandwidths.
+void Choose_Detectors();
+
 /// The line that shows the level of the video trigger has come, gone or moved.
 void Trigger_Line_Changed();
 

@@ -354,6 +354,8 @@ double Cal_Span_temp(int source) {
     return std::min(ladder ? Ladder_Span(Span(), steps > 0) : Fine_Span(Span(), steps), MAXSPAN);
 }
 
+double Span_Stepped(double span, int steps) { return steps == 0 ? span : Ladder_Span(span, steps > 0); }
+
 void Cal_Span(int source, double value) {
     if (No_Number(source, value)) return;
     const double old_span = Span();

@@ -39,6 +39,9 @@ void Cal_Span(int source, double value);
 /// The span that a step would give, without storing it.
 double Cal_Span_temp(int source);
 
+/// The entry of the 1-2-5 sequence above or below a span (Hz); the span itself for no steps.
+double Span_Stepped(double span, int steps);
+
 /// Centre, start and stop at one frequency.
 void TheSameFreq(double frequency);
 

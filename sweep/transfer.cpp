@@ -84,6 +84,7 @@ void Compose_Sweep(platform::Message_Code code) {
     m[sweep_points] = Trace_Data[Screen()].points;
     m[sweep_impedance] = Amp.impedance[Screen()];
     m[sweep_steps] = std::min(Sweep_Data.steps[Screen()], most_steps);
+    m[sweep_rbw_code] = BW_RBW_Code();
     m[sweep_preamplifier] = Amp.preamplifier_in[Screen()];
     m[sweep_emi] = BW_Data.emi;
     m[sweep_trigger_frequency] = Trigger_Data.video_frequency[Screen()];

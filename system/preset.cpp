@@ -4,6 +4,8 @@
 
 #include "keys/handlers.h"
 #include "keys/status_blocks.h"
+#include "measure/autoset.h"
+#include "measure/channel.h"
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
@@ -31,7 +33,7 @@ namespace {
 void Modes_Init() {
     FunctionMode_Flag = FunctionMode_Flag_For_File = mode_spectrum;
     Global_Table = Global_Table_Flag_For_File = 0;
-    System_information = Sequence_runnow_flag = Run_AuotSet_flag = 0;
+    System_information = Sequence_runnow_flag = 0;
     Sys_Data.tracking_normalised = TG_Pos_Diff_Value = Check_TG_Normalize = Check_Sweep_Again = 0;
     EMC_Data = {};
     attention_notice = 0;
@@ -50,7 +52,7 @@ void Single_Sweep_Init() {
 }
 
 /// Each area's settings to their factory values. An area that others take values from comes before them.
-constexpr std::array areas{Modes_Init, Screen_Init,    Freqs_ArrayInit,   Trigger_Init,  Amp_ArrayInit,         limitline_init,
+constexpr std::array areas{Autoset_Init, Channel_Init, Modes_Init, Screen_Init,    Freqs_ArrayInit,   Trigger_Init,  Amp_ArrayInit,         limitline_init,
                            PeakSearch_Init, Marker_Init, Markerto_Init,   BW_Init,               Sweep_Init,
                            Single_Sweep_Init, Init_Trace_Data, Init_Spectrogram, Init_TopographicData,
                            Corr_Init_For_Opening};

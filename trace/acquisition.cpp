@@ -19,6 +19,7 @@
 #include "scpi/status.h"
 #include "sweep/transfer.h"
 #include "trace/icons.h"
+#include "trace/markers.h"
 #include "trace/plot.h"
 #include "trace/point_path.h"
 #include "trace/scale.h"
@@ -101,13 +102,6 @@ void Set_Opc() {
     SCPI_RegSetBits(scpi_context, reg_esr, esr_operation_complete);
 }
 
-/// Operations that wait for the end of a sweep are complete.
-void Complete_Operations() {
-    Command_Query_Opc_Flag.store(0, std::memory_order_release);
-    Pending_Operation_Flag_check.store(0, std::memory_order_release);
-    Pending_Operation_Flag.store(0, std::memory_order_release);
-}
-
 void Stop_Single_Sweep() {
     SweepSingle_Data.store(1, std::memory_order_release);
     if (Fpga_Int_Request(FPGA_Int_Fd.load(std::memory_order_acquire), 0, 1) < 0) std::printf("set failed\n");
@@ -137,7 +131,7 @@ bool Go_On_After_Single_Sweep() {
         return true;
     }
     Sweep_Data.single_left = 0;
-    Complete_Operations();
+    if (!Run_AuotSet_flag) Complete_Operations();
     Stop_Single_Sweep();
     return false;
 }
@@ -149,9 +143,10 @@ bool End_Of_Sweep(Trace_Record& record) {
     TraceEnvelope();
     record.point = 0;
     record.sweep_complete = 1;
+    Markers_End_Of_Sweep();
     DetectionAutoFunc();
     if (Sweep_Data.single) return Go_On_After_Single_Sweep();
-    Complete_Operations();
+    if (!Run_AuotSet_flag) Complete_Operations();
     if (Swept_In_Turn()) {
         Sweep_Other_Half();
         return true;
@@ -209,7 +204,13 @@ bool Single_Sweep_Under_Way() {
 }
 
 bool Operation_Pending() {
-    return Pending_Operation_Flag.load(std::memory_order_acquire) || Single_Sweep_Under_Way();
+    return Pending_Operation_Flag.load(std::memory_order_acquire) || Single_Sweep_Under_Way() || Run_AuotSet_flag != 0;
+}
+
+void Complete_Operations() {
+    Command_Query_Opc_Flag.store(0, std::memory_order_release);
+    Pending_Operation_Flag_check.store(0, std::memory_order_release);
+    Pending_Operation_Flag.store(0, std::memory_order_release);
 }
 
 bool Sweep_Can_Come() {
@@ -295,7 +296,7 @@ void readadc() {
             Redraw_Marked_Traces(record);
         }
         Show_Trigger_Wait();
-        if (Sweep_Data.single) Pending_Operation_Flag.store(0, std::memory_order_release);
+        if (Sweep_Data.single && !Run_AuotSet_flag) Pending_Operation_Flag.store(0, std::memory_order_release);
         Set_Opc();
     }
     platform::Sleep_For(std::chrono::microseconds(10));

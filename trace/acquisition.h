@@ -11,6 +11,9 @@ bool Single_Sweep_Under_Way();
 /// True while something is pending that the end of a sweep completes. The caller holds Command_Main_Mutex.
 bool Operation_Pending();
 
+/// What waits for the end of a sweep, or of the automatic setting, is complete.
+void Complete_Operations();
+
 /// False when no sweep will end as things are: a single sweep has stopped, a mode that doesn't sweep, or no link to the
 /// core. With or without Command_Main_Mutex.
 bool Sweep_Can_Come();

@@ -6,6 +6,7 @@
 #include "records/analysis.h"
 #include "records/freqs.h"
 #include "records/trace.h"
+#include "trace/acquisition.h"
 #include "trace/plot.h"
 #include "trace/point_path.h"
 #include "trace/trace_settings.h"
@@ -53,6 +54,8 @@ void Level_Scale_Changed() {
     for (std::size_t trace = 0; trace < traces; ++trace) Update_Rows(record, trace);
     Ext_Frame();
 }
+
+void Choose_Detectors() { DetectionAutoFunc(); }
 
 void Trigger_Line_Changed() { Ext_Frame(); }
 

@@ -8,6 +8,7 @@
 #include "palette.h"
 #include "records/display.h"
 #include "records/freqs.h"
+#include "trace/marker_display.h"
 #include "records/trigger.h"
 #include "trace/scale.h"
 #include "trace/hold_level.h"
@@ -131,6 +132,7 @@ void Draw_Half() {
     display::Keep(fbVid0, Graticule());
     drawn[static_cast<std::size_t>(ScreenActive)].fill({});
     Redraw_Traces(Trace_Data[static_cast<std::size_t>(ScreenActive)]);
+    Redraw_Markers();
 }
 
 }  // namespace
@@ -157,6 +159,7 @@ void Redraw_Traces(Trace_Record& record) {
     record.redraw_mask = 0;
     if (!Drawable()) return;
     for (int point = 0; point < trace_points; ++point) Draw_Column(record, point);
+    Show_Markers();
 }
 
 void Plot_Reset() {

@@ -208,6 +208,13 @@ bool Spectrum_Mode() {
 
 bool Emi_Mode() { return BW_Data.emi != 0 || EMC_Data.mode != 0; }
 
+double Detection_Trace_Select(int detector, int point, int ring) {
+    if (detector == detector_auto) return 0;
+    const Blocks blocks = Blocks_Of(detector);
+    const double sample = DSP_Trace_Data[(point % 2 == 0 ? blocks.even : blocks.odd) + static_cast<std::size_t>(ring)];
+    return Freqs.span[Screen()] == 0 ? Zero_Span_Level(sample) : Swept_Level(sample);
+}
+
 void Detection_Trace_Select(const Trace_Record& record, int detector, int point, std::span<double> levels) {
     if (detector == detector_auto) return void(std::fill(levels.begin(), levels.end(), 0.0));
     Fetch(record, Blocks_Of(detector), point, levels);

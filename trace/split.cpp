@@ -18,6 +18,7 @@ namespace {
 constexpr int of_screen_active = -1;
 int keys_half = of_screen_active;  ///< while another half is in hand
 
+constexpr Screen_Geometry above_table{.height = 301, .division = 30, .clamp_bottom = 358};
 constexpr Screen_Geometry upper{.height = 201, .division = 20, .clamp_bottom = 258};
 constexpr Screen_Geometry lower{.top = 332, .height = 201, .division = 20, .clamp_top = 332, .clamp_bottom = 532};
 
@@ -50,13 +51,15 @@ void Draw_All() {
 }  // namespace
 
 Screen_Geometry Geometry_Of(int half) {
-    if (Display_Data.split == split_none) return {};
+    const bool table = (Global_Table & (table_marker | table_peak)) != 0;
+    if (Display_Data.split == split_none) return table ? above_table : Screen_Geometry{};
     return half == 0 ? upper : lower;
 }
 
 void Apply_Split() {
     const int split = Display_Data.split;
     Global_Table = split == split_alternate ? Global_Table | table_split : Global_Table & ~table_split;
+    if (split != split_none) Global_Table &= ~(table_marker | table_peak);
     ScreenInf = Geometry_Of(ScreenActive);
     Update_All_Rows();
     if ((split == split_none) == (split_on_screen == split_none)) return;

@@ -4,7 +4,7 @@
 /// The split display: two halves with settings and traces of their own, the first two records. The caller holds
 /// Command_Main_Mutex.
 
-/// Geometry of a half of the split display, or of the whole one.
+/// Geometry of a half of the split display, or of the whole one, which a table of markers or peaks makes lower.
 Screen_Geometry Geometry_Of(int half);
 
 /// A Split_Mode. Two halves are swept in turn, or the active one alone; without a split the active half becomes the

@@ -20,6 +20,7 @@ constexpr double longest_sweep_s = 1e4;
 constexpr int most_steps = 760'000;
 constexpr double shortest_step_s = 10e-6;
 constexpr double highest_attenuation_db = 100.0;
+constexpr double finest_count_hz = 0.1, coarsest_count_hz = 1e6;
 
 constexpr std::int64_t fast_sweep_ns = 5'000'000;
 constexpr double bounded_work_ns = 10e6;
@@ -140,6 +141,7 @@ void Core::Handle_Message(std::span<const double> message) {
             single = message[1] == 1.0;
             Restart();
             break;
+        case platform::code_counter: Take_Counter(message); break;
         default: break;
     }
 }
@@ -160,6 +162,51 @@ void Core::Take_Settings(std::span<const double> message) {
     sweep_input_ns = input_ns;
     sweep_clock_ns = clock_ns.value_or(0);
     Restart();
+}
+
+void Core::Take_Counter(std::span<const double> message) {
+    if (message.size() < 4 || !std::isfinite(message[1]) || !std::isfinite(message[2]) || !std::isfinite(message[3])) {
+        return;
+    }
+    counter.on = message[1] == 1.0;
+    counter.counting = counter.begun = false;
+    counter.frequency_hz = std::clamp(message[2], 0.0, highest_frequency_hz);
+    counter.time_ns = std::llround(1e9 / std::clamp(message[3], finest_count_hz, coarsest_count_hz));
+    platform::Store_Element(memory.data(), platform::counter_frequency, 0.0);
+    platform::Store_Element(memory.data(), platform::counter_ratio, 0.0);
+}
+
+/// The sweep waits at the counter's frequency while it counts; a gated one has no time of its own to wait in.
+bool Core::Count_Begins() {
+    const Sweep_Settings& s = receiver.Settings();
+    if (!counter.on || counter.begun || counter.frequency_hz < s.start_hz || counter.frequency_hz > s.stop_hz ||
+        s.stop_hz <= s.start_hz) {
+        return false;
+    }
+    const double place = (counter.frequency_hz - s.start_hz) * (s.points - 1) / (s.stop_hz - s.start_hz);
+    if (point != To_Int(place + 0.5, 0, s.points - 1)) {
+        return false;
+    }
+    counter.begun = counter.counting = true;
+    counter.start_ns = sweep_input_ns + s.time_ns / s.points * point;
+    if (Gated()) {
+        return false;
+    }
+    counter.waits_ns += counter.time_ns;
+    counter.pause_ns += options.fast ? 0 : counter.time_ns;
+    return true;
+}
+
+void Core::End_Count() {
+    counter.counting = false;
+    const Receiver::Count_Result result = receiver.Count(counter.frequency_hz, counter.start_ns, counter.time_ns);
+    platform::Store_Element(memory.data(), platform::counter_ratio, result.ratio_db);
+    platform::Store_Element(memory.data(), platform::counter_frequency, result.frequency_hz);
+}
+
+void Core::Forget_Count() {
+    counter.begun = counter.counting = false;
+    counter.pause_ns = counter.waits_ns = 0;
 }
 
 void Core::Take_Trigger(std::span<const double> message) {
@@ -215,6 +262,7 @@ void Core::Restart() {
     sweep_input_ns = Input_Time();
     sweep_clock_ns = clock_ns.value_or(0);
     point = 0;
+    Forget_Count();
     if (Waits()) {
         Begin_Wait();
         return;
@@ -283,7 +331,8 @@ std::int64_t Core::Sweep_Clock_Ns() const { return options.fast ? fast_sweep_ns 
 /// Clock at which a point of the present sweep is complete.
 std::int64_t Core::Due_Ns(int of_point) const {
     const double part = (of_point + 1.0) / receiver.Settings().points;
-    return sweep_clock_ns + static_cast<std::int64_t>(std::ceil(static_cast<double>(Sweep_Clock_Ns()) * part));
+    return sweep_clock_ns + counter.pause_ns +
+           static_cast<std::int64_t>(std::ceil(static_cast<double>(Sweep_Clock_Ns()) * part));
 }
 
 /// Clock at a simulated time from the start of the present sweep or wait on.
@@ -323,6 +372,12 @@ void Core::Advance(platform::Duration now, Effort effort) {
     while (state == State::sweeping && Point_Complete()) {
         if (effort == Effort::bounded && Work_Ns() > work_end) {
             return;
+        }
+        if (Count_Begins()) {
+            continue;
+        }
+        if (counter.counting) {
+            End_Count();
         }
         Write_Point();
     }
@@ -412,6 +467,9 @@ void Core::Write_Point() {
 }
 
 void Core::End_Sweep() {
+    sweep_clock_ns += counter.pause_ns;
+    sweep_input_ns = Moved_On(sweep_input_ns, 1, counter.waits_ns);
+    Forget_Count();
     const bool waits = Waits();
     if (single || waits) {
         // What comes next starts at the time that has been reached, also where the gate stretched the sweep.

@@ -62,6 +62,10 @@ private:
     enum class State { idle, waiting, sweeping };
 
     void Take_Settings(std::span<const double> message);
+    void Take_Counter(std::span<const double> message);
+    bool Count_Begins();
+    void End_Count();
+    void Forget_Count();
     void Take_Trigger(std::span<const double> message);
     void Take_External(std::span<const double> message);
     void Take_Gate(std::span<const double> message);
@@ -120,6 +124,17 @@ private:
     std::int64_t next_edge_from_ns = 0;
     double gated_ns = 0.0;
     std::vector<Receiver::Run> runs;
+
+    struct Counter {
+        bool on = false;
+        double frequency_hz = 0.0;
+        std::int64_t time_ns = 0;   ///< how long one count takes
+        bool begun = false;         ///< in the present sweep
+        bool counting = false;
+        std::int64_t start_ns = 0;  ///< simulated time at which the count began
+        std::int64_t pause_ns = 0;  ///< how long the present sweep waits for it, by the clock,
+        std::int64_t waits_ns = 0;  ///< and in simulated time
+    } counter;
 };
 
 }  // namespace virtual_board

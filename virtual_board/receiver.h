@@ -38,6 +38,12 @@ public:
     /// The next point of the sweep; points are measured in their order from 0 on.
     Point_Values Measure(int point);
 
+    /// Counts the strongest signal behind the resolution filter at a frequency within a time.
+    struct Count_Result {
+        double frequency_hz;  ///< its mean frequency
+        double ratio_db;      ///< its power over that of the noise
+    };
+    Count_Result Count(double frequency_hz, std::int64_t start_ns, std::int64_t gate_ns);
     /// Values of a point that follow each other evenly in time.
     struct Run {
         std::size_t first, count;
@@ -65,6 +71,7 @@ private:
     void Fill_Signals(int point, std::span<const Run> runs);
     void Settle_Network();
     void Run_Network(Point_Values& values);
+    std::complex<double> Standing_Envelope(double frequency_hz, std::int64_t time_ns) const;
 
     Front_End front_end;
     bool configured = false;

@@ -1,4 +1,5 @@
 #include "keys/handlers.h"
+#include "keys/menus/channel_keys.h"
 #include "keys/menus/entry.h"
 #include "keys/menus/rows.h"
 #include "keys/pages.h"
@@ -9,6 +10,9 @@ namespace {
 using namespace keys;
 using namespace menus;
 
+constexpr auto acpr = &Channel_Record::acpr_spacing, occupied = &Channel_Record::occupied_spacing,
+               cnr = &Channel_Record::cnr_spacing, cso = &Channel_Record::cso_spacing, ctb = &Channel_Record::ctb_spacing;
+
 constexpr auto rows = std::to_array<Page_Row>({
     {enMeasureBig,
      {Opens(enACPR, MeasLink[2]), Opens(enOccupiedBW, MeasLink[5]), Opens(enEmissionMask, MeasLink[39]),
@@ -18,18 +22,20 @@ constexpr auto rows = std::to_array<Page_Row>({
       Opens(enCableTV, MeasLink[9]), Opens(enHarmonics, MeasLink[13]), Opens(enMoreTests, MeasLink[15]),
       Opens(enMoreTwo, MeasLink[0])}},
     {enACPRBig,
-     {Greyed(enACPRValue), Opens(enMainChannel, MeasLink[3]), Opens(enAdjChannels, MeasLink[4]), Greyed(enChannelUp),
-      Greyed(enChannelDown), Greyed(enHelpPicture), Return(MeasLink[0])},
-     &MeasLink[0]},
+     {Greyed(enACPRValue), Opens(enMainChannel, MeasLink[3]), Opens(enAdjChannels, MeasLink[4]), Key(enChannelUp),
+      Key(enChannelDown), Greyed(enHelpPicture), Return(MeasLink[0])},
+     &MeasLink[0], fChannelBase<acpr, no_key, 3>, nullptr, nullptr, Channel_Greyed<3>},
     {enMainChannelBig,
-     {Greyed(enBandwidth), Greyed(enSpacing), Greyed(enHighLimit), Greyed(enLowLimit), none, none,
-      Return(MeasLink[2])}},
+     {Greyed(enBandwidth), Key(enSpacing, Set_Spacing<acpr>), Greyed(enHighLimit), Greyed(enLowLimit), none, none,
+      Return(MeasLink[2])},
+     nullptr, fChannelBase<acpr, 1, no_key>, Channel_Face<acpr, 1>},
     {enAdjChannelBig,
      {Greyed(enChannel), Greyed(enUseChannel), Greyed(enBandwidth), Greyed(enOffset), Greyed(enHighLimit),
       Greyed(enLowLimit), Return(MeasLink[2])}},
     {enOccupiedBWBig,
-     {Greyed(enOccupiedBWValue), Greyed(enChannelBW), Greyed(enPowerPart), Greyed(enSpacing), Greyed(enChannelUp),
-      Greyed(enChannelDown), Return(MeasLink[0])}},
+     {Greyed(enOccupiedBWValue), Greyed(enChannelBW), Greyed(enPowerPart), Key(enSpacing, Set_Spacing<occupied>),
+      Key(enChannelUp), Key(enChannelDown), Return(MeasLink[0])},
+     nullptr, fChannelBase<occupied, 3, 4>, Channel_Face<occupied, 3>, nullptr, Channel_Greyed<4>},
     {enNdBBWBig,
      {Greyed(enNdBBWValue), Greyed(enNdB), none, none, none, none, Return(MeasLink[0])}},
     {enJitterBig,
@@ -41,14 +47,17 @@ constexpr auto rows = std::to_array<Page_Row>({
       Return(MeasLink[1])},
      &MeasLink[1]},
     {enCNRBig,
-     {Greyed(enCNRValue), Greyed(enChannelSpace), Greyed(enNoiseMarker), Greyed(enNoiseBW), Greyed(enChannelUp),
-      Greyed(enChannelDown), Return(MeasLink[9])}},
+     {Greyed(enCNRValue), Key(enChannelSpace, Set_Spacing<cnr>), Greyed(enNoiseMarker), Greyed(enNoiseBW),
+      Key(enChannelUp), Key(enChannelDown), Return(MeasLink[9])},
+     nullptr, fChannelBase<cnr, 1, 4>, Channel_Face<cnr, 1>, nullptr, Channel_Greyed<4>},
     {enCSOBig,
-     {Greyed(enCSOValue), Greyed(enChannelSpace), none, none, Greyed(enChannelUp), Greyed(enChannelDown),
-      Return(MeasLink[9])}},
+     {Greyed(enCSOValue), Key(enChannelSpace, Set_Spacing<cso>), none, none, Key(enChannelUp), Key(enChannelDown),
+      Return(MeasLink[9])},
+     nullptr, fChannelBase<cso, 1, 4>, Channel_Face<cso, 1>, nullptr, Channel_Greyed<4>},
     {enCTBBig,
-     {Greyed(enCTBValue), Greyed(enChannelSpace), Greyed(enCarrierIsOff), Greyed(enStartAgain), Greyed(enChannelUp),
-      Greyed(enChannelDown), Return(MeasLink[9])}},
+     {Greyed(enCTBValue), Key(enChannelSpace, Set_Spacing<ctb>), Greyed(enCarrierIsOff), Greyed(enStartAgain),
+      Key(enChannelUp), Key(enChannelDown), Return(MeasLink[9])},
+     nullptr, fChannelBase<ctb, 1, 4>, Channel_Face<ctb, 1>, nullptr, Channel_Greyed<4>},
     {enHarmonicsBig,
      {Greyed(enHarmonicsValue), Greyed(enFundamental), Greyed(enNumber), none, none, none, Return(MeasLink[1])}},
     {enP1dBBig,

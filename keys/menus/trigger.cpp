@@ -11,7 +11,6 @@
 #include "keys/numeric_entry.h"
 #include "keys/pages.h"
 #include "keys/soft_keys.h"
-#include "records/amp.h"
 #include "records/freqs.h"
 #include "records/trigger.h"
 #include "sweep/bandwidth.h"
@@ -66,9 +65,6 @@ int Toggle_Input_Slope(int, double) { return Set_Input_Slope(!Trigger_Data.input
 int Toggle_Video_Slope(int, double) { return Set_Video_Slope(!Trigger_Data.video_falling); }
 int Toggle_Mode(int, double) { return Set_Trigger_Mode(!Trigger_Data.automatic); }
 
-/// Level entries open the unit page of the amplitude unit in force.
-char Level_Entry() { return Amp.unit == unit_volt ? '8' : Amp.unit == unit_watt ? '9' : '7'; }
-
 void Begin_Value(char unit_type, void (*show)()) {
     Begin_Entry(unit_type, unit_type == '7');
     show();
@@ -94,16 +90,16 @@ void fTriggerBase(int key) {
         case input_slope_key: No_Value(Toggle_Input_Slope); break;
         case delay_key: Begin_Value('6', Show_Delay); break;
         case mode_key: No_Value(Toggle_Mode); break;
-        default: No_Entry(); Mark_Trigger_Keys(); Open_Page_Of(key);
+        default: No_Entry(); Open_Page_Of(key);
     }
 }
 
 void fVideoBase(int key) {
     switch (key) {
-        case level_key: Begin_Value(Level_Entry(), Show_Level); break;
+        case level_key: Begin_Value('7', Show_Level); break;
         case video_slope_key: No_Value(Toggle_Video_Slope); break;
         case frequency_key: Begin_Value('1', Show_Video_Frequency); break;
-        default: No_Entry(); Mark_Trigger_Keys(); Open_Page_Of(key);
+        default: No_Entry(); Open_Page_Of(key);
     }
 }
 
@@ -113,7 +109,7 @@ void fGateBase(int key) {
         case gate_delay_key: Begin_Value('6', Show_Gate_Delay); break;
         case gate_length_key: Begin_Value('6', Show_Gate_Length); break;
         case gate_slope_key: No_Value(Toggle_Input_Slope); break;
-        default: No_Entry(); Mark_Trigger_Keys(); Open_Page_Of(key);
+        default: No_Entry(); Open_Page_Of(key);
     }
 }
 
@@ -154,22 +150,34 @@ void Gate_Face(int key, Key_Face& face) {
     if (key == gate_slope_key) Slope_Face(Trigger_Data.input_falling, face);
 }
 
+/// What the present settings leave without effect.
+bool Trigger_Greyed(int key) { return key == video_key && (JUDGE_FFT_MODE() != 0 || Trigger_Data.gate != 0); }
+
+bool Video_Greyed(int key) {
+    return key == frequency_key && Freqs.span[static_cast<std::size_t>(ScreenActive)] == 0;
+}
+
+bool Gate_Page_Greyed(int key) {
+    if (key == gate_key) return Gate_Greyed();
+    return (key == gate_delay_key || key == gate_length_key) && JUDGE_FFT_MODE() != 0;
+}
+
 constexpr auto rows = std::to_array<Page_Row>({
     {enTriggerBig,
      {Key(enTriggerFreeRun), Key(enTriggerVideo), Key(enTriggerExternal), Opens(enVideoSetup, TriggerLink[1]),
       Key(enExtSlope, Toggle_Input_Slope), Key(enTriggerDelay, Set_And_Show<Set_Trigger_Delay, Show_Delay>),
       Key(enTriggerMode, Toggle_Mode)},
-     nullptr, fTriggerBase, Trigger_Face},
+     nullptr, fTriggerBase, Trigger_Face, nullptr, Trigger_Greyed},
     {enVideoSetupBig,
      {Key(enLevel, Set_And_Show<Set_Video_Level, Show_Level>), Key(enSlope, Toggle_Video_Slope),
       Key(enFrequency, Set_And_Show<Set_Video_Frequency, Show_Video_Frequency>), none, none, none,
       Return(TriggerLink[0])},
-     nullptr, fVideoBase, Video_Face},
+     nullptr, fVideoBase, Video_Face, nullptr, Video_Greyed},
     {enGateSetupBig,
      {Key(enGatedSweep, Toggle_Gate), Key(enGateDelay, Set_And_Show<Set_Gate_Delay, Show_Gate_Delay>),
       Key(enGateLength, Set_And_Show<Set_Gate_Length, Show_Gate_Length>), Key(enExtSlope, Toggle_Input_Slope), none, none,
       Return(SweepLink[0])},
-     nullptr, fGateBase, Gate_Face},
+     nullptr, fGateBase, Gate_Face, nullptr, Gate_Page_Greyed},
 });
 
 }  // namespace
@@ -184,23 +192,12 @@ void menus::Face_Of_Gate(Key_Face& face) {
     face.chosen = Trigger_Data.gate ? 0 : 1;
 }
 
-void menus::Mark_Trigger_Keys() {
-    const bool fft = JUDGE_FFT_MODE() != 0, video = Trigger_Data.source == trigger_by_video;
-    const bool zero_span = Freqs.span[static_cast<std::size_t>(ScreenActive)] == 0;
-    TriggerLink[0].disabled[video_key] = fft || Trigger_Data.gate;
-    TriggerLink[1].disabled[frequency_key] = zero_span;
-    TriggerLink[2].disabled[gate_key] = fft || video;
-    TriggerLink[2].disabled[gate_delay_key] = TriggerLink[2].disabled[gate_length_key] = fft;
-    SweepLink[0].disabled[sweep_gate_key] = TriggerLink[2].disabled[gate_key];
-}
+bool menus::Gate_Greyed() { return JUDGE_FFT_MODE() != 0 || Trigger_Data.source == trigger_by_video; }
 
 std::array<Menu_Page, 3> TriggerLink = Pages<3>(11, rows);
 
 void menus::Reset_Trigger() { TriggerLink = Pages<3>(11, rows); }
 
-void Trigger_HwKey() {
-    menus::Mark_Trigger_Keys();
-    menus::Open_First_Page(TriggerLink[0]);
-}
+void Trigger_HwKey() { menus::Open_First_Page(TriggerLink[0]); }
 
 void Trigger_SwKey(int key, char) { Press_Soft_Key(key, "Trigger_SwKey error"); }

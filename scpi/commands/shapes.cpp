@@ -37,7 +37,7 @@ int Level_Unit_Of(std::int32_t suffix) {
     }
 }
 
-/// A number too large for a double is none.
+/// A level whose power is too large for a double is none.
 bool Finite(ScpiContext& context, double value) {
     if (std::isfinite(value)) return true;
     SCPI_ErrorPush(context, data_out_of_range);
@@ -84,7 +84,7 @@ bool Take_Decibels(ScpiContext& context, While_Busy busy, double& decibels) {
     ScpiNumber number;
     if (!Take_Number(context, {suffix_none, suffix_db}, busy, number)) return false;
     decibels = number.value;
-    return Finite(context, decibels);
+    return true;
 }
 
 bool Take_Integer(ScpiContext& context, While_Busy busy, std::int32_t& value) {

@@ -1,8 +1,5 @@
 #include <array>
 
-#include "keys/level_units.h"
-#include "keys/soft_keys.h"
-#include "records/amp.h"
 #include "records/trigger.h"
 #include "scpi/commands/families.h"
 #include "scpi/commands/shapes.h"
@@ -18,18 +15,6 @@ constexpr ScpiChoiceDef sources[] = {
     {"IMMediate", trigger_by_none}, {"VIDeo", trigger_by_video}, {"EXTernal", trigger_by_input}, {nullptr, 0}};
 constexpr ScpiChoiceDef modes[] = {{"AUTO", 1}, {"NORMal", 0}, {nullptr, 0}};
 constexpr ScpiChoiceDef slopes[] = {{"POSitive", 0}, {"NEGative", 1}, {nullptr, 0}};
-
-/// A level of a unit that a number has brought along, or of the amplitude unit in force, in dBm.
-double To_Dbm(const ScpiNumber& number) {
-    switch (number.unit) {
-        case suffix_volt: return AmplUnitTrans(number.value, level_v, 0);
-        case suffix_watt: return AmplUnitTrans(number.value, level_w, 0);
-        case suffix_dbmv: return AmplUnitTrans(number.value, level_dbmv, 0);
-        case suffix_dbuv: return AmplUnitTrans(number.value, level_dbuv, 0);
-        case suffix_dbm: return number.value;
-        default: return AmplUnitTrans(number.value, Amp.unit, 0);
-    }
-}
 
 int Trigger_Delay(ScpiContext& context) {
     return Set_Number(context, {suffix_none, suffix_second},
@@ -60,12 +45,9 @@ int Trigger_Video_Frequency(ScpiContext& context) {
 int Trigger_Video_FrequencyQ(ScpiContext& context) { return Answer_Real(context, Shown_Video_Frequency()); }
 
 int Trigger_Video_Level(ScpiContext& context) {
-    return Set_Number(context, {suffix_none, suffix_dbm, suffix_dbmv, suffix_dbuv, suffix_volt, suffix_watt},
-                      [](const ScpiNumber& number) { return Set_Video_Level(typed, To_Dbm(number)); });
+    return Set_Level(context, [](double dbm) { return Set_Video_Level(typed, dbm); });
 }
-int Trigger_Video_LevelQ(ScpiContext& context) {
-    return Answer_Real(context, AmplUnitTrans(Shown_Video_Level(), Amp.unit, 1));
-}
+int Trigger_Video_LevelQ(ScpiContext& context) { return Answer_Level(context, Shown_Video_Level()); }
 
 int Trigger_Video_Slope(ScpiContext& context) {
     return Set_Choice(context, slopes, [](std::int32_t falling) { return Set_Video_Slope(falling != 0); });

@@ -35,6 +35,8 @@
 #include "tests/screens/reference.h"
 #include "tests/unit/records_fixture.h"
 #include "trace/acquisition.h"
+#include "trace/markers.h"
+#include "trace/peak_search.h"
 #include "trace/plot.h"
 #include "trace/trace_settings.h"
 #include "virtual_board/devices.h"
@@ -220,6 +222,75 @@ TEST_F(Screens, GraticuleWithTraces) {
     record.rows = rows;
     for (int point = 0; point < trace_points; ++point) Trace_plot_line(record, point);
     Expect_Screen("graticule");
+}
+
+/// A comb of peaks on trace A and a stored trace B, from 990 to 1010 MHz.
+void Draw_Comb() {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Freqs_ArrayInit();
+    BW_Init();
+    Sweep_Init();
+    Init_Trace_Data();
+    PeakSearch_Init();
+    Marker_Init();
+    Trace_Record& record = Trace_Data[0];
+    record.mode[1] = trace_view;
+    Set_Span(2, 20e6);
+    Set_Cent(2, 1e9);
+    for (int i = 0; i < trace_points; ++i) {
+        float level = -88 + 3 * std::sin(static_cast<float>(i * i));
+        for (int peak = 40; peak < 600; peak += 80) {
+            const auto away = static_cast<float>(i - peak) / 4;
+            level = std::max(level, -4 - 0.1f * static_cast<float>(peak) - away * away);
+        }
+        record.value[0][static_cast<std::size_t>(i)] = level;
+        record.value[1][static_cast<std::size_t>(i)] = -70 + 5 * std::sin(static_cast<float>(i) / 40);
+    }
+    Level_Scale_Changed();
+    blocktwo_str_init();
+}
+
+TEST_F(Screens, MarkersStandOverTheTracesAndLeaveNothingBehind) {
+    Draw_Comb();
+    const screen_tests::Screen bare = screen_tests::Composed();
+    for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 991e6 + marker * 2e6);
+    Set_Marker_Trace(7, 1);
+    Search_Peak(1, Peak_Step::highest);
+    Search_Peak(2, Peak_Step::highest);
+    Search_Peak(2, Peak_Step::next);
+    Set_Marker_Place(9, 1010e6);
+    Set_Marker_Noise(4, true);
+    Set_Marker_Type(2, true);
+    Search_Peak(2, Peak_Step::right);
+    Expect_Screen("markers");
+    // Over and under each other, then away.
+    for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 995e6 + marker * 0.2e6);
+    for (int marker = 0; marker < markers; ++marker) Set_Marker_State(marker, false);
+    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), bare), 0);
+}
+
+TEST_F(Screens, MarkerTable) {
+    Draw_Comb();
+    const screen_tests::Screen bare = screen_tests::Composed();
+    for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 991e6 + marker * 2e6);
+    Set_Marker_Delta(2, -10e6);
+    Set_Marker_Noise(4, true);
+    Set_Marker_Counter(5, true);
+    Set_Marker_Trace(7, 1);
+    Set_Marker_Table(true);
+    Expect_Screen("marker_table");
+    Marker_All_Off();
+    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), bare), 0);
+}
+
+TEST_F(Screens, PeakTable) {
+    Draw_Comb();
+    Set_Peak_Excursion(2, 10);
+    Set_Peak_Table(true);
+    Search_Peak(0, Peak_Step::highest);
+    Expect_Screen("peak_table");
 }
 
 /// A carrier over noise as stored levels, drawn by the rows of the scale in force.

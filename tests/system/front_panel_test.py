@@ -21,7 +21,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 
-from instrument import Failure, Instrument, Raw_Client
+from instrument import Failure, Instrument, Raw_Client, expect, verdict
 
 # Where the screen shows the values: left, top, right, bottom.
 CENTER_BAND = (10, 511, 260, 530)
@@ -131,11 +131,6 @@ def number_in(text):
     match = re.search(r"[0-9][0-9 .]*", text)
     digits = match.group().replace(" ", "").rstrip(".") if match else ""
     return float(digits) if digits.count(".") <= 1 and digits else None
-
-
-def expect(truth, text):
-    if not truth:
-        raise Failure(text)
 
 
 def await_that(what, check):
@@ -393,7 +388,8 @@ def main():
     parser.add_argument("--keep", help="folder for the page's picture when a check fails")
     arguments = parser.parse_args()
     options = ["--recording", os.path.abspath(arguments.recording)] if arguments.recording else []
-    try:
+
+    def work():
         with Instrument(arguments.build, *options) as instrument, browser() as driver:
             panel = Panel(driver, instrument.url)
             try:
@@ -403,10 +399,8 @@ def main():
                     os.makedirs(arguments.keep, exist_ok=True)
                     driver.save_screenshot(os.path.join(arguments.keep, "front_panel.png"))
                 raise
-    except Failure as failure:
-        print(f"FAILED: {failure}", file=sys.stderr)
-        return 1
-    return 0
+
+    return verdict(work)
 
 
 if __name__ == "__main__":

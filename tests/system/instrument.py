@@ -1,4 +1,5 @@
 """Starts the virtual instrument for a system test, and sees what it leaves behind."""
+import json
 import os
 import pathlib
 import queue
@@ -8,6 +9,7 @@ import signal
 import socket
 import struct
 import subprocess
+import sys
 import tempfile
 import threading
 import time
@@ -19,6 +21,21 @@ READY = re.compile(r"^ready http=(\S+) scpi=(\S+) hislip=(\S+) vxi11=(on|off) ro
 
 class Failure(Exception):
     """Something that the instrument should have done."""
+
+
+def expect(truth, text):
+    if not truth:
+        raise Failure(text)
+
+
+def verdict(work):
+    """Exit status of a test: 0, or 1 when its work fails, which is said on standard error."""
+    try:
+        work()
+    except Failure as failure:
+        print(f"FAILED: {failure}", file=sys.stderr)
+        return 1
+    return 0
 
 
 class Instrument:
@@ -145,6 +162,43 @@ class Instrument:
 def processor_seconds(pid):
     fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+class Local_Client:
+    """A connection to the instrument's local socket."""
+
+    def __init__(self, root, patience=15):
+        folder = os.open(os.path.join(root, "tmp/web_store"), os.O_PATH)
+        self.socket = socket.socket(socket.AF_UNIX)
+        try:
+            self.socket.settimeout(patience)
+            self.socket.connect(f"/proc/self/fd/{folder}/talmiron.sock")
+        except BaseException:
+            self.socket.close()
+            raise
+        finally:
+            os.close(folder)
+        self.answers = self.socket.makefile("rb")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.answers.close()
+        self.socket.close()
+
+    def key(self, code):
+        """Presses a key; False when it is not taken."""
+        self.socket.sendall(b"KY")
+        self.answers.read(3)
+        self.socket.sendall(bytes([code]))
+        return self.answers.read(3) == b"OK\0"
+
+    def state(self):
+        """What the instrument says of itself."""
+        self.socket.sendall(b"IN")
+        size, = struct.unpack("<I", self.answers.read(4))
+        return json.loads(self.answers.read(size))
 
 
 class Raw_Client:

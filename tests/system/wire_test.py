@@ -5,7 +5,6 @@ wire_test.py --build DIR [--only TEXT]
 """
 import argparse
 import contextlib
-import json
 import os
 import re
 import select
@@ -19,16 +18,11 @@ import time
 
 import pyvisa
 
-from instrument import Failure, Instrument
+from instrument import Failure, Instrument, Local_Client, expect, verdict
 
 PATIENCE = 15  # s for an answer; a sanitizer build on a busy machine takes its time
 QUIET = 1.0  # s in which something must not happen
 CLIENTS = 32
-
-
-def expect(truth, text):
-    if not truth:
-        raise Failure(text)
 
 
 def expect_same(got, wanted, what):
@@ -106,15 +100,8 @@ class Controller:
 
 def local_state(instrument):
     """What the instrument says of itself over its local socket."""
-    folder = os.open(os.path.join(instrument.root, "tmp/web_store"), os.O_PATH)
-    with socket.socket(socket.AF_UNIX) as client:
-        client.settimeout(PATIENCE)
-        client.connect(f"/proc/self/fd/{folder}/talmiron.sock")
-        os.close(folder)
-        client.sendall(b"IN")
-        stream = client.makefile("rb")
-        size, = struct.unpack("<I", stream.read(4))
-        return json.loads(stream.read(size))
+    with Local_Client(instrument.root, PATIENCE) as client:
+        return client.state()
 
 
 class Wires:
@@ -344,7 +331,8 @@ def main():
     parser.add_argument("--only", default="", help="checks with this text in their name")
     arguments = parser.parse_args()
     checks = {name[6:]: check for name, check in globals().items() if name.startswith("check_")}
-    try:
+
+    def work():
         with Instrument(arguments.build) as instrument:
             wires = Wires(instrument)
             for name, check in checks.items():
@@ -357,10 +345,8 @@ def main():
                     raise Failure(f"{name}: {failure}") from None
                 print(f"{name}: passed ({time.monotonic() - begin:.1f} s)", flush=True)
             wires.manager.close()
-    except Failure as failure:
-        print(f"FAILED: {failure}", file=sys.stderr)
-        return 1
-    return 0
+
+    return verdict(work)
 
 
 if __name__ == "__main__":
