@@ -14,6 +14,7 @@
 #include "records/analysis.h"
 #include "records/bw.h"
 #include "records/channel.h"
+#include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
 #include "records/sweep.h"
@@ -21,6 +22,8 @@
 #include "records/trace.h"
 #include "records/trigger.h"
 #include "trace/markers.h"
+#include "trace/split.h"
+#include "trace/trace_settings.h"
 
 namespace {
 
@@ -36,8 +39,18 @@ struct State {
     Sweep_Record sweep;
     std::array<std::array<std::uint8_t, traces>, screens> trace_mode{};
     std::array<std::array<std::uint16_t, traces>, screens> detector_choice{};
+    std::array<std::array<std::int32_t, traces>, screens> average_on{};
+    std::array<std::array<std::uint16_t, traces>, screens> average_number{};
+    std::array<std::array<float, traces>, screens> hold_level{};
+    std::array<std::uint8_t, screens> active_trace{};
     std::array<std::int32_t, 1> normalised{};
     Trigger_Record trigger;
+    std::uint8_t average_type = 0;
+    std::int32_t math = 0;
+    Trace_Math_Record math_sources;
+    float log_reference = 0;
+    std::uint8_t hold_restart = 0;
+    std::int32_t split = 0, active_half = 0;
     Autoset_Record autoset;
     Channel_Record channel;
     Marker_Record marker;
@@ -47,16 +60,37 @@ struct State {
 };
 
 State Take() {
-    State state{Freqs, stepautoman, Amp, BW_Data, Sweep_Data, {}, {}, {Sys_Data.tracking_normalised}, Trigger_Data,
-                Autoset_Data, Channel_Data, Marker_Data, {}, {}, {}, {}};
+    State state;
+    state.freqs = Freqs;
+    state.step_manual = stepautoman;
+    state.amp = Amp;
+    state.bw = BW_Data;
+    state.sweep = Sweep_Data;
+    state.normalised = {Sys_Data.tracking_normalised};
+    state.trigger = Trigger_Data;
+    state.autoset = Autoset_Data;
+    state.channel = Channel_Data;
+    state.marker = Marker_Data;
     state.marker_tables = {(Global_Table & table_marker) != 0, (Global_Table & table_peak) != 0};
     state.peak_switches = {Peak_Data.threshold_on, Peak_Data.by_level, Peak_Data.tracking};
     state.peak_excursion = {Peak_Data.excursion};
     state.peak_threshold = {Peak_Data.threshold};
     for (std::size_t i = 0; i < screens; ++i) {
-        state.trace_mode[i] = Trace_Data[i].mode;
-        state.detector_choice[i] = Trace_Data[i].detector_choice;
+        const Trace_Record& record = Trace_Data[i];
+        state.trace_mode[i] = record.mode;
+        state.detector_choice[i] = record.detector_choice;
+        state.average_on[i] = record.average_on;
+        state.average_number[i] = record.average_number;
+        state.hold_level[i] = record.max_hold_level;
+        state.active_trace[i] = record.active;
     }
+    state.average_type = AvgType;
+    state.math = MATHFLAG;
+    state.math_sources = TraceMath;
+    state.log_reference = Log_Ref;
+    state.hold_restart = Max_Hold_Restart;
+    state.split = Display_Data.split;
+    state.active_half = ScreenActive;
     return state;
 }
 
@@ -81,9 +115,23 @@ void Put(const State& state) {
     Peak_Data.excursion = state.peak_excursion[0];
     Peak_Data.threshold = state.peak_threshold[0];
     for (std::size_t i = 0; i < screens; ++i) {
-        Trace_Data[i].mode = state.trace_mode[i];
-        Trace_Data[i].detector_choice = state.detector_choice[i];
+        Trace_Record& record = Trace_Data[i];
+        record.mode = state.trace_mode[i];
+        record.detector_choice = state.detector_choice[i];
+        record.average_on = state.average_on[i];
+        record.average_number = state.average_number[i];
+        record.max_hold_level = state.hold_level[i];
+        record.active = state.active_trace[i];
     }
+    AvgType = state.average_type;
+    MATHFLAG = state.math;
+    TraceMath = state.math_sources;
+    Log_Ref = state.log_reference;
+    Max_Hold_Restart = state.hold_restart;
+    Display_Data.split = state.split;
+    ScreenActive = state.active_half;
+    Apply_Split();
+    Traces_Recalled();
 }
 
 template <class Field>
@@ -151,12 +199,25 @@ void For_Each_Field(State& s, Field&& field) {
     for (std::size_t i = 0; i < screens; ++i) {
         field("trace_mode", s.trace_mode[i], 0, 4);
         field("detector", s.detector_choice[i], 0, 7);
+        field("average", s.average_on[i], 0, 1);
+        field("average_count", s.average_number[i], 1, 999);
+        field("hold_level", s.hold_level[i], -130, 30);
     }
     field("normalised", s.normalised, 0, 1);
     const auto one = [&](const char* name, auto& value, double low, double high) {
         std::span values(&value, 1);
         field(name, values, low, high);
     };
+    field("active_trace", s.active_trace, 0, traces - 1);
+    one("average_type", s.average_type, average_log, average_power);
+    one("math", s.math, math_off, math_log_offset);
+    one("math_source_1", s.math_sources.source_1, 0, traces - 1);
+    one("math_source_2", s.math_sources.source_2, 0, traces - 1);
+    one("math_offset", s.math_sources.offset, -200, 200);
+    one("log_reference", s.log_reference, -200, 200);
+    one("hold_restart", s.hold_restart, 0, 1);
+    one("split", s.split, split_none, split_active);
+    one("active_half", s.active_half, 0, screens - 1);
     one("trigger_source", s.trigger.source, trigger_by_none, trigger_by_input);
     one("trigger_automatic", s.trigger.automatic, 0, 1);
     one("trigger_delay", s.trigger.delay, 0, 10);

@@ -16,6 +16,7 @@
 #include "platform/clock.h"
 #include "records/amp.h"
 #include "records/bw.h"
+#include "records/display.h"
 #include "records/freqs.h"
 #include "records/sweep.h"
 #include "records/sys.h"
@@ -34,11 +35,16 @@ constexpr int icon_width = 38, icon_height = 16, icon_x = 615, sweep_icon_y = 60
 
 enum class Anchor { left, right };
 
+enum Line : std::size_t { level_line, frequency_line, bandwidth_line };
+
+/// Baselines of the lines: of the whole display, of the halves of the split one.
+constexpr std::array<std::array<int, 3>, 3> baselines{{{42, 525, 545}, {42, 275, 291}, {311, 546, 327}}};
+
 struct Block {
     keys::Cat_Name name;
     int x;         ///< left edge, or the right edge of a right-bound block
     int width;     ///< of name and value together
-    int baseline;  ///< row
+    Line line;
     Anchor anchor;
     void (*value)(std::span<char> text);
     bool (*manual)() = nullptr;  ///< of a value that may be automatic
@@ -64,15 +70,15 @@ bool Manual_Vbw() { return BW_Data.vbw_mode[Screen()] != 0; }
 bool Manual_Time() { return Sweep_Data.time_mode[Screen()] != 0; }
 
 constexpr auto blocks = std::to_array<Block>({
-    {keys::catRef, 12, 118, 42, Anchor::left, Reference},
-    {keys::catAtt, 137, 76, 42, Anchor::left, Attenuation, Manual_Attenuation},
-    {keys::catLog, 220, 94, 42, Anchor::left, Scale},
-    {keys::catPreamp, 320, 78, 42, Anchor::left, Preamplifier},
-    {keys::catCenter, 12, 250, 525, Anchor::left, Center},
-    {keys::catSpan, 610, 230, 525, Anchor::right, Span},
-    {keys::catRBW, 12, 130, 545, Anchor::left, Rbw, Manual_Rbw},
-    {keys::catVBW, 150, 130, 545, Anchor::left, Vbw, Manual_Vbw},
-    {keys::catSweep, 610, 230, 545, Anchor::right, Sweep_Time, Manual_Time},
+    {keys::catRef, 12, 118, level_line, Anchor::left, Reference},
+    {keys::catAtt, 137, 76, level_line, Anchor::left, Attenuation, Manual_Attenuation},
+    {keys::catLog, 220, 94, level_line, Anchor::left, Scale},
+    {keys::catPreamp, 320, 78, level_line, Anchor::left, Preamplifier},
+    {keys::catCenter, 12, 250, frequency_line, Anchor::left, Center},
+    {keys::catSpan, 610, 230, frequency_line, Anchor::right, Span},
+    {keys::catRBW, 12, 130, bandwidth_line, Anchor::left, Rbw, Manual_Rbw},
+    {keys::catVBW, 150, 130, bandwidth_line, Anchor::left, Vbw, Manual_Vbw},
+    {keys::catSweep, 610, 230, bandwidth_line, Anchor::right, Sweep_Time, Manual_Time},
 });
 
 /// A value with a star behind it where it was set by hand, and what says that it is too short for a calibrated sweep.
@@ -84,7 +90,7 @@ std::string_view Marked(std::string_view value, bool manual, bool uncal) {
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
-void Draw_Block(const Block& block) {
+void Draw_Block(const Block& block, int baseline) {
     std::array<char, 48> english{};
     block.value(english);
     std::array<char, 96> buffer;
@@ -93,14 +99,14 @@ void Draw_Block(const Block& block) {
     const bool linear = block.name == keys::catLog && Amp.scale_type[Screen()] != 0;
     const auto name = static_cast<std::size_t>(linear ? keys::catLin : block.name);
     const int name_width = cat_widths[name];
-    const int top = block.baseline - value_ascent;
+    const int top = baseline - value_ascent;
     const int left = block.anchor == Anchor::left ? block.x : block.x - block.width;
     display::Clear(fbOsd0, {left, top, block.width, value_height});
     const int room = block.width - name_width - name_gap;
     const int size = display::Fitting_Size(text, face_bold, value_size, smallest_value_size, room);
     const int value_width = display::Text_Width(text, face_bold, size);
     const int name_x = block.anchor == Anchor::left ? left : block.x - value_width - name_gap - name_width;
-    draw_bitmap(cat_words[name], display::palette::label, display::palette::ground, name_x, block.baseline - 12,
+    draw_bitmap(cat_words[name], display::palette::label, display::palette::ground, name_x, baseline - 12,
                 label_width, category_height, fbOsd0, name_x + name_width - 1);
     const int value_x = name_x + name_width + name_gap;
     display::Draw_Field(fbOsd0, {value_x, top, left + block.width - value_x, value_height}, value_ascent, text,
@@ -126,7 +132,15 @@ void blocktwo_str_init() {
 }
 
 void Draw_Status_Blocks() {
-    for (const auto& block : blocks) Draw_Block(block);
+    if (Display_Data.split == split_none) {
+        for (const auto& block : blocks) Draw_Block(block, baselines[0][block.line]);
+        return;
+    }
+    const int active = ScreenActive;
+    for (ScreenActive = 0; ScreenActive < screens; ++ScreenActive) {
+        for (const auto& block : blocks) Draw_Block(block, baselines[Screen() + 1][block.line]);
+    }
+    ScreenActive = active;
 }
 
 void Draw_Sweep_State() {
@@ -181,6 +195,8 @@ void Blank_Clock() { display::Clear(fbOsd0, {142, 3, 178, 18}); }
 void Draw_Average_Count(int count) {
     std::array<char, 24> text{};
     if (count > 0) std::snprintf(text.data(), text.size(), "Avg : %d", count);
-    display::Draw_Field(fbOsd0, {12, 45, 114, 12}, 10, text.data(),
+    constexpr Rect above{12, 45, 114, 12}, beside_lower_levels{405, 300, 114, 12};
+    const bool lower = Display_Data.split != split_none && ScreenActive == 1;
+    display::Draw_Field(fbOsd0, lower ? beside_lower_levels : above, 10, text.data(),
                         {face_regular, 11, display::palette::label, display::palette::ground});
 }

@@ -31,6 +31,7 @@ struct EMC_Record {
     std::int32_t held = 0;
     std::int32_t mode = 0;
     std::int32_t correction_off = 0;
+    std::int32_t quasi_peak_running = 0;    ///< 1: viewed traces are measured again with the quasi-peak detector
     std::int32_t reference_changed = 0;  ///< 1: the automatic attenuation has followed a new reference level
 };
 inline EMC_Record EMC_Data;

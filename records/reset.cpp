@@ -59,7 +59,14 @@ void Reset_Records() {
     Trace_Data = {};
     ScreenInf = {};
     Single_Trace_DBM = {};
-    AvgType = 0;
+    Spectrogram_NowLogValue = {};
+    AvgType = AVERLAG = 0;
+    MATHFLAG = math_off;
+    TraceMath = {};
+    Log_Ref = -50;
+    Max_Hold_Restart = 1;
+    Hold_Level_Shown = 0;
+    Screen_Swept = 0;
     Trace_Second_Flag = 0;
     Display_Data = {};
     Sys_Data = {};

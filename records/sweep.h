@@ -17,6 +17,7 @@ struct Sweep_Record {
     std::int32_t hold = 0;                       ///< 1: the sweep is on hold; most hard keys show attention 24
     std::uint8_t single = 0;                     ///< 1: single sweep
     std::uint8_t single_started = 0;             ///< 1: a single sweep has been sent to the core
+    std::uint8_t single_left = 0;                ///< sweeps until a single sweep stops: two where two halves are swept
     std::uint8_t external_trigger_pending = 0;   ///< 1: the next transfer hands the trigger state over, back to free run
     std::uint8_t fft = 0;                        ///< 1: the present settings sweep in FFT mode
     std::int32_t busy = 0;

@@ -40,6 +40,10 @@ struct Trace_Record {
     std::array<float, traces> max_hold_level{-130, -130, -130, -130};  ///< dBm
     Trace_Values value{};   ///< dBm
     Trace_Values stored{};  ///< dBm, the EMC re-measurement's second array
+    Trace_Rows stored_rows{};  ///< its pixel rows
+    std::array<std::int32_t, traces> average_on{};  ///< 1: the trace averages
+    std::int32_t points = trace_points;  ///< samples of one sweep of the core
+    std::int32_t sweep_start = 0;  ///< where points is not 601: place in the ring of the sweep's first sample
 };
 inline std::array<Trace_Record, trace_records> Trace_Data;
 
@@ -59,5 +63,23 @@ inline Screen_Geometry ScreenInf;
 
 inline double* DSP_Trace_Data = nullptr;     ///< sample memory shared with the core; null while there is none
 inline Trace_Values Single_Trace_DBM{};      ///< values of the screen last processed
-inline std::uint8_t AvgType = 0;             ///< 0 log, 1 voltage, 2 power
+inline Trace_Values Spectrogram_NowLogValue{};  ///< the same for the spectrogram and topographic views
+
+enum Average_Type : std::uint8_t { average_log = 0, average_voltage, average_power };
+inline std::uint8_t AvgType = average_log;
+inline std::uint8_t AVERLAG = 0;  ///< 1: the active trace's average is complete
+
+enum Trace_Math_Kind : std::int32_t { math_off = 0, math_power_difference, math_log_difference, math_log_offset };
+inline std::int32_t MATHFLAG = math_off;  ///< trace math of the active trace
+
+struct Trace_Math_Record {
+    std::uint16_t source_1 = 0, source_2 = 1;  ///< 0 to 3: traces A to D
+    double offset = 0;                         ///< dB, of the log offset
+};
+inline Trace_Math_Record TraceMath;
+inline float Log_Ref = -50;  ///< dB, reference of the log difference
+
+inline std::uint8_t Max_Hold_Restart = 1;  ///< 1: a maximum hold no point of which passes its level starts again
+inline std::uint8_t Hold_Level_Shown = 0;  ///< 1: the active trace's maximum-hold level is shown as a line
+inline std::int32_t Screen_Swept = 0;      ///< the half of the split screen that the core sweeps
 inline std::uint32_t Trace_Second_Flag = 0;  ///< the trace icons stand and may be redrawn

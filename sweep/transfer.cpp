@@ -52,6 +52,7 @@ void Restart_Counters(Trace_Record& trace) {
     trace.processed = 0;
     trace.sweeps = 0;
     trace.point = 0;
+    trace.sweep_start = 0;
 }
 
 /// The gain that the tables in use leave in their one element, dB; each is what a walk through its table ends with.
@@ -80,7 +81,7 @@ void Compose_Sweep(platform::Message_Code code) {
     m[sweep_attenuation] = Amp.attenuation[Screen()];
     m[sweep_bandwidth_setting] = BW_RBW_Mode[Screen()];
     m[sweep_fft] = Sweep_Data.fft;
-    m[sweep_points] = trace_points;
+    m[sweep_points] = Trace_Data[Screen()].points;
     m[sweep_impedance] = Amp.impedance[Screen()];
     m[sweep_steps] = std::min(Sweep_Data.steps[Screen()], most_steps);
     m[sweep_rbw_code] = BW_RBW_Code();
@@ -259,6 +260,7 @@ void LOOP_SetTrans_Var() {
     Ext_Sweep_Time_Auto();
     Hold_Video_Frequency();
     Marker_Data.steps = Sweep_Data.steps[Screen()];
+    Screen_Swept = ScreenActive;
     if (!LOOP_Buffers) return;
     Compose_By_Mode();
     Send_And_Restart();

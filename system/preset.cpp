@@ -24,6 +24,7 @@
 #include "trace/markers.h"
 #include "trace/peak_search.h"
 #include "trace/plot.h"
+#include "trace/split.h"
 #include "trace/views.h"
 
 namespace {
@@ -41,6 +42,7 @@ void Modes_Init() {
 void Screen_Init() {
     Display_Data.active = Display_Data.clock_shown = 1;
     Display_Data.key_lock = 0;
+    Display_Data.split = split_none;
 }
 
 void Single_Sweep_Init() {
@@ -55,6 +57,7 @@ constexpr std::array areas{Autoset_Init, Channel_Init, Modes_Init, Screen_Init, 
                            Corr_Init_For_Opening};
 
 void Show_Settings() {
+    Apply_Split();
     Ext_Frame();
     Draw_Status_Blocks();
     Display_all_icon();

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <mutex>
 
+#include "keys/status_blocks.h"
 #include "platform/clock.h"
 #include "platform/fpga_int.h"
 #include "platform/sample_memory.h"
@@ -17,78 +18,83 @@
 #include "records/trace.h"
 #include "scpi/status.h"
 #include "sweep/transfer.h"
+#include "trace/icons.h"
 #include "trace/markers.h"
 #include "trace/plot.h"
+#include "trace/point_path.h"
 #include "trace/scale.h"
+#include "trace/split.h"
+#include "trace/sweep_points.h"
 #include "trace/trigger_wait.h"
+#include "trace/views.h"
 
 namespace {
 
 using namespace platform;
 
-constexpr float bottom_level = -180, top_level = 30, restart_max = -200;
-constexpr int last_point = trace_points - 1;
-
-/// Traces in the order of processing: the active one comes last.
-constexpr std::array<std::array<int, traces>, traces> processing_order{
-    {{3, 2, 1, 0}, {0, 3, 2, 1}, {1, 0, 3, 2}, {2, 1, 0, 3}}};
+constexpr float bottom_level = -180, restart_max = -200;
+constexpr int sweeps_to_catch_up = 2;
+constexpr int mode_of_one_block = 6;  ///< the measurement mode whose counters end with the first block
 
 std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
 Trace_Record& Active_Record() { return Trace_Data[Screen()]; }
-bool Zero_Span() { return Freqs.span[Screen()] == 0; }
 
-/// Zero span gives volts, whose level is held to the range. NaN, which is no level, is the bottom of it.
-double Level(double sample) {
-    if (!Zero_Span()) return std::isnan(sample) ? bottom_level : sample;
-    const double level = 20 * std::log10(sample) + 10;
-    return level >= bottom_level ? std::min<double>(level, top_level) : bottom_level;
+/// Samples after which the counters start again.
+int Ring_End() {
+    return FunctionMode_Flag == mode_of_one_block ? sample_block : sample_counter_end;
 }
 
-double Sample(std::size_t block, int ring) { return Level(DSP_Trace_Data[block + static_cast<std::size_t>(ring)]); }
-
-void Apply_Mode(Trace_Record& record, std::size_t trace, std::size_t point, float x) {
-    float& t = record.value[trace][point];
-    switch (record.mode[trace]) {
-        case trace_clear_write: t = x; break;
-        case trace_max_hold:
-            if (t < x) t = x;
-            if (t > record.max_hold_level[trace]) record.level_exceeded[trace] = 1;
-            break;
-        case trace_min_hold:
-            if (t > x) t = x;
-            break;
-        default: break;
-    }
-}
-
-void Process_Point(Trace_Record& record, int point, const Row_Scale& scale) {
-    const int ring = record.processed % sample_block;
-    const auto column = static_cast<std::size_t>(point);
-    for (const int order : processing_order[record.active & 3]) {
-        const auto trace = static_cast<std::size_t>(order);
-        if (record.mode[trace] == trace_blank) continue;
-        const double value = Detection_Trace_Select(record.detector[trace], point, ring);
-        if (record.mode[trace] != trace_view) {
-            Apply_Mode(record, trace, column, static_cast<float>(value));
-            record.rows[trace][column] =
-                static_cast<std::uint16_t>(dBmTOpixel(static_cast<double>(record.value[trace][column]), scale, true));
-        }
-        Single_Trace_DBM[trace][column] = record.value[trace][column];
-    }
-}
+int Non_Negative_Modulo(int value, int modulus) { return (value % modulus + modulus) % modulus; }
 
 /// The core's count of written samples, which anything may have torn: held to the range the ring has.
-int Target() {
+int Written_Samples() {
     const double written = Load_Element(DSP_Trace_Data, written_count);
     if (!(written >= 0) || written >= sample_counter_end) return 0;
     return static_cast<int>(written);
 }
 
-/// More than two sweeps behind, the sweeps between are left out.
+/// More than two sweeps behind, the sweeps between are left out: on with the one before the newest.
 void Skip_Ahead(Trace_Record& record, int target) {
-    const int distance = ((target - record.processed) % sample_block + sample_block) % sample_block;
-    if (distance / trace_points <= 2) return;
+    const int distance = Non_Negative_Modulo(target - record.processed, sample_block);
+    if (distance / trace_points <= sweeps_to_catch_up) return;
     record.processed = std::max(0, target / trace_points * trace_points - trace_points);
+}
+
+/// The counter at which all that is written is processed.
+int Target(Trace_Record& record) {
+    const int target = Written_Samples() % Ring_End();
+    Skip_Ahead(record, target);
+    return target;
+}
+
+/// The same for sweeps of another count of samples, whose display positions count.
+int Target_Of_Positions(Trace_Record& record) {
+    const int points = record.points;
+    const int behind = Non_Negative_Modulo(Written_Samples() - record.sweep_start, sample_counter_end);
+    int sweeps = behind / points;
+    if (sweeps > sweeps_to_catch_up) {
+        record.sweep_start = (record.sweep_start + (sweeps - 1) * points) % sample_counter_end;
+        record.processed = (record.processed / trace_points + sweeps - 1) * trace_points % Ring_End();
+        sweeps = 1;
+    }
+    const int whole = (record.processed / trace_points + sweeps) * trace_points;
+    const int target = (whole + TraceIndexAddpoint(behind % points, points)) % Ring_End();
+    // Positions of a sweep are known one after the other; a count that went back has none for what is processed.
+    const bool back = sweeps == 0 && Non_Negative_Modulo(target - record.processed, Ring_End()) > trace_points;
+    return back ? record.processed : target;
+}
+
+/// Counters that nothing has set by themselves start at 0.
+void Check_Counters(Trace_Record& record) {
+    if (record.processed < 0 || record.processed >= Ring_End()) record.processed = record.sweeps = 0;
+    if (record.points < 2 || record.points > sample_block) record.points = trace_points;
+    if (record.sweep_start < 0 || record.sweep_start >= sample_counter_end) record.sweep_start = 0;
+}
+
+/// Tables that cover the graticule; a sequence's calibration is drawn regardless.
+bool Drawing_Enabled() {
+    if (SEQCAL_Flag) return true;
+    return FunctionMode_Flag != mode_spectrum_list && !(Global_Table & table_sequence);
 }
 
 void Set_Opc() {
@@ -101,18 +107,68 @@ void Stop_Single_Sweep() {
     if (Fpga_Int_Request(FPGA_Int_Fd.load(std::memory_order_acquire), 0, 1) < 0) std::printf("set failed\n");
 }
 
+void Show_Average_Count(const Trace_Record& record) {
+    const std::size_t active = record.active & 3;
+    if (record.average_on[active] && !AVERLAG) Draw_Average_Count(record.average_counter[active]);
+}
+
+/// The active trace's counter alone goes on; the others keep theirs.
+void Count_Average(Trace_Record& record) {
+    const std::size_t active = record.active & 3;
+    if (!record.average_on[active]) return;
+    const bool complete = ++record.average_counter[active] > record.average_number[active];
+    if (complete) record.average_counter[active] = record.average_number[active];
+    AVERLAG = complete;
+}
+
+void Half_Screen_Action(Trace_Record& record) { Count_Average(record); }
+
+/// A single sweep has one half of the split screen after the other. True when the core has started at an empty ring.
+bool Go_On_After_Single_Sweep() {
+    if (Swept_In_Turn() && Sweep_Data.single_left > 1) {
+        --Sweep_Data.single_left;
+        Sweep_Other_Half();
+        return true;
+    }
+    Sweep_Data.single_left = 0;
+    if (!Run_AuotSet_flag) Complete_Operations();
+    Stop_Single_Sweep();
+    return false;
+}
+
 /// True when the core has started at an empty ring.
 bool End_Of_Sweep(Trace_Record& record) {
+    Show_Average_Count(record);
+    if (!SEQCAL_Flag) Half_Screen_Action(record);
     TraceEnvelope();
     record.point = 0;
-    ++record.sweeps;
     record.sweep_complete = 1;
     Markers_End_Of_Sweep();
     DetectionAutoFunc();
+    if (Sweep_Data.single) return Go_On_After_Single_Sweep();
     if (!Run_AuotSet_flag) Complete_Operations();
-    if (!Sweep_Data.single) return Start_Triggered_Sweep();
-    Stop_Single_Sweep();
-    return false;
+    if (Swept_In_Turn()) {
+        Sweep_Other_Half();
+        return true;
+    }
+    return Start_Triggered_Sweep();
+}
+
+void Count_Points(Trace_Record& record, int count, bool sweep_ends) {
+    record.processed += count;
+    if (sweep_ends) {
+        ++record.sweeps;
+        record.sweep_start = (record.sweep_start + record.points) % sample_counter_end;
+    }
+    if (record.processed >= Ring_End()) record.processed = record.sweeps = 0;
+}
+
+void Show_Points(Trace_Record& record, int first, int count) {
+    const bool draw = Drawing_Enabled();
+    for (int point = first; point < first + count; ++point) {
+        if (Topographic_Shown) Topographic_Take_Point(record, point);
+        if (draw) Trace_plot_line(record, point);
+    }
 }
 
 void Process_Samples(Trace_Record& record, int target) {
@@ -120,13 +176,25 @@ void Process_Samples(Trace_Record& record, int target) {
     while (record.processed != target && SweepSingle_Data.load(std::memory_order_relaxed) == 0 &&
            DSP_Trigger_Flag.load(std::memory_order_relaxed) != 1 && Sweep_Data.hold == 0) {
         const int point = record.processed % trace_points;
-        Process_Point(record, point, scale);
-        ++record.processed;
-        record.point = static_cast<std::uint16_t>(point + 1);
-        Trace_plot_line(record, point);
-        if (record.processed == sample_counter_end) record.processed = record.sweeps = 0;
-        if (point == last_point && End_Of_Sweep(record)) break;
+        const int written = (target > record.processed ? target : Ring_End()) - record.processed;
+        const int count = std::min({written, trace_points - point, most_points_at_once});
+        const bool sweep_ends = point + count == trace_points;
+        Process_Points(record, point, count, scale);
+        Count_Points(record, count, sweep_ends);
+        record.point = static_cast<std::uint16_t>(point + count);
+        Show_Points(record, point, count);
+        if (sweep_ends && End_Of_Sweep(record)) break;
     }
+}
+
+/// Traces that the end of a sweep has changed as a whole.
+void Redraw_Marked_Traces(Trace_Record& record) {
+    if (!record.redraw_mask) return;
+    for (std::size_t trace = 0; trace < traces; ++trace) {
+        if (record.redraw_mask & 1u << trace) Update_Rows(record, trace);
+    }
+    record.redraw_mask = 0;
+    if (Drawing_Enabled()) Redraw_Traces(record);
 }
 
 }  // namespace
@@ -155,41 +223,37 @@ bool Sweep_Can_Come() {
     }
 }
 
-double Detection_Trace_Select(int detector, int point, int ring) {
-    switch (detector) {
-        case detector_normal: return Sample(point % 2 == 0 ? negative_peak_samples : positive_peak_samples, ring);
-        case detector_positive: return Sample(positive_peak_samples, ring);
-        case detector_negative: return Sample(negative_peak_samples, ring);
-        case detector_sample: return Sample(sample_samples, ring);
-        case detector_average: return Sample(average_samples, ring);
-        case detector_quasi_peak: return Sample(quasi_peak_samples, ring);
-        case detector_emi_average: return Sample(emi_average_samples, ring);
-        default: return 0;
-    }
-}
-
 void DetectionAutoFunc() {
     Trace_Record& record = Active_Record();
     const auto holds = [&](Trace_Mode mode) {
         return std::find(record.mode.begin(), record.mode.end(), mode) != record.mode.end();
     };
+    const bool spectrum = Spectrum_Mode();
+    const bool averaging = record.average_on[record.active & 3] != 0;
+    const std::uint16_t of_mode = Emi_Mode() ? detector_sample : detector_positive;
+    const std::uint16_t automatic = Global_Table & table_peak     ? detector_positive
+                                    : Global_Table & table_jitter ? detector_sample
+                                    : averaging                   ? AvgType == average_power ? detector_average
+                                                                                             : detector_sample
+                                    : holds(trace_max_hold)       ? detector_positive
+                                    : holds(trace_min_hold)       ? detector_negative
+                                                                  : detector_normal;
     for (std::size_t trace = 0; trace < traces; ++trace) {
-        if (record.detector_choice[trace] != detector_auto) {
+        if (!spectrum) {
+            record.detector[trace] = of_mode;
+        } else if (record.detector_choice[trace] != detector_auto) {
             record.detector[trace] = record.detector_choice[trace];
         } else if (record.mode[trace] != trace_view) {
-            record.detector[trace] = Global_Table & table_peak     ? detector_positive
-                                     : Global_Table & table_jitter ? detector_sample
-                                     : holds(trace_max_hold)       ? detector_positive
-                                     : holds(trace_min_hold)       ? detector_negative
-                                                                   : detector_normal;
+            record.detector[trace] = automatic;
         }
     }
+    if (Trace_Second_Flag) Check_Trace_Icons();
 }
 
 void TraceEnvelope() {
     Trace_Record& record = Active_Record();
     for (std::size_t trace = 0; trace < traces; ++trace) {
-        if (record.mode[trace] == trace_max_hold && !record.level_exceeded[trace]) {
+        if (Max_Hold_Restart && record.mode[trace] == trace_max_hold && !record.level_exceeded[trace]) {
             record.value[trace].fill(restart_max);
             record.redraw_mask = static_cast<std::uint8_t>(record.redraw_mask | 1u << record.active);
         }
@@ -198,19 +262,25 @@ void TraceEnvelope() {
 }
 
 void Init_Trace_Data() {
-    ScreenInf = {};
+    ScreenInf = Geometry_Of(ScreenActive);
     for (std::size_t i = 0; i < Trace_Data.size(); ++i) {
         Trace_Record& record = Trace_Data[i];
         record = {};
         const std::uint16_t row = i == 0 ? 508 : 532;
-        for (auto* rows : {&record.rows, &record.drawn_rows}) {
+        for (auto* rows : {&record.rows, &record.drawn_rows, &record.stored_rows}) {
             for (auto& trace : *rows) trace.fill(row);
         }
         for (auto* values : {&record.value, &record.stored}) {
             for (auto& trace : *values) trace.fill(bottom_level);
         }
     }
-    AvgType = 0;
+    AvgType = average_log;
+    AVERLAG = Hold_Level_Shown = 0;
+    Max_Hold_Restart = 1;
+    MATHFLAG = math_off;
+    TraceMath = {};
+    Log_Ref = -50;
+    Draw_Average_Count(0);
     DetectionAutoFunc();
     Plot_Reset();
 }
@@ -218,10 +288,13 @@ void Init_Trace_Data() {
 void readadc() {
     if (DSP_Trace_Data) {
         const std::lock_guard records(Command_Main_Mutex);
-        Trace_Record& record = Active_Record();
-        const int target = Target();
-        Skip_Ahead(record, target);
-        Process_Samples(record, target);
+        {
+            const Half_In_Hand half(Half_Of_Samples());
+            Trace_Record& record = Active_Record();
+            Check_Counters(record);
+            Process_Samples(record, record.points == trace_points ? Target(record) : Target_Of_Positions(record));
+            Redraw_Marked_Traces(record);
+        }
         Show_Trigger_Wait();
         if (Sweep_Data.single && !Run_AuotSet_flag) Pending_Operation_Flag.store(0, std::memory_order_release);
         Set_Opc();

@@ -8,21 +8,14 @@
 #include "records/trace.h"
 #include "trace/acquisition.h"
 #include "trace/plot.h"
-#include "trace/scale.h"
+#include "trace/point_path.h"
+#include "trace/trace_settings.h"
 
 namespace {
 
 constexpr float bottom_level = -180, restart_max = -200, restart_min = 40;
 
 Trace_Record& Active_Record() { return Trace_Data[static_cast<std::size_t>(ScreenActive)]; }
-
-void Update_Rows(Trace_Record& record, std::size_t trace) {
-    const Row_Scale scale = Active_Scale();
-    for (std::size_t i = 0; i < trace_points; ++i) {
-        record.rows[trace][i] =
-            static_cast<std::uint16_t>(dBmTOpixel(static_cast<double>(record.value[trace][i]), scale, true));
-    }
-}
 
 /// What any level of the next sweep replaces.
 float Before_The_First_Sweep(std::uint8_t mode) {
@@ -31,7 +24,10 @@ float Before_The_First_Sweep(std::uint8_t mode) {
 
 }  // namespace
 
-void Frequency_Axis_Changed() { SetFreqScaleRedraw = 1; }
+void Frequency_Axis_Changed() {
+    SetFreqScaleRedraw = 1;
+    Forget_Averages(Active_Record());
+}
 
 void ExtendSpanWave(double old_start, double old_span) {
     const auto screen = static_cast<std::size_t>(ScreenActive);
@@ -63,14 +59,7 @@ void Choose_Detectors() { DetectionAutoFunc(); }
 
 void Trigger_Line_Changed() { Ext_Frame(); }
 
-void Restart_Hold_Buffer() {
-    Trace_Record& record = Active_Record();
-    const std::size_t trace = record.active & 3;
-    if (record.mode[trace] != trace_max_hold && record.mode[trace] != trace_min_hold) return;
-    record.value[trace].fill(record.mode[trace] == trace_max_hold ? restart_max : restart_min);
-    Update_Rows(record, trace);
-    Redraw_Traces(record);
-}
+void Restart_Hold_Buffer() { Restart_Hold(Active_Record(), Active_Record().active & 3); }
 
 void Restart_Max_Hold_Traces() {
     Trace_Record& record = Active_Record();

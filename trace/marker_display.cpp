@@ -19,6 +19,7 @@
 #include "records/sys.h"
 #include "trace/markers.h"
 #include "trace/peak_search.h"
+#include "trace/split.h"
 
 namespace {
 
@@ -449,6 +450,7 @@ void Show_Tables(bool afresh) {
 }  // namespace
 
 void Show_Markers() {
+    if (ScreenActive != Half_Of_Keys()) return;
     Follow_Axis();
     Show_Symbols(false);
     Show_Readout(false);
@@ -456,6 +458,7 @@ void Show_Markers() {
 }
 
 void Redraw_Markers() {
+    if (ScreenActive != Half_Of_Keys()) return;
     Follow_Axis();
     Show_Tables(true);
     Show_Symbols(true);

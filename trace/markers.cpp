@@ -5,6 +5,7 @@
 
 #include "keys/numeric_entry.h"
 #include "keys/soft_keys.h"
+#include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
 #include "records/sweep.h"
@@ -14,6 +15,7 @@
 #include "sweep/dependants.h"
 #include "trace/marker_display.h"
 #include "trace/peak_search.h"
+#include "trace/split.h"
 
 namespace {
 
@@ -144,6 +146,7 @@ int Set_Table(std::int32_t table, bool on) {
     const std::int32_t kept = Global_Table & table_split;
     const bool shown = (Global_Table & table) != 0;
     if (on == shown) return 0;
+    if (on && Display_Data.split != split_none) Set_Split(split_none);
     Global_Table = on ? kept | table : Global_Table & ~table;
     if (table == table_peak && on) SelectTraceForPeakSearch();
     Fit_Graticule_To_Table();
@@ -433,13 +436,7 @@ int Set_Marker_Table(bool on) { return Set_Table(table_marker, on); }
 
 int Set_Peak_Table(bool on) { return Set_Table(table_peak, on); }
 
-void Fit_Graticule_To_Table() {
-    constexpr Screen_Geometry whole;
-    const bool table = (Global_Table & (table_marker | table_peak)) != 0;
-    ScreenInf.height = table ? 301 : whole.height;
-    ScreenInf.division = table ? 30 : whole.division;
-    ScreenInf.clamp_bottom = table ? 358 : whole.clamp_bottom;
-}
+void Fit_Graticule_To_Table() { ScreenInf = Geometry_Of(ScreenActive); }
 
 bool Marker_On_Axis(int marker) {
     Follow_Axis();

@@ -6,11 +6,14 @@
 
 #include "display/draw.h"
 #include "palette.h"
+#include "records/display.h"
 #include "records/freqs.h"
 #include "trace/marker_display.h"
 #include "records/trigger.h"
 #include "trace/scale.h"
+#include "trace/hold_level.h"
 #include "trace/scale_figures.h"
+#include "trace/split.h"
 
 namespace {
 
@@ -50,7 +53,9 @@ constexpr auto shade_table = [] {
 struct Extent {
     std::int16_t first = 1, last = 0;
 };
-std::array<Extent, trace_points> drawn;
+std::array<std::array<Extent, trace_points>, screens> drawn;
+
+Extent& Drawn(int point) { return drawn[static_cast<std::size_t>(ScreenActive)][static_cast<std::size_t>(point)]; }
 
 Rect Graticule() {
     return {ScreenInf.left, ScreenInf.top, ScreenInf.points, ScreenInf.height};
@@ -63,7 +68,8 @@ void Draw_Grid() {
         display::Fill(fbVid0, {g.x + i * column_pitch, g.y, 1, g.height}, palette::grid);
         display::Fill(fbVid0, {g.x, g.y + i * ScreenInf.division, g.width, 1}, palette::grid);
     }
-    display::Frame(fbVid0, g, palette::frame);
+    const bool marked = Display_Data.split != split_none && ScreenActive == Half_Of_Keys();
+    display::Frame(fbVid0, g, marked ? palette::value : palette::frame);
 }
 
 /// The level of the video trigger, while that is chosen: dashes, which no trace looks like.
@@ -92,7 +98,7 @@ Extent Run(const Trace_Record& record, std::size_t trace, int point) {
 
 /// Brings the bare graticule back where the column was drawn on.
 void Erase_Column(int point) {
-    Extent& extent = drawn[static_cast<std::size_t>(point)];
+    Extent& extent = Drawn(point);
     if (extent.first > extent.last) return;
     display::Restore(fbVid0, {ScreenInf.left + point, extent.first, 1, extent.last - extent.first + 1});
     extent = {};
@@ -100,7 +106,7 @@ void Erase_Column(int point) {
 
 void Draw_Column(Trace_Record& record, int point) {
     Erase_Column(point);
-    Extent& extent = drawn[static_cast<std::size_t>(point)];
+    Extent& extent = Drawn(point);
     const int x = ScreenInf.left + point;
     for (int i = 1; i <= traces; ++i) {
         const auto trace = static_cast<std::size_t>((record.active + i) % traces);  // the active trace on top
@@ -119,17 +125,29 @@ void Draw_Column(Trace_Record& record, int point) {
 
 bool Drawable() { return fbVid0.memory && fbVid0.bits == 24; }
 
-}  // namespace
-
-void Ext_Frame() {
-    if (!Drawable()) return;
+void Draw_Half() {
     Draw_Grid();
     Draw_Scale_Figures();
     Draw_Trigger_Line();
     display::Keep(fbVid0, Graticule());
-    Plot_Reset();
+    drawn[static_cast<std::size_t>(ScreenActive)].fill({});
     Redraw_Traces(Trace_Data[static_cast<std::size_t>(ScreenActive)]);
     Redraw_Markers();
+}
+
+}  // namespace
+
+void Ext_Frame() {
+    if (!Drawable()) return;
+    if (Display_Data.split == split_none) {
+        Draw_Half();
+    } else {
+        for (int half = 0; half < screens; ++half) {
+            const Half_In_Hand in_hand(half);
+            Draw_Half();
+        }
+    }
+    Draw_Hold_Level();
 }
 
 void Trace_plot_line(Trace_Record& record, int point) {
@@ -138,10 +156,12 @@ void Trace_plot_line(Trace_Record& record, int point) {
 }
 
 void Redraw_Traces(Trace_Record& record) {
+    record.redraw_mask = 0;
     if (!Drawable()) return;
     for (int point = 0; point < trace_points; ++point) Draw_Column(record, point);
-    record.redraw_mask = 0;
     Show_Markers();
 }
 
-void Plot_Reset() { drawn.fill({}); }
+void Plot_Reset() {
+    for (auto& half : drawn) half.fill({});
+}

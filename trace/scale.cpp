@@ -91,6 +91,22 @@ std::int16_t dBmTOpixel(double dbm, const Row_Scale& scale, bool clamp) {
     return Linear_Row(static_cast<double>(scale.reference) - dbm, scale, clamp);
 }
 
+void dBmTOpixels(std::span<const float> dbm, const Row_Scale& scale, std::uint16_t* rows) {
+    if (scale.type != 0) {
+        for (const float level : dbm) {
+            *rows++ = static_cast<std::uint16_t>(dBmTOpixel(static_cast<double>(level), scale, true));
+        }
+        return;
+    }
+    const double reference = scale.reference, division = scale.division, decibels = Db_Per_Division(scale.code);
+    const int top = scale.top, bottom = scale.bottom;
+    for (const float level : dbm) {
+        const double below = division * (reference - static_cast<double>(level)) / decibels;
+        const double held = below < farthest ? std::max(below, -farthest) : farthest;
+        *rows++ = static_cast<std::uint16_t>(std::clamp(top + static_cast<int>(held), top, bottom));
+    }
+}
+
 Row_Scale Active_Scale() {
     return {.code = Amp.scale_code[Screen()] & 3,
             .reference = Amp.reference[Screen()],

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <span>
 
 /// Levels and pixel rows. Stored levels are those at the input, in dBm, and have their rows with the reference level at
 /// the input; what is shown, typed and answered is higher by Shown_Level_Offset.
@@ -15,6 +16,9 @@ struct Row_Scale {
 /// Row of a level, truncated toward zero: pixels a division below the reference; clamped to the top and bottom row where
 /// asked. NaN stands at the bottom.
 std::int16_t dBmTOpixel(double dbm, const Row_Scale& scale, bool clamp);
+
+/// The rows of many levels, clamped.
+void dBmTOpixels(std::span<const float> dbm, const Row_Scale& scale, std::uint16_t* rows);
 
 /// The same on the logarithmic scale, whatever the type.
 std::int16_t dBm2pixel(double dbm, const Row_Scale& scale, bool clamp);

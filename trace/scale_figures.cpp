@@ -48,6 +48,7 @@ void Draw_Scale_Figures() {
     for (int line = 0; line <= divisions; ++line) {
         const double level = Line_Level(line);
         if (level == no_level && In_Decibels()) continue;  // 0 V has none
+        if (line == divisions && ScreenInf.division < 2 * height) continue;  // no room above the line
         std::array<char, 32> english{};
         Format_Figure(level, english);
         std::array<char, 64> buffer;

@@ -8,6 +8,7 @@
 #include "sweep/transfer.h"
 #include "trace/acquisition.h"
 #include "trace/icons.h"
+#include "trace/split.h"
 
 namespace {
 
@@ -16,8 +17,8 @@ void Write_Viewed_Trace() {
     const int active = record.active & 3;
     if (record.mode[static_cast<std::size_t>(active)] != trace_view) return;
     record.mode[static_cast<std::size_t>(active)] = trace_clear_write;
-    Reset_Trace_Icons();
-    for (int trace = 0; trace < traces; ++trace) Detection_check(trace);
+    Reset_Trace_Icon(active);
+    Check_Trace_Icons();
 }
 
 }  // namespace
@@ -35,6 +36,7 @@ void Start_Single_Sweep() {
     Write_Viewed_Trace();
     Sweep_Data.single = 1;
     Sweep_Data.hold = 0;
+    Sweep_Data.single_left = Swept_In_Turn() ? screens : 1;
     SweepSingle_Data.store(0, std::memory_order_release);
     LOOP_SetTrans_Single_Sweep();
     LOOP_SetTrans_Var();

@@ -1,7 +1,9 @@
 #include "trace/views.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <limits>
 
 #include "records/trace.h"
 
@@ -22,4 +24,15 @@ void Init_Spectrogram() {
 
 void Init_TopographicData() {
     for (auto& row : TopographicData) row.fill(0);
+}
+
+void Topographic_Take_Point(const Trace_Record& record, int point) {
+    const auto column = static_cast<std::size_t>(point);
+    const std::size_t trace = record.active & 3;
+    if (record.mode[trace] == trace_blank) return;
+    const int below = record.rows[trace][column] - ScreenInf.clamp_top;
+    const int height = ScreenInf.clamp_bottom - ScreenInf.clamp_top;
+    const int row = std::clamp(below * (topographic_rows - 1) / height, 0, topographic_rows - 1);
+    std::uint16_t& hits = TopographicData[static_cast<std::size_t>(row)][column];
+    if (hits < std::numeric_limits<std::uint16_t>::max()) ++hits;
 }

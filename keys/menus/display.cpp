@@ -1,3 +1,4 @@
+#include <array>
 #include <cstdio>
 #include <string>
 
@@ -8,8 +9,10 @@
 #include "keys/pages.h"
 #include "keys/soft_keys.h"
 #include "records/display.h"
+#include "records/freqs.h"
 #include "sweep/transfer.h"
 #include "system/settings.h"
+#include "trace/split.h"
 
 namespace {
 
@@ -69,6 +72,33 @@ void fDisplayBase(int key) {
     }
 }
 
+enum Split_Key { both_swept_key, active_swept_key, single_view_key = 4, active_half_key };
+
+void fSplitBase(int key) {
+    No_Entry();
+    Blank_Entry();
+    switch (key) {
+        case both_swept_key: Set_Split(split_alternate); break;
+        case active_swept_key: Set_Split(split_active); break;
+        case single_view_key: Set_Split(split_none); break;
+        case active_half_key: Set_Active_Half(1 - ScreenActive); break;
+        default: Open_Page_Of(key);
+    }
+}
+
+void Split_Face(int key, Key_Face& face) {
+    if (key != active_half_key || Display_Data.split == split_none) return;
+    face.choice = {selectUpper, selectLower};
+    face.chosen = ScreenActive;
+}
+
+int Chosen_Split() {
+    constexpr std::array keys{single_view_key, both_swept_key, active_swept_key};
+    return keys[static_cast<std::size_t>(Display_Data.split)];
+}
+
+bool Greyed_Split(int key) { return key == active_half_key && Display_Data.split == split_none; }
+
 void Display_Face(int key, Key_Face& face) {
     if (key == brightness_key) std::snprintf(face.value.data(), face.value.size(), "%d %%", Display_Data.brightness);
     if (key != lock_key) return;
@@ -86,9 +116,9 @@ constexpr auto rows = std::to_array<Page_Row>({
       Opens(enTopoSetup, DisplayLink[4]), none, Return(DisplayLink[0])},
      &DisplayLink[0]},
     {enSplitBig,
-     {Greyed(enBothSwept), Greyed(enActiveSwept), Greyed(enWithSpectro), Greyed(enWithTopo), Greyed(enSingleView),
-      Greyed(enActiveHalf), Return(DisplayLink[0])},
-     &DisplayLink[0]},
+     {Key(enBothSwept), Key(enActiveSwept), Greyed(enWithSpectro), Greyed(enWithTopo), Key(enSingleView),
+      Key(enActiveHalf), Return(DisplayLink[0])},
+     &DisplayLink[0], fSplitBase, Split_Face, Chosen_Split, Greyed_Split},
     {enSpectrogramBig,
      {Greyed(enMarkerSelect), Greyed(enMarkerFreq), Greyed(enMarkerTime), Greyed(enDeltaFreq), Greyed(enDeltaTime),
       Opens(enColours, DisplayLink[5]), Return(DisplayLink[1])}},

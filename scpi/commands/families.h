@@ -26,5 +26,9 @@ std::span<const ScpiCommand> Sense_Power();
 std::span<const ScpiCommand> Input();
 std::span<const ScpiCommand> Unit();
 std::span<const ScpiCommand> Display_Y();
+std::span<const ScpiCommand> Sense_Detector();
+std::span<const ScpiCommand> Calculate_Math();
+std::span<const ScpiCommand> Display_Trace();
+std::span<const ScpiCommand> Pixel();
 
 }  // namespace families
