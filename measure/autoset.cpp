@@ -45,6 +45,9 @@ constexpr double signal_over_noise = 15, least_over_noise = 13;
 constexpr double feedthrough_reach = 15;
 /// The survey's points are too wide for what lies below; a sweep of its own looks there.
 constexpr double survey_from = 5e6, low_band = 8e6;
+/// The feed-through's phase noise raises the noise up to here, so that it is measured around each point.
+constexpr double skirt_to = 1e6;
+constexpr std::size_t skirt_points = 20;  ///< to either side
 
 constexpr int rbw_automatic = -1, rbw_1mhz = 0, rbw_100khz = 2, rbw_10khz = 4;
 constexpr int no_attenuation_rule = -1;
@@ -68,7 +71,8 @@ constexpr double signal_below_peak = 26, signal_above_noise = 10;  ///< dB, what
 constexpr int widest_gap = 15;                                     ///< points within one signal
 constexpr double span_of_width = 2;                                ///< shown span over width
 constexpr double vanished = 12;                                    ///< dB less than before: a burst that is over
-constexpr double width_of_bursts = 1e6;                            ///< Hz, of those that are not seen again
+constexpr int most_waits = 6;                                      ///< for it to come again, a watching time each
+constexpr double width_of_lost = 4e6;                              ///< Hz, shown where it doesn't: a survey's point
 
 /// Bursts are waited for so long, but not for more sweeps than these.
 constexpr double watching_time = 0.5;  ///< s
@@ -100,7 +104,7 @@ struct Search {
     double noise_density = 0;  ///< dBm/Hz at 0 dB attenuation, of the survey
     Signal found;
     double center = 0, width = 0;  ///< Hz, of the signal as approached
-    int sweeps_wanted = 1, sweeps_taken = 0;
+    int sweeps_wanted = 1, sweeps_taken = 0, waits = 0;
     std::int32_t sweeps_seen = 0;
     platform::Duration deadline{0};
     std::array<float, trace_points> highest{}, average{};  ///< dBm over the sweeps of a stage
@@ -175,6 +179,7 @@ void Look_At_Low_Frequencies() {
 
 void Approach() {
     search.stage = Stage::approach;
+    search.waits = 0;
     const double most = part_of_frequency * std::max(search.center, smallest_span);
     const double half = std::min(windows[search.window], most) / 2;
     Sweep_Over(In_Range(search.center - half), In_Range(search.center + half), rbw_automatic, no_attenuation_rule,
@@ -199,14 +204,18 @@ void Take_Sweep() {
     ++search.sweeps_taken;
 }
 
-/// The lower quartile of the averages: most of the spectrum may be occupied.
-double Measured_Noise() {
+/// The average level that a part of the points from first to last doesn't reach, dBm.
+double Average_Quantile(std::size_t first, std::size_t last, double part) {
     static std::array<float, trace_points> sorted;
-    sorted = search.average;
-    const auto quartile = sorted.begin() + trace_points / 4;
-    std::nth_element(sorted.begin(), quartile, sorted.end());
-    return static_cast<double>(*quartile);
+    const auto begin = search.average.begin();
+    const auto end = std::copy(begin + static_cast<int>(first), begin + static_cast<int>(last) + 1, sorted.begin());
+    const auto wanted = sorted.begin() + static_cast<int>(part * static_cast<double>(last - first));
+    std::nth_element(sorted.begin(), wanted, end);
+    return static_cast<double>(*wanted);
 }
+
+/// The lower quartile: most of the spectrum may be occupied.
+double Measured_Noise() { return Average_Quantile(0, trace_points - 1, 0.25); }
 
 /// Where signals begin in the present sweep.
 double Beyond_Feedthrough() {
@@ -223,24 +232,24 @@ std::size_t Highest_Point(double from) {
     return best;
 }
 
-void Take_Highest(double from) {
-    const std::size_t point = Highest_Point(from);
-    const double level = static_cast<double>(search.highest[point]);
-    if (level > search.found.level) search.found = {Frequency_Of(point), level};
-}
-
 double Floor(double noise) {
     if (!Autoset_Data.floor_manual) return noise + signal_over_noise;
     return std::max(Autoset_Data.floor - Shown_Level_Offset(), noise + least_over_noise);
 }
 
-/// True when the highest point is a signal.
-bool Stands_Out(double from) {
-    const double noise = Measured_Noise();
-    if (search.stage == Stage::survey) {
-        search.noise_density = noise - 10 * std::log10(Rbw()) - Amp.attenuation[Screen()];
+double Floor_At(std::size_t point, double noise) {
+    if (Frequency_Of(point) >= skirt_to) return Floor(noise);
+    const std::size_t first = point - std::min(point, skirt_points);
+    const std::size_t last = std::min<std::size_t>(point + skirt_points, trace_points - 1);
+    return Floor(std::max(noise, Average_Quantile(first, last, 0.5)));
+}
+
+/// The highest point that stands out of the noise, where it is higher than what was found before.
+void Take_Highest(double from, double noise) {
+    for (std::size_t i = trace_points; i-- > 0 && Frequency_Of(i) >= from;) {
+        const double level = static_cast<double>(search.highest[i]);
+        if (level > search.found.level && level >= Floor_At(i, noise)) search.found = {Frequency_Of(i), level};
     }
-    return static_cast<double>(search.highest[Highest_Point(from)]) >= Floor(noise);
 }
 
 /// The points of the signal around its highest one.
@@ -402,15 +411,15 @@ void Tell_Nothing(int attention) {
 }
 
 void After_Survey() {
+    const double noise = Measured_Noise();
+    search.noise_density = noise - 10 * std::log10(Rbw()) - Amp.attenuation[Screen()];
     search.found = {};
-    const bool stands_out = Stands_Out(survey_from);
-    if (stands_out) Take_Highest(survey_from);
+    Take_Highest(survey_from, noise);
     Look_At_Low_Frequencies();
 }
 
 void After_Low_Frequencies() {
-    const double from = feedthrough_reach * Rbw();
-    if (Stands_Out(from)) Take_Highest(from);
+    Take_Highest(feedthrough_reach * Rbw(), Measured_Noise());
     if (search.found.frequency > 0) {
         search.center = search.found.frequency;
         search.width = 0;
@@ -428,7 +437,8 @@ void After_Approach() {
     const double level = static_cast<double>(search.highest[peak]), span = Freqs.span[Screen()];
     const bool first = search.width == 0;
     if (level < search.found.level - vanished) {
-        if (first) search.width = width_of_bursts;
+        if (++search.waits < most_waits) return Await_Sweeps(least_sweeps);
+        if (first) search.width = width_of_lost;
         return Measure_Level();
     }
     const Extent extent = Extent_Of(peak);

@@ -24,10 +24,8 @@
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/dependants.h"
-#include "sweep/frequency.h"
 #include "records/trigger.h"
+#include "sweep/bandwidth.h"
 #include "sweep/dependants.h"
 #include "sweep/frequency.h"
 #include "system/status_icons.h"
@@ -39,6 +37,9 @@
 #include "trace/peak_search.h"
 #include "trace/plot.h"
 #include "trace/trace_settings.h"
+#include "sweep/bandwidth.h"
+#include "sweep/dependants.h"
+#include "sweep/frequency.h"
 #include "virtual_board/devices.h"
 #include "virtual_board/seed.h"
 
@@ -325,6 +326,53 @@ TEST_F(Screens, AmplitudePages) {
     Set_Label_Position(labels_right);
     for (const std::int32_t code : {36, 38}) Keypad_Exe(code);
     Expect_Screen("amplitude_watt");
+}
+
+TEST_F(Screens, BandwidthAndSweepPages) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Freqs_ArrayInit();
+    BW_Init();
+    Sweep_Init();
+    Set_Span(2, 1e6);
+    Set_BW_RBW(2, 3e3);
+    for (const std::int32_t code : {key_bw + 0, 32 + 0}) Keypad_Exe(code);
+    Expect_Screen("bandwidth");
+    Set_EMI_Filter(true);
+    for (const std::int32_t code : {key_bw + 0, 38 + 0}) Keypad_Exe(code);
+    Expect_Screen("bandwidth_emi");
+    Set_EMI_Filter(false);
+    Set_BW_Ratio(2, 0.1);
+    for (const std::int32_t code : {key_sweep + 0, 33 + 0, '1' + 0, 34 + 0}) Keypad_Exe(code);
+    Expect_Screen("sweep_time_warning");
+}
+
+/// The widest texts of bandwidths and sweep time, with the longest message.
+TEST_F(Screens, UncalibratedInEveryLanguage) {
+    constexpr std::array names{"uncal_english", "uncal_chinese_simplified", "uncal_russian", "uncal_chinese_traditional",
+                               "uncal_japanese"};
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Freqs_ArrayInit();
+    BW_Init();
+    Sweep_Init();
+    for (int language = 0; language < 5; ++language) {
+        ASSERT_EQ(Set_Language(language), 0);
+        Sweep_Data.uncal[0] = 0;
+        Set_VBW_Mode(false);
+        Set_EMI_Filter(true);
+        BW_Data.vbw_mode[0] = 1;
+        BW_Data.vbw[0] = 12;
+        BW_Data.rbw_mode[0] = 1;
+        BW_Data.rbw[0] = 14;
+        Keypad_Exe(key_bw);
+        Set_Sweep_Time(2, 2000);
+        Keypad_Exe(32);
+        Ext_Sweep_Time_Auto();
+        display_warning(language % 2 ? warning_span_or_bandwidth : warning_uncal);
+        Expect_Screen(names[static_cast<std::size_t>(language)]);
+    }
 }
 
 /// Four traces of one record, a carrier each, at their own levels.
