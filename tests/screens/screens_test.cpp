@@ -16,10 +16,12 @@
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
+#include "measure/autoset.h"
 #include "palette.h"
 #include "records/amp.h"
 #include "records/freqs.h"
 #include "records/locks.h"
+#include "records/function.h"
 #include "records/handover.h"
 #include "records/sweep.h"
 #include "records/sys.h"
@@ -561,6 +563,24 @@ TEST_F(Screens, TriggerPages) {
     Draw_Sweep_State();
     Sweep_HwKey();
     Expect_Screen("sweep_hold");
+}
+
+/// The autoset page while the search runs, and the frequency page in zero span.
+TEST_F(Screens, KeysThatWait) {
+    parse_txt_file(Word_List_Path(0));
+    Freqs_ArrayInit();
+    Init_Trace_Data();
+    Autoset_HwKey();
+    Run_AuotSet_flag = 1;
+    ThirdAttentionwords(63);
+    Autoset_State_Changed();
+    Expect_Screen("autoset_running");
+    Run_AuotSet_flag = 0;
+    ThirdAttentionwords(64);
+    Autoset_State_Changed();
+    Set_Span(2, 0);
+    Freq_HwKey();
+    Expect_Screen("frequency_zero_span");
 }
 
 TEST_F(Screens, ErrorListInRussian) {
