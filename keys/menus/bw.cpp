@@ -1,5 +1,6 @@
 #include "keys/bandwidth_entry.h"
 #include "keys/handlers.h"
+#include "keys/menus/average_keys.h"
 #include "keys/menus/entry.h"
 #include "keys/menus/rows.h"
 #include "keys/numeric_entry.h"
@@ -46,6 +47,8 @@ void fBWBase(int key) {
             if (pressed_again) Set_VBW_Mode(!Manual_Vbw());
             return Begin_Value('1', Bandwidth_Entry::vbw);
         case ratio_key: return Begin_Value('e', Bandwidth_Entry::ratio);
+        case average_key: return Press_Average(pressed_again);
+        case average_type_key: return Press_Average_Type();
         default: break;
     }
     No_Entry();
@@ -95,6 +98,8 @@ void BW_Face(int key, Key_Face& face) {
             face.chosen = Manual_Vbw() ? 1 : 0;
             break;
         case ratio_key: return Format_Bandwidth_Entry(Bandwidth_Entry::ratio, face.value);
+        case average_key: return Face_Of_Average(face);
+        case average_type_key: return Face_Of_Average_Type(face);
         case emi_key:
             face.choice = {selectOn, selectOff};
             face.chosen = BW_Data.emi ? 0 : 1;
@@ -103,14 +108,16 @@ void BW_Face(int key, Key_Face& face) {
     }
 }
 
-bool Greyed_BW(int key) { return key == emi_rbw_key && BW_Data.emi == 0; }
+bool Greyed_BW(int key) {
+    return (key == emi_rbw_key && BW_Data.emi == 0) || (key == average_key && Average_Greyed());
+}
 
 constexpr auto rows = std::to_array<Page_Row>({
     {enBandwidthBig,
      {Key(enRBW, Set_And_Show<Set_BW_RBW, Bandwidth_Entry::rbw>),
       Key(enVBW, Set_And_Show<Set_BW_VBW, Bandwidth_Entry::vbw>),
-      Key(enVBWRBW, Set_And_Show<Set_BW_Ratio, Bandwidth_Entry::ratio>), Greyed(enAverage), Greyed(enAverageType),
-      Key(enEMIFilter, Toggle_EMI_Filter), Opens(enEMIRBW, BWLink[1])},
+      Key(enVBWRBW, Set_And_Show<Set_BW_Ratio, Bandwidth_Entry::ratio>), Key(enAverage, Step_Average),
+      Key(enAverageType, Step_Average_Type), Key(enEMIFilter, Toggle_EMI_Filter), Opens(enEMIRBW, BWLink[1])},
      nullptr, fBWBase, BW_Face, nullptr, Greyed_BW},
     {enEMIRBWBig,
      {Key(en200Hz), Key(en9kHz), Key(en120kHz), Key(en1MHz), none, none, Return(BWLink[0])},

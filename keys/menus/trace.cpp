@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
 #include "keys/handlers.h"
+#include "keys/menus/average_keys.h"
 #include "keys/menus/entry.h"
 #include "keys/menus/rows.h"
 #include "keys/messages.h"
@@ -51,23 +51,8 @@ Text Decibels(double value) {
     return text;
 }
 
-Text Average_Text() {
-    Text text{};
-    std::snprintf(text.data(), text.size(), "%d", Record().average_number[Trace()]);
-    return text;
-}
-
-void Show_Average() { Show_Entry("Average count", Average_Text().data()); }
 void Show_Log_Reference() { Show_Entry("Log difference reference", Decibels(static_cast<double>(Log_Ref)).data()); }
 void Show_Log_Offset() { Show_Entry("Log offset", Decibels(TraceMath.offset).data()); }
-
-/// A typed or stepped number of sweeps switches the average on.
-int Step_Average(int source, double value) {
-    Set_Average_Number(source, value);
-    if (!Record().average_on[Trace()]) Set_Average(true);
-    Show_Average();
-    return 0;
-}
 
 int Step_Log_Reference(int source, double value) {
     Set_Log_Reference(source, value);
@@ -84,7 +69,6 @@ int Step_Log_Offset(int source, double value) {
 int Step_Trace(int, double) { return Set_Active_Trace(Round(Record().active, Pending_Steps(), traces)); }
 int Step_Source_1(int, double) { return Set_Math_Source(0, Round(TraceMath.source_1, Pending_Steps(), traces)); }
 int Step_Source_2(int, double) { return Set_Math_Source(1, Round(TraceMath.source_2, Pending_Steps(), traces)); }
-int Step_Average_Type(int, double) { return Set_Average_Type(Round(AvgType, Pending_Steps(), average_power + 1)); }
 int Toggle_Hold_Reset(int, double) { return Set_Hold_Restart(!Max_Hold_Restart); }
 
 /// Shows the refusal where a setting is not possible now.
@@ -154,15 +138,16 @@ void fMathBase(int key) {
 }
 
 void fAverageBase(int key) {
-    if (key == average_key) {
-        if (Current_Page().highlight == key) Try(Set_Average(!Record().average_on[Trace()]));
-        return Begin_Value('d', false, Show_Average);
-    }
-    Begin_Choice();
+    const bool pressed_again = Current_Page().highlight == key;
     switch (key) {
-        case average_type_key: Set_Average_Type(Round(AvgType, 1, average_power + 1)); break;
-        case start_again_key: Restart_Average(); break;
-        default: Open_Page_Of(key);
+        case average_key: return Press_Average(pressed_again);
+        case average_type_key: return Press_Average_Type();
+        default: Begin_Choice();
+    }
+    if (key == start_again_key) {
+        Restart_Average();
+    } else {
+        Open_Page_Of(key);
     }
 }
 
@@ -203,14 +188,8 @@ void Math_Face(int key, Key_Face& face) {
 }
 
 void Average_Face(int key, Key_Face& face) {
-    if (key == average_key) {
-        Put(Average_Text(), face);
-        face.choice = {selectOn, selectOff};
-        face.chosen = Record().average_on[Trace()] ? 0 : 1;
-    } else if (key == average_type_key) {
-        face.choice = {selectLog, selectVolt, selectPower};
-        face.chosen = AvgType;
-    }
+    if (key == average_key) Face_Of_Average(face);
+    if (key == average_type_key) Face_Of_Average_Type(face);
 }
 
 template <std::size_t count>
@@ -226,7 +205,7 @@ bool Greyed_Detector_Two(int key) {
     const auto index = static_cast<std::size_t>(key);
     return index < more_detectors.size() && !Detector_Allowed(more_detectors[index]);
 }
-bool Greyed_Average(int key) { return key == average_key && Record().mode[Trace()] == trace_view; }
+bool Greyed_Average(int key) { return key == average_key && Average_Greyed(); }
 
 constexpr auto rows = std::to_array<Page_Row>({
     {enTraceBig,

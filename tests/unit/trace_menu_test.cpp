@@ -119,6 +119,10 @@ TEST_F(Trace_Menu, AveragesTypedSteppedAndSwitched) {
     record.average_counter[0] = 7;
     Press({soft(2)});
     EXPECT_EQ(record.average_counter[0], 1);
+    Press({key_bw, soft(3), soft(3), soft(4)});
+    EXPECT_EQ(record.average_on[0], 1) << "the same keys on the page of bandwidths";
+    EXPECT_EQ(Value(3), "999");
+    EXPECT_EQ(AvgType, average_log);
 }
 
 TEST_F(Trace_Menu, MathWithItsValues) {
