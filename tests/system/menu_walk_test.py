@@ -43,6 +43,10 @@ BEFORE = {
 AFTER = {
     (7, 35, DIGIT, 32): (*b"100", 32),  # full brightness
 }
+# Ways to pages that stand only while something runs; they are seen, but not walked.
+FLEETING = {
+    (3, 32): "automatic setting",
+}
 # Pages that the families are known to have at least, by hard key.
 LEAST_PAGES = {0: 2, 1: 2, 2: 6, 3: 1, 4: 1, 5: 1, 6: 1, 7: 2, 8: 3, 9: 1, 10: 1, 11: 5, 13: 1, 14: 1, 15: 1, 16: 1,
                17: 1, 18: 1, 19: 1, 20: 1, 21: 17}
@@ -386,6 +390,8 @@ class Walker:
             return self.fault(way, "does nothing that can be seen")
         for code in AFTER.get(way, ()):
             self.press_and_compare(code)
+        if way in FLEETING:
+            return
         if found == "page":
             self.opened[way] = after.page
             return
