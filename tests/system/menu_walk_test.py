@@ -271,14 +271,18 @@ class Walker:
 
     def press_and_compare(self, code, patience=SOON):
         """What a key makes of the screen, in a word, and the screen then."""
-        before = self.screen.look()
-        end = time.monotonic() + patience
+        before, begin, seen = self.screen.look(), time.monotonic(), None
         self.press(code)
-        while time.monotonic() < end:
-            if difference(before, self.screen.look()):
+        while (now := time.monotonic()) < begin + patience:
+            after = self.screen.look()
+            if seen is None and difference(before, after):
+                seen = now
+            # Values can change by themselves; that the key was the cause is sure once the column has changed.
+            if not np.array_equal(after.page.column, before.page.column) or seen and now > seen + SHORTLY:
                 self.settle()
                 after = self.screen.look()
-                return difference(before, after), after
+                if difference(before, after):
+                    return difference(before, after), after
             time.sleep(PAUSE)
         return "", self.screen.look()
 
@@ -383,7 +387,7 @@ class Walker:
         way = path + (SOFT[key],)
         self.go(path) or self.reach(path)
         found, after = self.try_key(path, key)
-        if not found:
+        if not found or plan and way not in FLEETING and (way in plan.opened) != (found == "page"):
             self.reach(path)
             found, after = self.try_key(path, key)
         if not found:
