@@ -127,6 +127,13 @@ void Enter_Remote() {
     Draw_Remote_Icon();
 }
 
+/// A client has given control back: the panel begins anew, its settings stay.
+void Leave_Remote() {
+    if (Remote_Flag.load(std::memory_order_acquire) != 0 || &Current_Page() != &PresetLink[0]) return;
+    Freq_HwKey();
+    Draw_Remote_Icon();
+}
+
 }  // namespace
 
 void Main_Loop_Once() {
@@ -144,6 +151,7 @@ void Main_Loop_Once() {
     Execute_Web_Keys();
     Do_Posted_Work();
     Enter_Remote();
+    Leave_Remote();
     End_Notice_In_Time();
 }
 

@@ -10,6 +10,7 @@
 #include "remote/server.h"
 #include "scpi/error_queue.h"
 #include "scpi/status.h"
+#include "system/lan_settings.h"
 #include "system/preset.h"
 #include "trace/acquisition.h"
 
@@ -21,7 +22,8 @@ void Leave_File_Modes() {
 bool Start_Remote_Base() {
     SCPI_RegInitial(scpi_context);
     SCPI_Init(scpi_context);
-    const bool opened = remote::Open_Ports({Reset_Instrument, Leave_File_Modes, Sweep_Can_Come}, Sys_Data.baud_rate);
+    const bool opened =
+        remote::Open_Ports({Reset_Instrument, Leave_File_Modes, Sweep_Can_Come}, Sys_Data.baud_rate, Hislip_Port());
     SCPI_RegSetBits(scpi_context, reg_esr, esr_power_on);
     return opened || !platform::Network().required;
 }

@@ -14,6 +14,7 @@
 #include "records/locks.h"
 #include "records/sys.h"
 #include "records/trace.h"
+#include "remote/hislip.h"
 #include "remote/raw_socket.h"
 #include "remote/server.h"
 #include "sweep/amplitude.h"
@@ -51,7 +52,8 @@ void Tell_State(std::string& json) {
     std::snprintf(values.data(), values.size(), ",\"center\":%.0f,\"span\":%.0f,\"reference\":%d}",
                   Freqs.center[screen] + Freqs.offset[screen], Freqs.span[screen], Amp.displayed_reference[screen]);
     json = "{\"model\":\"" + System_Information_Data.model + "\",\"starting\":" + word(systeminit.load() != 0) +
-           ",\"remote\":" + word(Remote_Flag.load() != 0) + ",\"scpi\":\"" + remote::Raw_Address() + '"' + values.data();
+           ",\"remote\":" + word(Remote_Flag.load() != 0) + ",\"scpi\":\"" + remote::Raw_Address() + "\",\"hislip\":\"" +
+           remote::Hislip_Address() + '"' + values.data();
 }
 
 void Tell_Trace(std::string& csv) {

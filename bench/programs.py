@@ -110,8 +110,9 @@ def measure(build, fast):
             with socket.create_connection(("127.0.0.1", port)) as client:
                 client.sendall(f"{message};*OPC?\n".encode())
                 client.recv(16)
-            print(f"  raw socket, {state}:", flush=True)
-            subprocess.run([f"{build}/bin/wire", str(port)], check=True)
+            print(f"  raw socket and HiSLIP, {state}:", flush=True)
+            hislip = instrument.hislip.rpartition(":")[2]
+            subprocess.run([f"{build}/bin/wire", str(port), hislip], check=True)
 
 
 def main():

@@ -25,6 +25,7 @@
 namespace {
 
 bool Remote() { return Remote_Flag.load(std::memory_order_acquire) != 0; }
+bool Locked_Out() { return Remote() && Local_Lockouts.load(std::memory_order_acquire) != 0; }
 bool Sequence_Running() { return Sequence_runnow_flag == 1; }
 bool Autoset_Running() { return Run_AuotSet_flag == 1; }
 /// While the automatic setting runs, its own page has the key that ends it; all others wait.
@@ -184,7 +185,7 @@ void Execute_Barred(std::int32_t mode, std::int32_t code) {
     } else if (Display_Data.key_lock == 1) {
         Run_Hard_Key(code == key_quick_save ? key_quick_save : key_display);
     }
-    if (code == key_preset && Preset_Passes(mode)) Run_Preset();
+    if (code == key_preset && !Locked_Out() && Preset_Passes(mode)) Run_Preset();
 }
 
 void Execute_Hard_Key(std::int32_t code) {

@@ -123,6 +123,7 @@ class Instrument {
     Process board_, application_, web_;
     std::string http_;  ///< ADDR:PORT of the front panel
     std::string scpi_;  ///< ADDR:PORT of raw commands
+    std::string hislip_;
     steady_clock::time_point start_end_{};
 };
 
@@ -193,6 +194,8 @@ void Instrument::Start_Application() {
     Say("starting the instrument");
     std::vector<std::string> environment{"KVA720_ROOT=" + options_.root, "KVA720_LISTEN=" + options_.listen,
                                          "KVA720_SCPI_PORT=" + std::to_string(options_.scpi_port)};
+    if (options_.hislip_port >= 0)
+        environment.emplace_back("KVA720_HISLIP_PORT=" + std::to_string(options_.hislip_port));
     if (options_.fast)
         environment.emplace_back("KVA720_FAST=1");
     application_ = Start(programs_ + "/kva720", {}, environment, Log("kva720"), Output::to_log);
@@ -213,6 +216,7 @@ void Instrument::Await_Keys() {
         const Status status = Ask_Status(options_.root);
         if (status.takes_keys) {
             scpi_ = status.scpi;
+            hislip_ = status.hislip;
             return;
         }
         Wait(query_period);
@@ -248,6 +252,8 @@ int Instrument::Supervise() {
 int Instrument::Run() {
     Check_Port_Free(options_.listen, options_.http_port);
     Check_Port_Free(options_.listen, options_.scpi_port);
+    if (options_.hislip_port >= 0)
+        Check_Port_Free(options_.listen, options_.hislip_port);
     start_end_ = steady_clock::now() + start_limit;
     try {
         Start_Board();
@@ -257,8 +263,8 @@ int Instrument::Run() {
         http_ = Await_Line(web_, "http ");
         Say("starting: waiting for the start-up pictures");
         Await_Keys();
-        std::printf("ready http=%s scpi=%s hislip=off vxi11=off root=%s\n", http_.c_str(), scpi_.c_str(),
-                    options_.root.c_str());
+        std::printf("ready http=%s scpi=%s hislip=%s vxi11=off root=%s\n", http_.c_str(), scpi_.c_str(),
+                    hislip_.c_str(), options_.root.c_str());
         std::fflush(stdout);
         return Supervise();
     } catch (const Stopped&) {

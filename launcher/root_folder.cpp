@@ -60,11 +60,11 @@ Root_Folder::~Root_Folder() {
 void Root_Folder::Clear_Devices() const {
     namespace files = platform::device_files;
     const std::string controller = files::controller_suffix;
-    for (const std::string& name : {std::string(files::dsp_link), std::string(files::fpga_int),
-                                    std::string(files::keypad), std::string(files::power_key),
-                                    std::string(files::serial), std::string(files::serial_user),
-                                    std::string(files::gpib), files::gpib + controller, std::string(files::usb),
-                                    files::usb + controller, std::string("/tmp/web_store/talmiron.sock")}) {
+    for (const std::string& name :
+         {std::string(files::dsp_link), std::string(files::fpga_int), std::string(files::keypad),
+          std::string(files::power_key), std::string(files::trigger), std::string(files::serial),
+          std::string(files::serial_user), std::string(files::gpib), files::gpib + controller, std::string(files::usb),
+          files::usb + controller, std::string("/tmp/web_store/talmiron.sock")}) {
         const fs::path path = folder_ + name;
         std::error_code error;
         const auto type = fs::symlink_status(path, error).type();

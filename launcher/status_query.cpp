@@ -65,10 +65,15 @@ Status Ask_Status(const std::string& root) {
     if (!state.is_object())
         return {};
     Status status;
-    const auto starting = state.find("starting"), scpi = state.find("scpi");
+    const auto starting = state.find("starting");
+    const auto text = [&](const char* name, std::string& value) {
+        const auto found = state.find(name);
+        if (found != state.end() && found->is_string() && !found->get<std::string>().empty())
+            value = found->get<std::string>();
+    };
     status.takes_keys = starting != state.end() && starting->is_boolean() && !starting->get<bool>();
-    if (scpi != state.end() && scpi->is_string())
-        status.scpi = scpi->get<std::string>();
+    text("scpi", status.scpi);
+    text("hislip", status.hislip);
     return status;
 }
 

@@ -6,7 +6,7 @@ namespace launcher {
 /// What a running instrument says of itself.
 struct Status {
     bool takes_keys = false;  ///< it has come up
-    std::string scpi;         ///< ADDRESS:PORT of raw commands
+    std::string scpi, hislip = "off";  ///< ADDRESS:PORT of raw commands and of HiSLIP
 };
 
 /// Asks the instrument of a root over its local socket. It takes no keys also when it doesn't answer in half a second.

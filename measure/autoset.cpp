@@ -9,9 +9,10 @@
 #include "keys/numeric_entry.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
+#include "measure/watched_spectrum.h"
 #include "platform/clock.h"
-#include "platform/sample_memory.h"
 #include "records/amp.h"
+#include "records/analysis.h"
 #include "records/autoset.h"
 #include "records/bw.h"
 #include "records/freqs.h"
@@ -44,6 +45,9 @@ constexpr double signal_over_noise = 15, least_over_noise = 13;
 constexpr double feedthrough_reach = 15;
 /// The survey's points are too wide for what lies below; a sweep of its own looks there.
 constexpr double survey_from = 5e6, low_band = 8e6;
+/// The feed-through's phase noise raises the noise up to here, so that it is measured around each point.
+constexpr double skirt_to = 1e6;
+constexpr std::size_t skirt_points = 20;  ///< to either side
 
 constexpr int rbw_automatic = -1, rbw_1mhz = 0, rbw_100khz = 2, rbw_10khz = 4;
 constexpr int no_attenuation_rule = -1;
@@ -64,10 +68,10 @@ constexpr double part_of_frequency = 1.6;
 /// A signal as wide as this part of its window is wide enough to be measured; more than the second part is cut off.
 constexpr double wide_enough = 0.1, too_wide = 0.6;
 constexpr double signal_below_peak = 26, signal_above_noise = 10;  ///< dB, what counts as part of the signal
-constexpr int widest_gap = 15;                                     ///< points within one signal
 constexpr double span_of_width = 2;                                ///< shown span over width
 constexpr double vanished = 12;                                    ///< dB less than before: a burst that is over
-constexpr double width_of_bursts = 1e6;                            ///< Hz, of those that are not seen again
+constexpr int most_waits = 6;                                      ///< for it to come again, a watching time each
+constexpr double width_of_lost = 4e6;                              ///< Hz, shown where it doesn't: a survey's point
 
 /// Bursts are waited for so long, but not for more sweeps than these.
 constexpr double watching_time = 0.5;  ///< s
@@ -90,6 +94,7 @@ struct Kept_Settings {
     Sweep_Record sweep;
     Trigger_Record trigger;
     Trace_Record trace;
+    Marker_Record markers;
     int sweep_stopped = 0;
 };
 
@@ -99,10 +104,10 @@ struct Search {
     double noise_density = 0;  ///< dBm/Hz at 0 dB attenuation, of the survey
     Signal found;
     double center = 0, width = 0;  ///< Hz, of the signal as approached
-    int sweeps_wanted = 1, sweeps_taken = 0;
+    int sweeps_wanted = 1, waits = 0;
     std::int32_t sweeps_seen = 0;
     platform::Duration deadline{0};
-    std::array<float, trace_points> highest{}, average{};  ///< dBm over the sweeps of a stage
+    Watched_Spectrum seen;
 };
 
 Kept_Settings kept;
@@ -110,10 +115,6 @@ Search search;
 
 std::size_t Screen() { return static_cast<std::size_t>(ScreenActive); }
 Trace_Record& Active_Record() { return Trace_Data[Screen()]; }
-
-double Frequency_Of(std::size_t point) {
-    return Freqs.start[Screen()] + static_cast<double>(point) * Freqs.span[Screen()] / (trace_points - 1);
-}
 
 double Rbw() { return Int_RBW_Transfer(BW_Data.rbw[Screen()]); }
 
@@ -126,10 +127,8 @@ void Await_Sweeps(int least) {
     const double time = Sweep_Data.time[Screen()];
     search.sweeps_wanted = std::clamp(static_cast<int>(std::ceil(watching_time / time)), least, std::max(least, most_sweeps));
     if (search.stage == Stage::survey || search.stage == Stage::low_frequencies) search.sweeps_wanted = least;
-    search.sweeps_taken = 0;
     search.sweeps_seen = 0;
-    search.highest.fill(-1000);
-    search.average.fill(-1000);
+    search.seen = {};
     const double patience = 10 + 5 * search.sweeps_wanted * time;
     search.deadline = platform::Now() + std::chrono::duration_cast<platform::Duration>(std::chrono::duration<double>(patience));
 }
@@ -174,38 +173,15 @@ void Look_At_Low_Frequencies() {
 
 void Approach() {
     search.stage = Stage::approach;
+    search.waits = 0;
     const double most = part_of_frequency * std::max(search.center, smallest_span);
     const double half = std::min(windows[search.window], most) / 2;
     Sweep_Over(In_Range(search.center - half), In_Range(search.center + half), rbw_automatic, no_attenuation_rule,
                least_sweeps);
 }
 
-/// The sweep that the core has completed last, into the maxima and averages of the stage.
-void Take_Sweep() {
-    const Trace_Record& record = Active_Record();
-    const int end = record.processed - record.processed % trace_points;
-    const int start = (end == 0 ? platform::sample_counter_end : end) - trace_points;
-    const double weight = 1.0 / (search.sweeps_taken + 1);
-    for (int point = 0; point < trace_points; ++point) {
-        const int ring = (start + point) % platform::sample_block;
-        const auto column = static_cast<std::size_t>(point);
-        float& highest = search.highest[column];
-        float& average = search.average[column];
-        highest = std::max(highest, static_cast<float>(Detection_Trace_Select(detector_positive, point, ring)));
-        const double level = Detection_Trace_Select(detector_average, point, ring);
-        average += static_cast<float>((level - static_cast<double>(average)) * weight);
-    }
-    ++search.sweeps_taken;
-}
-
-/// The lower quartile of the averages: most of the spectrum may be occupied.
-double Measured_Noise() {
-    static std::array<float, trace_points> sorted;
-    sorted = search.average;
-    const auto quartile = sorted.begin() + trace_points / 4;
-    std::nth_element(sorted.begin(), quartile, sorted.end());
-    return static_cast<double>(*quartile);
-}
+/// The lower quartile: most of the spectrum may be occupied.
+double Measured_Noise() { return Average_Quantile(search.seen, 0, trace_points - 1, 0.25); }
 
 /// Where signals begin in the present sweep.
 double Beyond_Feedthrough() {
@@ -213,52 +189,26 @@ double Beyond_Feedthrough() {
     return Freqs.start[Screen()] < reach ? std::min(reach, search.center / 2) : 0;
 }
 
-/// The highest point from a frequency on.
-std::size_t Highest_Point(double from) {
-    std::size_t best = trace_points - 1;
-    for (std::size_t i = trace_points; i-- > 0 && Frequency_Of(i) >= from;) {
-        if (search.highest[i] >= search.highest[best]) best = i;
-    }
-    return best;
-}
-
-void Take_Highest(double from) {
-    const std::size_t point = Highest_Point(from);
-    const double level = static_cast<double>(search.highest[point]);
-    if (level > search.found.level) search.found = {Frequency_Of(point), level};
-}
+double Level_Of(std::size_t point) { return static_cast<double>(search.seen.highest[point]); }
 
 double Floor(double noise) {
     if (!Autoset_Data.floor_manual) return noise + signal_over_noise;
     return std::max(Autoset_Data.floor - Shown_Level_Offset(), noise + least_over_noise);
 }
 
-/// True when the highest point is a signal.
-bool Stands_Out(double from) {
-    const double noise = Measured_Noise();
-    if (search.stage == Stage::survey) {
-        search.noise_density = noise - 10 * std::log10(Rbw()) - Amp.attenuation[Screen()];
-    }
-    return static_cast<double>(search.highest[Highest_Point(from)]) >= Floor(noise);
+double Floor_At(std::size_t point, double noise) {
+    if (Frequency_Of(point) >= skirt_to) return Floor(noise);
+    const std::size_t first = point - std::min(point, skirt_points);
+    const std::size_t last = std::min<std::size_t>(point + skirt_points, trace_points - 1);
+    return Floor(std::max(noise, Average_Quantile(search.seen, first, last, 0.5)));
 }
 
-/// The points of the signal around its highest one.
-struct Extent {
-    std::size_t first, last;
-};
-
-Extent Extent_Of(std::size_t peak) {
-    const double least = std::max(static_cast<double>(search.highest[peak]) - signal_below_peak,
-                                  Expected_Noise() + signal_above_noise);
-    Extent extent{peak, peak};
-    const auto part = [&](std::size_t i) { return static_cast<double>(search.highest[i]) >= least; };
-    for (std::size_t i = peak + 1; i < trace_points && i <= extent.last + widest_gap; ++i) {
-        if (part(i)) extent.last = i;
+/// The highest point that stands out of the noise, where it is higher than what was found before.
+void Take_Highest(double from, double noise) {
+    for (std::size_t i = trace_points; i-- > 0 && Frequency_Of(i) >= from;) {
+        const double level = Level_Of(i);
+        if (level > search.found.level && level >= Floor_At(i, noise)) search.found = {Frequency_Of(i), level};
     }
-    for (std::size_t i = peak; i-- > 0 && i + widest_gap >= extent.first;) {
-        if (part(i)) extent.first = i;
-    }
-    return extent;
 }
 
 /// The next of 1, 2, 5.
@@ -300,7 +250,7 @@ void Clear_Traces() {
 }
 
 void Keep_Settings() {
-    kept = {Freqs, Amp, BW_Data, Sweep_Data, Trigger_Data, Active_Record(), SweepSingle_Data.load()};
+    kept = {Freqs, Amp, BW_Data, Sweep_Data, Trigger_Data, Active_Record(), Marker_Data, SweepSingle_Data.load()};
 }
 
 /// Continuous sweeps that wait for nothing.
@@ -317,13 +267,14 @@ void Release_Sweeps() {
     LOOP_SetTrans_Single_Sweep();
 }
 
-/// The traces as they were kept, but for the place in the ring.
+/// The traces and markers as they were kept, but for the place in the ring.
 void Put_Traces_Back() {
     Trace_Record& record = Active_Record();
     kept.trace.processed = record.processed;
     kept.trace.sweeps = record.sweeps;
     kept.trace.point = record.point;
     record = kept.trace;
+    Marker_Data = kept.markers;
     Reset_Trace_Icons();
 }
 
@@ -361,7 +312,7 @@ void Give_Up() {
 /// The kept settings once more, with what was found; the traces move once.
 void Show_Signal() {
     const double start = Freqs.start[Screen()], stop = Freqs.stop[Screen()];
-    const double measured = static_cast<double>(search.highest[Highest_Point(Beyond_Feedthrough())]);
+    const double measured = Level_Of(Highest_Point(search.seen, Beyond_Feedthrough()));
     const double level = measured < search.found.level - vanished ? search.found.level : measured;
     search.stage = Stage::shown;
     Freqs = kept.freqs;
@@ -401,15 +352,15 @@ void Tell_Nothing(int attention) {
 }
 
 void After_Survey() {
+    const double noise = Measured_Noise();
+    search.noise_density = noise - 10 * std::log10(Rbw()) - Amp.attenuation[Screen()];
     search.found = {};
-    const bool stands_out = Stands_Out(survey_from);
-    if (stands_out) Take_Highest(survey_from);
+    Take_Highest(survey_from, noise);
     Look_At_Low_Frequencies();
 }
 
 void After_Low_Frequencies() {
-    const double from = feedthrough_reach * Rbw();
-    if (Stands_Out(from)) Take_Highest(from);
+    Take_Highest(feedthrough_reach * Rbw(), Measured_Noise());
     if (search.found.frequency > 0) {
         search.center = search.found.frequency;
         search.width = 0;
@@ -423,14 +374,16 @@ void After_Low_Frequencies() {
 }
 
 void After_Approach() {
-    const std::size_t peak = Highest_Point(Beyond_Feedthrough());
-    const double level = static_cast<double>(search.highest[peak]), span = Freqs.span[Screen()];
+    const std::size_t peak = Highest_Point(search.seen, Beyond_Feedthrough());
+    const double level = Level_Of(peak), span = Freqs.span[Screen()];
     const bool first = search.width == 0;
     if (level < search.found.level - vanished) {
-        if (first) search.width = width_of_bursts;
+        if (++search.waits < most_waits) return Await_Sweeps(least_sweeps);
+        if (first) search.width = width_of_lost;
         return Measure_Level();
     }
-    const Extent extent = Extent_Of(peak);
+    const double least = std::max(level - signal_below_peak, Expected_Noise() + signal_above_noise);
+    const Extent extent = Extent_Of(search.seen, peak, least);
     search.center = (Frequency_Of(extent.first) + Frequency_Of(extent.last)) / 2;
     search.width = std::max(Frequency_Of(extent.last) - Frequency_Of(extent.first), span / (trace_points - 1));
     search.found = {Frequency_Of(peak), level};
@@ -496,6 +449,9 @@ bool Start_Autoset() {
     search = {};
     Amp.preamplifier_auto = 0;
     Amp.preamplifier_in[Screen()] = 0;
+    BW_Data.emi = 0;
+    Sweep_Data.mode[Screen()] = sweep_mode_auto;
+    Sweep_Data.rule[Screen()] = 0;
     Clear_Traces();
     Release_Sweeps();
     ThirdAttentionwords(attention_searching);
@@ -512,8 +468,8 @@ void Autoset_Step() {
         return;
     }
     search.sweeps_seen = sweeps;
-    Take_Sweep();
-    if (search.sweeps_taken >= search.sweeps_wanted) Next_Stage();
+    Take_Last_Sweep(search.seen, Active_Record());
+    if (search.seen.sweeps >= search.sweeps_wanted) Next_Stage();
 }
 
 void Stop_Autoset() {

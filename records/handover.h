@@ -24,6 +24,7 @@ inline Web_Key_Queue Web_Keyin_Value;
 inline std::atomic<std::int32_t> Web_Keyin_Flag{0};
 
 inline std::atomic<int> Remote_Flag{0};                  ///< 1 while a remote interface has taken control
+inline std::atomic<int> Local_Lockouts{0};               ///< clients that bar the preset key from leaving remote control
 inline std::atomic<int> RecallFormCommand{0};            ///< 1: a remote command asked for a recall the main loop must end
 inline std::atomic<int> RecallMenuState{0};
 inline std::atomic<int> USBButtonOnOff_Flag{0};          ///< 1: storage came or went

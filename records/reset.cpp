@@ -22,7 +22,7 @@
 namespace {
 
 void Reset_Handover() {
-    for (auto* flag : {&systeminit, &shutdown_flag, &Remote_Flag, &RecallFormCommand, &RecallMenuState,
+    for (auto* flag : {&systeminit, &shutdown_flag, &Remote_Flag, &Local_Lockouts, &RecallFormCommand, &RecallMenuState,
                        &USBButtonOnOff_Flag, &RecallAfterRemoveDeviceFlag, &Pending_Operation_Flag,
                        &Pending_Operation_Flag_check, &Command_Opc_Flag, &Command_Query_Opc_Flag, &SweepSingle_Data,
                        &DSP_Trigger_Flag, &Usb_init_flag, &SetsystemtimeFlag}) {

@@ -15,7 +15,7 @@ int Listener::Accept(const Poll_Set& waits) {
     const int socket = accept4(descriptor_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (socket >= 0) return socket;
     if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-        std::perror("accept");
+        std::perror(failure_);
         resting_until_ = platform::Now() + rest;
     }
     return -1;

@@ -9,7 +9,11 @@ namespace remote {
 /// A listening socket. Where descriptors have run out it rests, instead of being ready for ever.
 class Listener {
 public:
-    void Listen_On(int descriptor) { descriptor_ = descriptor; }
+    /// failure: how a client that can't be taken is reported.
+    void Listen_On(int descriptor, const char* failure = "accept") {
+        descriptor_ = descriptor;
+        failure_ = failure;
+    }
     void Add_Wait(Poll_Set& waits);
     /// A client who wants to connect, non-blocking; -1 when there is none.
     int Accept(const Poll_Set& waits);
@@ -20,6 +24,7 @@ public:
 
 private:
     int descriptor_ = -1;
+    const char* failure_ = "accept";
     std::size_t place_ = Poll_Set::nowhere;
     platform::Duration resting_until_{0};
 };

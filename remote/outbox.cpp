@@ -1,5 +1,6 @@
 #include "remote/outbox.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <sys/socket.h>
@@ -19,6 +20,13 @@ void Outbox::Clear() {
     sent_ = 0;
     bytes_.clear();
     if (bytes_.capacity() > kept_room) bytes_ = {};
+}
+
+void Outbox::Drop_Unsent(std::size_t (*message_size)(std::string_view bytes)) {
+    std::size_t kept = 0;
+    while (kept < sent_) kept += message_size(std::string_view(bytes_).substr(kept));
+    bytes_.resize(std::min(kept, bytes_.size()));
+    if (Empty()) Clear();
 }
 
 bool Outbox::Send(int descriptor) {

@@ -20,6 +20,8 @@ public:
     std::size_t Size() const { return bytes_.size() - sent_; }
     void Put(std::string_view bytes);
     void Clear();
+    /// Drops the messages of which nothing has been sent; message_size tells the length of the one that a text begins with.
+    void Drop_Unsent(std::size_t (*message_size)(std::string_view bytes));
     /// Sends what the descriptor takes. False when it is broken; what is left is lost then.
     bool Send(int descriptor);
     /// Something stands and nothing has moved for too long.

@@ -7,6 +7,7 @@
 #include "platform/stop.h"
 #include "remote/device_port.h"
 #include "remote/gpib.h"
+#include "remote/hislip.h"
 #include "remote/local_socket.h"
 #include "remote/poll_set.h"
 #include "remote/raw_socket.h"
@@ -15,21 +16,29 @@
 #include "remote/sinks.h"
 #include "remote/usb.h"
 #include "remote/waiting.h"
-#include "scpi/wait.h"
 
 namespace remote {
 namespace {
 
-constexpr int clock_look_ms = 100, waiting_ms = 5;
+constexpr int clock_look_ms = 100;
 
-class Server {
+class Server : public Waiting_Service {
 public:
-    explicit Server(const Local_Commands& commands) : local_(commands) {}
+    explicit Server(const Local_Commands& commands) : local_(commands) {
+        Set_Server_Thread(true);
+        Set_Waiting_Service(this);
+    }
+    ~Server() override {
+        Set_Waiting_Service(nullptr);
+        Set_Server_Thread(false);
+    }
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
 
     /// One wait over everything. False on the stop.
     bool Serve_Once();
     /// A short wait over the front panel while a command waits; service requests go out. False on the stop.
-    bool Serve_Pages();
+    bool Serve_While_Waiting() override;
 
 private:
     int Wait_Time() const;
@@ -38,10 +47,8 @@ private:
     Device_Port gpib_{interface_gpib}, usb_{interface_usb};
     Raw_Clients raw_;
     Local_Socket local_;
+    Hislip_Server hislip_;
 };
-
-/// On the server thread, while it serves.
-thread_local Server* serving = nullptr;
 
 bool Server::Serve_Once() {
     Poll_Set waits;
@@ -68,8 +75,8 @@ int Server::Wait_Time() const {
     return clock ? clock_look_ms : -1;
 }
 
-bool Server::Serve_Pages() {
-    Send_Server_Requests();
+bool Server::Serve_While_Waiting() {
+    Send_Requests();
     Poll_Set waits;
     const std::size_t stop = waits.Add(platform::Stop_Fd(), POLLIN);
     local_.Add_Page_Waits(waits);
@@ -80,30 +87,20 @@ bool Server::Serve_Pages() {
 
 }  // namespace
 
-bool Keep_Waiting() {
-    if (platform::Stop_Requested()) return false;
-    const ScpiUserContext client = Waiting_Client();
-    Sink* const sink = Sink_Of(client.kind);
-    const bool ours = client.kind != interface_hislip && client.kind != interface_vxi11;
-    // The server's clients are its thread's alone; another thread's wait leaves them to it.
-    if (sink && ours == (serving != nullptr) && !sink->Lives(client.descriptor)) {
-        Release_Waits(client);
-        return false;
-    }
-    if (Setup().sweep_can_come && !Setup().sweep_can_come()) return false;
-    return serving ? serving->Serve_Pages() : platform::Sleep_For(std::chrono::milliseconds(waiting_ms));
-}
-
-bool Open_Ports(const Remote_Setup& setup, int baud_index) {
+bool Open_Ports(const Remote_Setup& setup, int baud_index, int stored_hislip_port) {
     Install_Interface(setup);
     Open_Rs232(baud_index);
     Open_Gpib();
     Open_Usb();
     const platform::Network_Settings& network = platform::Network();
-    return network.scpi_port < 0 || Open_Raw_Listener(network.address, network.scpi_port);
+    const int hislip_port = network.hislip_port == platform::stored_port ? stored_hislip_port : network.hislip_port;
+    const bool raw = network.scpi_port < 0 || Open_Raw_Listener(network.address, network.scpi_port);
+    const bool hislip = hislip_port < 0 || Open_Hislip_Listener(network.address, hislip_port);
+    return raw && hislip;
 }
 
 void Close_Ports() {
+    Close_Hislip_Listener();
     Close_Raw_Listener();
     Close_Usb();
     Close_Gpib();
@@ -113,9 +110,7 @@ void Close_Ports() {
 
 void Serve(const Local_Commands& commands) {
     const auto server = std::make_unique<Server>(commands);
-    serving = server.get();
     while (server->Serve_Once()) {}
-    serving = nullptr;
 }
 
 }  // namespace remote

@@ -5,9 +5,9 @@
 namespace remote {
 
 /// Installs the parser's callbacks and opens the serial port, the GPIB and USB files and, where the network settings name a
-/// port, the raw listener. What can't be opened stays unused; false where the raw listener can't be had.
-/// baud_index: setting of the serial port, counted from 0.
-bool Open_Ports(const Remote_Setup& setup, int baud_index);
+/// port, the raw listener and that of HiSLIP. What can't be opened stays unused; false where a listener can't be had.
+/// baud_index: setting of the serial port, counted from 0. stored_hislip_port: what the settings hold, 1 to 65535.
+bool Open_Ports(const Remote_Setup& setup, int baud_index, int stored_hislip_port);
 /// Closes all of them, after the server and all other threads that feed the parser have ended.
 void Close_Ports();
 

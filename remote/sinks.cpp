@@ -21,15 +21,14 @@ std::array<std::atomic<Sink*>, kinds> sinks{};
 
 Remote_Setup setup;
 const Scpi_Host host{.leave_file_modes = [] { if (setup.leave_file_modes) setup.leave_file_modes(); },
-                     .keep_waiting = Keep_Waiting};
+                     .keep_waiting = Keep_Waiting,
+                     .held_back = Held_Back};
 
 /// A status byte that GPIB is told of on *CLS travels in the same queue, so that it keeps its place.
 struct Request {
     int control = 0;
     ScpiUserContext client;
     std::uint32_t status_byte = 0;
-
-    bool For_Server() const { return control == control_status_cleared || client.kind != interface_hislip; }
 };
 
 /// The newest takes the place of the last one where nobody has sent any for long.
@@ -49,17 +48,6 @@ public:
         const std::lock_guard guard(mutex_);
         requests = requests_;
         return std::exchange(count_, 0);
-    }
-    /// Only those of the server's own devices; the event stays as it is.
-    std::size_t Take_Servers(std::array<Request, 64>& requests) {
-        const std::lock_guard guard(mutex_);
-        std::size_t taken = 0, left = 0;
-        for (std::size_t i = 0; i < count_; ++i) {
-            const Request request = requests_[i];
-            (request.For_Server() ? requests[taken++] : requests_[left++]) = request;
-        }
-        count_ = left;
-        return taken;
     }
     int Event() const { return event_; }
 
@@ -138,11 +126,6 @@ int Request_Event() { return queue.Event(); }
 void Send_Requests() {
     std::array<Request, 64> requests;
     Send({requests.data(), queue.Take(requests)});
-}
-
-void Send_Server_Requests() {
-    std::array<Request, 64> requests;
-    Send({requests.data(), queue.Take_Servers(requests)});
 }
 
 }  // namespace remote

@@ -16,10 +16,10 @@ public:
     virtual void Answer(int descriptor, std::string_view answer) = 0;
     /// The status byte after a message without answer.
     virtual void Hand_Status_Byte(int, std::uint32_t) {}
-    /// A service request, from the server thread; maybe after its client has gone. Without locks, for GPIB and USB
-    /// maybe under scpi_lock_mutex.
+    /// A service request, from the server thread without locks; maybe after its client has gone.
     virtual void Request_Service(int, std::uint32_t) {}
-    /// False when a client whose command waits has gone. From the thread that waits.
+    /// False when a client whose command waits has gone. From the server thread, for interfaces with threads of their own
+    /// from any.
     virtual bool Lives(int) { return true; }
 };
 
@@ -43,7 +43,5 @@ const Remote_Setup& Setup();
 /// The event becomes readable when there is something to send.
 int Request_Event();
 void Send_Requests();
-/// Only those of GPIB and USB, while a command waits under scpi_lock_mutex: a controller may be waiting for one.
-void Send_Server_Requests();
 
 }  // namespace remote

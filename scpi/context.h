@@ -126,9 +126,12 @@ struct ScpiUserContext {
 struct Scpi_Host {
     /// Before new input: leaves the modes of the file menu.
     void (*leave_file_modes)() = nullptr;
-    /// Asked again and again by a wait for the end of a sweep, without the records' lock: lets a short time pass and serves
+    /// Asked again and again by a wait for the end of a sweep, without locks: lets a short time pass and serves
     /// what must go on. False when the wait has to end: nothing can come that ends it, its client is gone, the stop.
     bool (*keep_waiting)() = nullptr;
+    /// Asked again and again, without locks, by input that a wait on another thread holds back: lets a short time pass and
+    /// serves what must go on.
+    void (*held_back)() = nullptr;
 };
 
 inline std::array<std::uint32_t, scpi_registers> scpi_regs{};

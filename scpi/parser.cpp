@@ -228,12 +228,12 @@ int SCPI_Parse(ScpiContext& context, char* text, int length) {
 }
 
 int SCPI_Input(ScpiContext& context, const char* data, int length) {
-    const std::lock_guard inputs(scpi_lock_mutex);
+    const Input_Turn turn(context);
     return Input_Locked(context, data, length);
 }
 
 int SCPI_Receive(ScpiContext& context, ScpiUserContext client, Pending_Input& pending, std::string_view bytes) {
-    const std::lock_guard inputs(scpi_lock_mutex);
+    const Input_Turn turn(context);
     const Swapped_In swapped(context, client, pending);
     int result = 0;
     while (!bytes.empty()) {
@@ -255,7 +255,7 @@ int SCPI_Receive(ScpiContext& context, ScpiUserContext client, Pending_Input& pe
 }
 
 int SCPI_Finish(ScpiContext& context, ScpiUserContext client, Pending_Input& pending) {
-    const std::lock_guard inputs(scpi_lock_mutex);
+    const Input_Turn turn(context);
     const Swapped_In swapped(context, client, pending);
     pending.refused = false;
     return Input_Locked(context, "", 0);

@@ -1,6 +1,7 @@
 #include "scpi/wait.h"
 
 #include <atomic>
+#include <thread>
 
 #include "records/handover.h"
 #include "records/locks.h"
@@ -28,7 +29,48 @@ void End_Pending() {
 
 bool Go_On(const ScpiContext& context) { return context.host && context.host->keep_waiting && context.host->keep_waiting(); }
 
+void Wait_Pending(const ScpiContext& context) {
+    while (Pending()) {
+        if (!released.load() && Go_On(context)) continue;
+        End_Pending();
+    }
+}
+
+bool turn_kept = false;  ///< by a thread that waits; under scpi_lock_mutex
+
+/// Without scpi_lock_mutex, but with the turn.
+class Lock_Let_Go {
+public:
+    Lock_Let_Go() : held_(scpi_lock_mutex.Held_Here()) {
+        if (!held_) return;
+        turn_kept = true;
+        scpi_lock_mutex.unlock();
+    }
+    ~Lock_Let_Go() {
+        if (!held_) return;
+        scpi_lock_mutex.lock();
+        turn_kept = false;
+    }
+    Lock_Let_Go(const Lock_Let_Go&) = delete;
+    Lock_Let_Go& operator=(const Lock_Let_Go&) = delete;
+
+private:
+    const bool held_;
+};
+
 }  // namespace
+
+Input_Turn::Input_Turn(ScpiContext& context) {
+    scpi_lock_mutex.lock();
+    while (turn_kept) {
+        scpi_lock_mutex.unlock();
+        if (context.host && context.host->held_back) context.host->held_back();
+        std::this_thread::yield();
+        scpi_lock_mutex.lock();
+    }
+}
+
+Input_Turn::~Input_Turn() { scpi_lock_mutex.unlock(); }
 
 void Begin_Pending_Operation(ScpiContext& context) {
     // In this order: whoever finds the client here releases this wait, not an earlier one.
@@ -39,9 +81,9 @@ void Begin_Pending_Operation(ScpiContext& context) {
 }
 
 void Wait_For_Pending_Operation(ScpiContext& context) {
-    while (Pending()) {
-        if (!released.load() && Go_On(context)) continue;
-        End_Pending();
+    if (Pending()) {
+        const Lock_Let_Go others_serve;
+        Wait_Pending(context);
     }
     waiting.store(Packed({}));
 }
@@ -50,10 +92,14 @@ bool Wait_For_Sweep(ScpiContext& context) {
     Command_Query_Opc_Flag.store(1, std::memory_order_release);
     Begin_Pending_Operation(context);
     Command_Main_Mutex.unlock();
-    while (Command_Query_Opc_Flag.load(std::memory_order_acquire) && !released.load() && Go_On(context)) {}
-    const bool kept = !released.load();
-    End_Pending();
-    waiting.store(Packed({}));
+    bool kept = false;
+    {
+        const Lock_Let_Go others_serve;
+        while (Command_Query_Opc_Flag.load(std::memory_order_acquire) && !released.load() && Go_On(context)) {}
+        kept = !released.load();
+        End_Pending();
+        waiting.store(Packed({}));
+    }
     Command_Main_Mutex.lock();
     return kept;
 }

@@ -1,12 +1,22 @@
 #pragma once
 #include "scpi/context.h"
 
-/// Waits for the end of a sweep: *OPC?, and what comes after *WAI.
+/// Waits for the end of a sweep: *OPC?, and what comes after *WAI. A wait lets go of scpi_lock_mutex but keeps the turn, so
+/// that no thread stands on the lock: input of others is held back while its thread goes on serving its clients.
+
+/// The turn of one thread to execute input, with scpi_lock_mutex.
+class Input_Turn {
+public:
+    explicit Input_Turn(ScpiContext& context);
+    ~Input_Turn();
+    Input_Turn(const Input_Turn&) = delete;
+    Input_Turn& operator=(const Input_Turn&) = delete;
+};
 
 /// Holds new input while an operation is pending. Ends it where the host says that no sweep will.
 void Wait_For_Pending_Operation(ScpiContext& context);
 
-/// Waits for the end of the next complete sweep with the records' lock released, which the caller holds.
+/// Waits for the end of the next complete sweep with both locks released, of which the caller holds the records'.
 /// True when the sweep ended or none can come; false when the client was cleared or is gone.
 bool Wait_For_Sweep(ScpiContext& context);
 

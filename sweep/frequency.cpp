@@ -165,7 +165,8 @@ bool Too_Narrow(double span) {
 /// True when the span can't be swept in less than the longest sweep time.
 bool Too_Slow(double span) {
     const auto screen = static_cast<std::size_t>(ScreenActive);
-    return Ext_Sweep_Time_Check(BW_Data.rbw[screen], BW_Data.vbw[screen], Sweep_Data, std::min(span, MAXSPAN)) != 0;
+    Sweep_Record trial = Sweep_Data;  // takes the step count, which a refused span must not leave behind
+    return Ext_Sweep_Time_Check(BW_Data.rbw[screen], BW_Data.vbw[screen], trial, std::min(span, MAXSPAN)) != 0;
 }
 
 /// Measurements that need a span get their last one back instead of zero span, or where that is none, the one before.

@@ -4,8 +4,6 @@
 
 #include "keys/handlers.h"
 #include "keys/status_blocks.h"
-#include "measure/autoset.h"
-#include "measure/channel.h"
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
@@ -18,6 +16,7 @@
 #include "sweep/frequency.h"
 #include "sweep/transfer.h"
 #include "sweep/trigger.h"
+#include "system/dependants.h"
 #include "system/status_icons.h"
 #include "trace/acquisition.h"
 #include "trace/corrections.h"
@@ -50,9 +49,9 @@ void Single_Sweep_Init() {
 }
 
 /// Each area's settings to their factory values. An area that others take values from comes before them.
-constexpr std::array areas{Autoset_Init, Channel_Init, Modes_Init, Screen_Init,    Freqs_ArrayInit,   Trigger_Init,  Amp_ArrayInit,         limitline_init,
-                           PeakSearch_Init, Marker_Init, Markerto_Init,   BW_Init,               Sweep_Init,
-                           Single_Sweep_Init, Init_Trace_Data, Init_Spectrogram, Init_TopographicData,
+constexpr std::array areas{Autoset_Init, Channel_Init, Modes_Init, Screen_Init, Freqs_ArrayInit, Trigger_Init,
+                           Amp_ArrayInit, limitline_init, PeakSearch_Init, Marker_Init, Markerto_Init, BW_Init,
+                           Sweep_Init, Single_Sweep_Init, Init_Trace_Data, Init_Spectrogram, Init_TopographicData,
                            Corr_Init_For_Opening};
 
 void Show_Settings() {

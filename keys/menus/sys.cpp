@@ -22,6 +22,7 @@
 #include "records/sys.h"
 #include "records/user_preset.h"
 #include "system/information.h"
+#include "system/lan_settings.h"
 #include "system/settings.h"
 
 namespace {
@@ -228,6 +229,13 @@ void fShutDownBase(int key) {
     Show_Page(SysLink[power_page]);
 }
 
+/// What can't be reset is in the error list.
+void fLANResetBase(int key) {
+    constexpr std::size_t interfaces_page = 5;
+    if (key == 0) Reset_Network();
+    Show_Page(SysLink[interfaces_page]);
+}
+
 // Web password
 
 enum Password_Key { letters_key, delete_key, clear_key, okay_key };
@@ -360,8 +368,8 @@ constexpr auto rows = std::to_array<Page_Row>({
      {Greyed(enYes), none, none, none, none, none, Return(SysLink[10])},
      &SysLink[10]},
     {enLANResetBig,
-     {Greyed(enYes), none, none, none, none, none, Return(SysLink[5])},
-     &SysLink[5]},
+     {Key(enYes), none, none, none, none, none, Return(SysLink[5])},
+     &SysLink[5], fLANResetBase},
     {enWebPasswordBig,
      {Key(enLetters, Turn_Password), Key(enDelete), Key(enClear), Key(enOkay), none, none, Return(SysLink[13])},
      &SysLink[13], fPasswordBase, Password_Face, Letters_Highlighted},

@@ -53,6 +53,7 @@ void Configure_From_Environment() {
     if (address != nullptr)
         network.address = address;
     network.scpi_port = Port("KVA720_SCPI_PORT", 5025);
+    network.hislip_port = Port("KVA720_HISLIP_PORT", stored_port);
     network.required = true;
 }
 

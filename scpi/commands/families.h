@@ -8,6 +8,7 @@ namespace families {
 
 std::span<const ScpiCommand> Common();
 std::span<const ScpiCommand> Status();
+std::span<const ScpiCommand> System_Communicate();
 std::span<const ScpiCommand> System_Error();
 std::span<const ScpiCommand> System_Preset();
 std::span<const ScpiCommand> Sense_Frequency();

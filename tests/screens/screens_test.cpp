@@ -16,15 +16,18 @@
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
+#include "measure/autoset.h"
 #include "palette.h"
 #include "records/amp.h"
 #include "records/freqs.h"
 #include "records/locks.h"
+#include "records/function.h"
 #include "records/handover.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "sweep/amplitude.h"
 #include "records/trigger.h"
+#include "sweep/bandwidth.h"
 #include "sweep/dependants.h"
 #include "sweep/frequency.h"
 #include "system/status_icons.h"
@@ -326,6 +329,53 @@ TEST_F(Screens, AmplitudePages) {
     Expect_Screen("amplitude_watt");
 }
 
+TEST_F(Screens, BandwidthAndSweepPages) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Freqs_ArrayInit();
+    BW_Init();
+    Sweep_Init();
+    Set_Span(2, 1e6);
+    Set_BW_RBW(2, 3e3);
+    for (const std::int32_t code : {key_bw + 0, 32 + 0}) Keypad_Exe(code);
+    Expect_Screen("bandwidth");
+    Set_EMI_Filter(true);
+    for (const std::int32_t code : {key_bw + 0, 38 + 0}) Keypad_Exe(code);
+    Expect_Screen("bandwidth_emi");
+    Set_EMI_Filter(false);
+    Set_BW_Ratio(2, 0.1);
+    for (const std::int32_t code : {key_sweep + 0, 33 + 0, '1' + 0, 34 + 0}) Keypad_Exe(code);
+    Expect_Screen("sweep_time_warning");
+}
+
+/// The widest texts of bandwidths and sweep time, with the longest message.
+TEST_F(Screens, UncalibratedInEveryLanguage) {
+    constexpr std::array names{"uncal_english", "uncal_chinese_simplified", "uncal_russian", "uncal_chinese_traditional",
+                               "uncal_japanese"};
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Freqs_ArrayInit();
+    BW_Init();
+    Sweep_Init();
+    for (int language = 0; language < 5; ++language) {
+        ASSERT_EQ(Set_Language(language), 0);
+        Sweep_Data.uncal[0] = 0;
+        Set_VBW_Mode(false);
+        Set_EMI_Filter(true);
+        BW_Data.vbw_mode[0] = 1;
+        BW_Data.vbw[0] = 12;
+        BW_Data.rbw_mode[0] = 1;
+        BW_Data.rbw[0] = 14;
+        Keypad_Exe(key_bw);
+        Set_Sweep_Time(2, 2000);
+        Keypad_Exe(32);
+        Ext_Sweep_Time_Auto();
+        display_warning(language % 2 ? warning_span_or_bandwidth : warning_uncal);
+        Expect_Screen(names[static_cast<std::size_t>(language)]);
+    }
+}
+
 /// The widest texts of the vertical settings.
 TEST_F(Screens, WideLevelsInEveryLanguage) {
     constexpr std::array names{"levels_english", "levels_chinese_simplified", "levels_russian",
@@ -468,6 +518,24 @@ TEST_F(Screens, TriggerPages) {
     Draw_Sweep_State();
     Sweep_HwKey();
     Expect_Screen("sweep_hold");
+}
+
+/// The autoset page while the search runs, and the frequency page in zero span.
+TEST_F(Screens, KeysThatWait) {
+    parse_txt_file(Word_List_Path(0));
+    Freqs_ArrayInit();
+    Init_Trace_Data();
+    Autoset_HwKey();
+    Run_AuotSet_flag = 1;
+    ThirdAttentionwords(63);
+    Autoset_State_Changed();
+    Expect_Screen("autoset_running");
+    Run_AuotSet_flag = 0;
+    ThirdAttentionwords(64);
+    Autoset_State_Changed();
+    Set_Span(2, 0);
+    Freq_HwKey();
+    Expect_Screen("frequency_zero_span");
 }
 
 TEST_F(Screens, ErrorListInRussian) {

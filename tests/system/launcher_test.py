@@ -18,7 +18,7 @@ import tempfile
 import time
 import urllib.request
 
-READY = re.compile(r"^ready http=127\.0\.0\.1:(\d+) scpi=\S+ hislip=\S+ vxi11=(?:on|off) root=(.*)$")
+READY = re.compile(r"^ready http=127\.0\.0\.1:(\d+) scpi=\S+ hislip=127\.0\.0\.1:\d+ vxi11=(?:on|off) root=(.*)$")
 READY_LIMIT = 120  # s; a sanitizer build on a busy machine takes its time
 END_LIMIT = 60  # s
 
@@ -66,8 +66,9 @@ def leftovers(root):
 class Launcher:
     def __init__(self, root, *options, port=0):
         self.root = root
-        if "--scpi-port" not in options:
-            options = ["--scpi-port", "0", *options]
+        for option in ("--scpi-port", "--hislip-port"):
+            if option not in options:
+                options = [option, "0", *options]
         command = [PROGRAM, "--root", root, "--http-port", str(port), "--fast", *options]
         self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                         stderr=subprocess.PIPE, start_new_session=True)

@@ -132,9 +132,18 @@ TEST_F(Dispatch, UnderRemoteControlOnlyPresetWorks) {
     EXPECT_EQ(AllKeyVar.count, 0);
     EXPECT_EQ(keylink.load(), &FreqLink[0]);
     Freqs.span[0] = 5e6;
+    Local_Lockouts = 1;
+    Press({key_preset});
+    EXPECT_EQ(Freqs.span[0], 5e6) << "a client bars the way back";
+    EXPECT_EQ(Remote_Flag, 1);
+    Local_Lockouts = 0;
     Press({key_preset});
     EXPECT_EQ(Freqs.span[0], MAXSPAN);
     EXPECT_EQ(Remote_Flag, 0);
+    Freqs.span[0] = 5e6;
+    Local_Lockouts = 1;
+    Press({key_preset});
+    EXPECT_EQ(Freqs.span[0], MAXSPAN) << "only remote control is locked in";
 }
 
 /// A hard key in a state in which it may be refused.

@@ -149,4 +149,18 @@ TEST_F(Iteration, RemoteControlLeavesInformationSequenceAndMenu) {
     EXPECT_EQ(FunctionMode_Flag, mode_power_meter);
 }
 
+TEST_F(Iteration, AClientThatGivesControlBackLeavesThePanelWithItsSettings) {
+    Remote_Flag = 1;
+    Main_Loop_Once();
+    ASSERT_EQ(keylink, &PresetLink[0]);
+    Freqs.span[0] = 5e6;
+    Remote_Flag = 0;
+    Main_Loop_Once();
+    EXPECT_EQ(keylink, &FreqLink[0]);
+    EXPECT_EQ(Freqs.span[0], 5e6);
+    keylink = &SpanLink[0];
+    Main_Loop_Once();
+    EXPECT_EQ(keylink, &SpanLink[0]) << "left once only";
+}
+
 }  // namespace

@@ -155,4 +155,12 @@ TEST_F(Preset_Commands, TheErrorListIsLeftByItsReturnAndByHardKeys) {
     }
 }
 
+TEST_F(Preset_Commands, TheLanResetAnswersNothingAndTellsWhatFailed) {
+    EXPECT_EQ(Errors(":SYST:COMM:LANR"), (Codes{436, 435})) << "there is no folder to store them in";
+    std::filesystem::create_directories(platform::Rooted("/opt/KVA720"));
+    EXPECT_EQ(Errors(":SYST:COMM:LANR"), None());
+    EXPECT_EQ(root.Read("/opt/KVA720/hislip_port"), "HISLIP Port:4880\n");
+    EXPECT_EQ(Errors(":SYST:COMM:LANR 1"), Codes{-108});
+}
+
 }  // namespace

@@ -268,6 +268,7 @@ private:
 
 TEST_F(Remote_Ports, OtherKindsRegisterTheirSinks) {
     Pending_Input pending;
+    EXPECT_EQ(Raw().Ask("*IDN?\n"), "me\n") << "the server has its own sinks in place";
     SCPI_Receive(scpi_context, {interface_hislip, 3}, pending, "*IDN?\n");
     EXPECT_EQ(SCPI_outputBuffer_idx, 0u) << "nobody takes it";
     Far_Sink sink(interface_hislip);

@@ -15,6 +15,7 @@
 
 #include "records/handover.h"
 #include "records_fixture.h"
+#include "remote/hislip.h"
 #include "remote/raw_socket.h"
 #include "remote/server.h"
 #include "scpi/parser.h"
@@ -98,8 +99,9 @@ protected:
     virtual void Finish() {}
 
     void Start() {
-        ASSERT_TRUE(remote::Open_Ports({[] { ++resets; }, nullptr, [] { return sweep_can_come.load(); }}, 5));
+        ASSERT_TRUE(remote::Open_Ports({[] { ++resets; }, nullptr, [] { return sweep_can_come.load(); }}, 5, 0));
         ASSERT_TRUE(remote::Open_Raw_Listener("127.0.0.1", 0));
+        ASSERT_TRUE(remote::Open_Hislip_Listener("127.0.0.1", 0));
         server_ = std::thread([] { remote::Serve({Take_Key, Take_Setting, No_Power, Tell_State, Tell_Trace}); });
     }
     void Stop() {
@@ -110,8 +112,8 @@ protected:
         EXPECT_FALSE(std::filesystem::exists(platform::Rooted("/tmp/web_store/talmiron.sock")));
     }
 
-    static Connection Raw() {
-        const std::string name = remote::Raw_Address();
+    static Connection Raw() { return Tcp(remote::Raw_Address()); }
+    static Connection Tcp(const std::string& name) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(name.substr(name.find(':') + 1))));

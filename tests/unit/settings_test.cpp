@@ -60,6 +60,8 @@ Record Of(const char* name, T& record, std::vector<Part> not_preset = {}, std::v
 }
 
 #define PART(record, field) Part{offsetof(record, field), sizeof(record::field)}
+/// Behind the last field, where the compiler leaves what it can't know to be padding.
+#define TAIL(record, last) Part{offsetof(record, last) + sizeof(record::last), sizeof(record)}
 
 /// What a state file has nothing of: the values that follow from others, and what sweeps, not what is set.
 std::vector<Record> Records_Of_Settings() {
@@ -68,19 +70,19 @@ std::vector<Record> Records_Of_Settings() {
         Of("Freqs", Freqs),
         Of("stepautoman", stepautoman),
         Of("Amp", Amp, {}, {PART(Amp_Record, attenuation_before)}),
-        Of("BW_Data", BW_Data, {}, {PART(BW_Record, emi), PART(BW_Record, ratio), PART(BW_Record, detector)}),
+        Of("BW_Data", BW_Data, {}, {PART(BW_Record, detector), PART(BW_Record, unfit)}),
         Of("BW_RBW_Mode", BW_RBW_Mode, {}, all),
         Of("Sweep_Data", Sweep_Data, {},
            {PART(Sweep_Record, steps), PART(Sweep_Record, shortest), PART(Sweep_Record, hold), PART(Sweep_Record, single),
             PART(Sweep_Record, single_started), PART(Sweep_Record, external_trigger_pending), PART(Sweep_Record, fft),
-            PART(Sweep_Record, busy)}),
+            PART(Sweep_Record, busy), PART(Sweep_Record, uncal)}),
         Of("Trigger_Data", Trigger_Data),
         Of("Autoset_Data", Autoset_Data),
         Of("Channel_Data", Channel_Data),
         Of("Trace_Data", Trace_Data, {}, all),
         Of("AvgType", AvgType, {}, all),
-        Of("Marker_Data", Marker_Data, {}, all),
-        Of("Peak_Data", Peak_Data, {}, all),
+        Of("Marker_Data", Marker_Data, {TAIL(Marker_Record, steps)}, all),
+        Of("Peak_Data", Peak_Data, {TAIL(Peak_Record, tracking)}, all),
         Of("Display_Data", Display_Data, {PART(Display_Record, brightness)}, all),
         Of("EMC_Data", EMC_Data, {}, all),
         Of("Global_Table", Global_Table, {}, all),

@@ -45,6 +45,42 @@ TEST_F(State, SettingsComeBack) {
     EXPECT_EQ(Trace_Data[0].mode[1], trace_max_hold);
 }
 
+TEST_F(State, BandwidthsAndSweepTimeComeBack) {
+    Set_Span(2, 2e6);
+    Set_BW_RBW(2, 1e3);
+    Set_BW_Ratio(2, 0.1);
+    Set_Sweep_Mode(sweep_mode_fft);
+    Set_Sweep_Rule(true);
+    Set_Sweep_Time(2, 7.5);
+    ASSERT_TRUE(Save_LocalState_SpecAndSem(path));
+    BW_Init();
+    Sweep_Init();
+    ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
+    EXPECT_EQ(BW_Data.rbw_mode[0], 1);
+    EXPECT_EQ(BW_Data.rbw[0], 6);
+    EXPECT_EQ(Int_VBW_Transfer(BW_Data.vbw[0]), 100);
+    EXPECT_EQ(BW_Data.ratio[0], 0.1);
+    EXPECT_EQ(Sweep_Data.mode[0], sweep_mode_fft);
+    EXPECT_EQ(Sweep_Data.rule[0], 1);
+    EXPECT_EQ(Sweep_Data.time_mode[0], 1);
+    EXPECT_EQ(Sweep_Data.time[0], 7.5);
+    BW_Init();
+    Sweep_Init();
+    Set_EMI_Filter(true);
+    ASSERT_TRUE(Save_LocalState_SpecAndSem(path));
+    BW_Init();
+    ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
+    EXPECT_EQ(BW_Data.emi, 1);
+    EXPECT_EQ(Int_RBW_Transfer(BW_Data.rbw[0]), 120e3);
+    const std::string text = root.Read(path);
+    for (const auto& [line, other] : {std::pair{"emi_filter 1", "emi_filter 0"}, {"\nrbw 14", "\nrbw 4 "}}) {
+        std::string changed = text;
+        ASSERT_NE(changed.find(line), std::string::npos) << line;
+        root.Write(path, changed.replace(changed.find(line), std::string_view(line).size(), other));
+        EXPECT_FALSE(Recall_Lostate_ForLocal(path, 0)) << other << ": a width without its filters";
+    }
+}
+
 TEST_F(State, VerticalSettingsComeBack) {
     Set_Preamplifier(true);
     Set_Impedance(1);

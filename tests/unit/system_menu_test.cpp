@@ -23,6 +23,7 @@
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
 #include "system/information.h"
+#include "system/lan_settings.h"
 #include "system/settings.h"
 #include "trace/acquisition.h"
 
@@ -282,6 +283,44 @@ TEST_F(Web_Password, IsAbandonedByAnyHardKeyAndByReturn) {
     EXPECT_EQ(Stored(), "secret\n");
 }
 
+TEST_F(System_Menu, TheHislipPortIsStoredAndReadBackAndAnUnreadableOneIsTheStandard) {
+    const char* const file = "/opt/KVA720/hislip_port";
+    EXPECT_EQ(Hislip_Port(), 4880) << "no file";
+    std::filesystem::create_directories(platform::Rooted("/opt/KVA720"));
+    EXPECT_TRUE(Set_Hislip_Port(5000));
+    EXPECT_EQ(root.Read(file), "HISLIP Port:5000\n");
+    EXPECT_EQ(Hislip_Port(), 5000);
+    for (const int port : {0, -1, 65536}) EXPECT_FALSE(Set_Hislip_Port(port));
+    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 434);
+    EXPECT_EQ(Hislip_Port(), 5000);
+    root.Write(file, "HISLIP Port:6000");
+    EXPECT_EQ(Hislip_Port(), 6000);
+    for (const char* text : {"", "\n", "5000", "HISLIP Port:", "HISLIP Port:0\n", "HISLIP Port:65536\n", "HISLIP Port:-5\n",
+                             "HISLIP Port:123456\n", "HISLIP Port:50x\n", "HISLIP Port:x\n"}) {
+        root.Write(file, text);
+        EXPECT_EQ(Hislip_Port(), 4880) << text;
+    }
+}
+
+TEST_F(System_Menu, TheLanResetPutsPortAndPasswordBack) {
+    root.Write("/opt/KVA720/hislip_port", "HISLIP Port:5000\n");
+    root.Write("/opt/KVA720/webpasswd", "secret\n");
+    Recall_Web_Password();
+    Press({key_system, soft(2), soft(0), soft(5)});
+    ASSERT_EQ(keylink.load(), &SysLink[22]);
+    EXPECT_EQ(Hislip_Port(), 5000);
+    Press({soft(0)});
+    EXPECT_EQ(keylink.load(), &SysLink[5]);
+    EXPECT_EQ(Hislip_Port(), 4880);
+    EXPECT_EQ(System_Information_Data.web_password, "");
+    SCPI_ErrorClear(scpi_context);
+    std::filesystem::remove_all(platform::Rooted("/opt/KVA720"));
+    root.Write("/opt/KVA720", "no folder");
+    Press({key_system, soft(2), soft(0), soft(5), soft(0)});
+    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 436);
+    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 435);
+}
+
 TEST_F(System_Menu, QuickSaveWritesAPictureOfTheScreenUnderAFreeName) {
     std::vector<std::byte> video(std::size_t{800} * 600 * 3), text(std::size_t{800} * 600 * 2);
     fbVid0 = {.memory = video.data(), .width = 800, .height = 600, .bits = 24, .line = 2400, .size = 1'440'000};
@@ -374,7 +413,7 @@ TEST_F(Page_Tables, AWayToPagesWithoutEffectIsGreyed) {
     EXPECT_EQ(AmpLink[0].disabled, (std::array<std::uint32_t, 7>{}));
     EXPECT_EQ(AmpLink[2].disabled, (std::array<std::uint32_t, 7>{0, 0, 0, 1, 0, 0, 0})) << "no corrections are kept";
     EXPECT_EQ(SysLink[0].disabled[2], 0U) << "there are interfaces to set";
-    EXPECT_EQ(SysLink[5].disabled, (std::array<std::uint32_t, 7>{1, 1, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(SysLink[5].disabled, (std::array<std::uint32_t, 7>{0, 1, 0, 0, 0, 0, 0}));
     EXPECT_EQ(SysLink[10].disabled, (std::array<std::uint32_t, 7>{0, 1, 0, 0, 0, 0, 0}));
     Visit_All([](Menu_Page& page) {
         EXPECT_TRUE(page.label[6] != En(keys::enReturn) || page.disabled[6] == 0) << "the way back is open";
