@@ -102,8 +102,8 @@ def measure(build, fast):
             print(f"  {len(sizes) / SECONDS:.1f} pictures a second")
         times, questions = key_to_pixel(instrument)
         print(f"  key press to changed pixel: median {statistics.median(times):.1f} ms, "
-              f"95 % within {times[len(times) * 95 // 100]:.1f} ms, at most {times[-1]:.1f} ms; a question over the same socket {statistics.median(questions):.2f} ms",
-              flush=True)
+              f"95 % within {times[len(times) * 95 // 100]:.1f} ms, at most {times[-1]:.1f} ms; "
+              f"a question over the same socket {statistics.median(questions):.2f} ms", flush=True)
         row("resident", {name: resident_mb(pid) for name, pid in running.items()}, "MB")
         port = int(instrument.scpi.rpartition(":")[2])
         for state, message in (("sweeping", "INIT:CONT ON"), ("sweeps at rest", "INIT:CONT OFF")):

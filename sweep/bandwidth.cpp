@@ -161,7 +161,8 @@ bool No_Value(int source, double value) { return source == source_typed && !std:
 }  // namespace
 
 double RBW_3dB_Width(int index) {
-    return index < 0 || index >= static_cast<int>(rbw_hertz.size()) ? 300e3 : rbw_hertz[static_cast<std::size_t>(index)];
+    const bool outside = index < 0 || index >= static_cast<int>(rbw_hertz.size());
+    return outside ? 300e3 : rbw_hertz[static_cast<std::size_t>(index)];
 }
 
 double Int_RBW_Transfer(int index) {
@@ -171,7 +172,9 @@ double Int_RBW_Transfer(int index) {
     return RBW_3dB_Width(index);
 }
 
-bool EMI_Bandwidth(int index) { return BW_Data.emi && (index == rbw_1mhz || (Emi_Rbw(index) && index <= rbw_emi_9khz)); }
+bool EMI_Bandwidth(int index) {
+    return BW_Data.emi && (index == rbw_1mhz || (Emi_Rbw(index) && index <= rbw_emi_9khz));
+}
 
 double Int_VBW_Transfer(int index) {
     return index < 0 || index >= static_cast<int>(vbw_hertz.size()) ? 1e6 : vbw_hertz[static_cast<std::size_t>(index)];
@@ -256,9 +259,9 @@ void Ext_BW_Auto_RBW() {
     Couple(Screen());
     Choose_Detectors();
     const auto& trace = Trace_Data[Screen()];
-    constexpr int first_emi_detector = 8;
+    constexpr int to_emi_detectors = 8 - detector_quasi_peak;
     const int detector = trace.detector[trace.active & 3];
-    BW_Data.detector[Screen()] = detector >= detector_quasi_peak ? detector - detector_quasi_peak + first_emi_detector : detector;
+    BW_Data.detector[Screen()] = detector < detector_quasi_peak ? detector : detector + to_emi_detectors;
     Judge_Bandwidth();
 }
 

@@ -34,8 +34,8 @@ constexpr double emi_charge_us_band_a = 3 * 45e3, emi_charge_us = 3 * 1e3;
 
 constexpr int zero_span_steps = 600, fewest_steps = 6;
 
-/// One FFT takes in this many resolution bandwidths, as far as the widest filter lets it; it takes as many seconds as the
-/// Gaussian window is long, once for each of the spectra that a narrower video filter averages, and its arithmetic.
+/// One FFT takes in this many resolution bandwidths, as far as the widest filter lets it; it takes as many seconds as
+/// the Gaussian window is long, once for each of the spectra that a narrower video filter averages, and its arithmetic.
 /// Faster than the screen can show is not needed.
 constexpr double fft_bandwidths = 512, fft_widest = 1e6, fft_window = 2.1, fft_arithmetic = 2e-3, fft_fastest = 20e-3;
 

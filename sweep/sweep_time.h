@@ -37,8 +37,8 @@ int Set_Sweep_Time_Mode(bool manual);
 /// Fast or accurate: which settling of the filters a swept step waits for.
 int Set_Sweep_Rule(bool accurate);
 
-/// A Sweep_Mode; -1 where it doesn't suit the RBW, or would take 1000 s or more. An RBW that doesn't suit it later returns it
-/// to automatic.
+/// A Sweep_Mode; -1 where it doesn't suit the RBW, or would take 1000 s or more. An RBW that doesn't suit it later
+/// returns it to automatic.
 int Set_Sweep_Mode(int mode);
 bool Sweep_Mode_Suits(int mode, int rbw);
 

@@ -54,7 +54,8 @@ void fBWBase(int key) {
     else Open_Page_Of(key);
 }
 
-constexpr std::array<int, 4> emi_entries{rbw_emi_200hz, rbw_emi_9khz, rbw_emi_120khz, rbw_1mhz};  ///< in their keys' order
+/// In the order of their keys.
+constexpr std::array<int, 4> emi_entries{rbw_emi_200hz, rbw_emi_9khz, rbw_emi_120khz, rbw_1mhz};
 
 void fEMIRBWBase(int key) {
     No_Entry();
@@ -106,7 +107,8 @@ bool Greyed_BW(int key) { return key == emi_rbw_key && BW_Data.emi == 0; }
 
 constexpr auto rows = std::to_array<Page_Row>({
     {enBandwidthBig,
-     {Key(enRBW, Set_And_Show<Set_BW_RBW, Bandwidth_Entry::rbw>), Key(enVBW, Set_And_Show<Set_BW_VBW, Bandwidth_Entry::vbw>),
+     {Key(enRBW, Set_And_Show<Set_BW_RBW, Bandwidth_Entry::rbw>),
+      Key(enVBW, Set_And_Show<Set_BW_VBW, Bandwidth_Entry::vbw>),
       Key(enVBWRBW, Set_And_Show<Set_BW_Ratio, Bandwidth_Entry::ratio>), Greyed(enAverage), Greyed(enAverageType),
       Key(enEMIFilter, Toggle_EMI_Filter), Opens(enEMIRBW, BWLink[1])},
      nullptr, fBWBase, BW_Face, nullptr, Greyed_BW},

@@ -48,7 +48,9 @@ int Sense_BandwidthVideo(ScpiContext& context) {
     return Set_Frequency(context, [](double hertz) { return Set_Bandwidth(hertz, Set_BW_VBW, Bandwidth_Entry::vbw); });
 }
 
-int Sense_BandwidthVideoQ(ScpiContext& context) { return Answer_Real(context, Int_VBW_Transfer(BW_Data.vbw[Screen()])); }
+int Sense_BandwidthVideoQ(ScpiContext& context) {
+    return Answer_Real(context, Int_VBW_Transfer(BW_Data.vbw[Screen()]));
+}
 
 int Sense_BandwidthVideoAuto(ScpiContext& context) {
     return Set_On_Off(context, [](bool automatic) {

@@ -19,7 +19,8 @@ constexpr ScpiChoiceDef modes[] = {
     {"AUTO", sweep_mode_auto}, {"SWEep", sweep_mode_swept}, {"FFT", sweep_mode_fft}, {nullptr, 0}};
 
 int Sense_SweepMode(ScpiContext& context) {
-    return Set_Choice(context, modes, [](std::int32_t mode) { return Set_Sweep_Mode(mode) == 0 ? 0 : settings_conflict; });
+    return Set_Choice(context, modes,
+                      [](std::int32_t mode) { return Set_Sweep_Mode(mode) == 0 ? 0 : settings_conflict; });
 }
 
 int Sense_SweepModeQ(ScpiContext& context) { return Answer_Choice(context, modes, Sweep_Data.mode[Screen()]); }

@@ -44,13 +44,14 @@ AFTER = {
     (7, 35, DIGIT, 32): (*b"100", 32),  # full brightness
 }
 # Pages that the families are known to have at least, by hard key.
-LEAST_PAGES = {0: 2, 1: 2, 2: 1, 3: 1, 4: 1, 5: 1, 6: 1, 7: 2, 8: 1, 9: 1, 10: 1, 11: 1, 13: 1, 14: 1, 15: 1, 16: 1, 17: 1,
-               18: 1, 19: 1, 20: 1, 21: 17}
+LEAST_PAGES = {0: 2, 1: 2, 2: 6, 3: 1, 4: 1, 5: 1, 6: 1, 7: 2, 8: 3, 9: 1, 10: 1, 11: 5, 13: 1, 14: 1, 15: 1, 16: 1,
+               17: 1, 18: 1, 19: 1, 20: 1, 21: 17}
 
 # The column of soft keys: its place, and rows and columns of a key.
 COLUMN_X, COLUMN_WIDTH, TITLE_ROWS = 656, 142, 29
 KEY_Y, KEY_PITCH, KEY_ROWS = 22, 77, 84
 BODY = slice(7, 77)
+INSIDE = (70, 60)  # a pixel of the picture
 INK_ROWS, INK_COLUMNS = slice(9, 75), slice(4, 138)  # where texts may stand
 LABEL = slice(9, 39)  # rows that a label has for itself where something stands below it
 FORCE_ROWS, FORCE_COLUMNS = slice(26, 58), slice(8, 12)  # the bar of the setting in force
@@ -61,7 +62,8 @@ CLOCK = (slice(3, 21), slice(142, 320))
 AVERAGES = (slice(45, 57), slice(12, 126))
 
 VALUE, MARK, GRID = (0xe8, 0xec, 0xef), (0xff, 0xd2, 0x4a), (0x27, 0x31, 0x3a)
-LABEL_LEVEL, GREYED_LEVEL, ENABLED_LABEL = 180, 146, 165  # of labels; the last one no greyed key reaches
+BLUE, LABEL_LEVEL, GREYED_LEVEL = 2, 180, 146  # how bright labels are
+ENABLED_LABEL = 165  # what the label of a greyed key nowhere reaches
 TITLE_LEVEL = 112
 INK = 40  # how far ink is off the key's picture at least
 ALIKE = 0.35  # less than this is the cover of a pixel off between two drawings of a label
@@ -69,7 +71,7 @@ ALIKE = 0.35  # less than this is the cover of a pixel off between two drawings 
 PATIENCE = 15  # s for what must come
 SOON = 1.0  # s within which a key does something
 SHORTLY = 0.3  # s within which a digit does, where it does anything
-PAUSE = 0.002  # s between looks
+PAUSE = 0.004  # s between looks
 
 
 class Look(NamedTuple):
@@ -126,20 +128,24 @@ class Page:
     def __init__(self, screen, column):
         self.screen, self.column = screen, column
         self.keys = [column[y:y + KEY_ROWS] for y in range(KEY_Y, KEY_Y + KEY_PITCH * len(SOFT), KEY_PITCH)]
-        self.there = [key for key, area in enumerate(self.keys) if area[BODY].any()]
+        self.there = [key for key, area in enumerate(self.keys) if area[INSIDE].any()]
 
     @functools.cached_property
     def title(self):
-        return self.column[:TITLE_ROWS].max(axis=2) > TITLE_LEVEL
+        return self.column[:TITLE_ROWS, :, 1] > TITLE_LEVEL
 
     @functools.cached_property
     def enabled(self):
-        return [key for key in self.there
-                if (self.keys[key][INK_ROWS, INK_COLUMNS].min(axis=2) > ENABLED_LABEL).any()]
+        return [key for key in self.there if self._bright(self.keys[key][INK_ROWS, INK_COLUMNS] > ENABLED_LABEL)]
+
+    @staticmethod
+    def _bright(channels):
+        return (channels[..., 0] & channels[..., 1] & channels[..., 2]).any()
 
     @functools.cached_property
     def highlighted(self):
-        return [key for key in self.there if self._edge(key, self.screen.pressed) < self._edge(key, self.screen.released)]
+        pressed, released = self.screen.pressed, self.screen.released
+        return [key for key in self.there if self._edge(key, pressed) < self._edge(key, released)]
 
     def _edge(self, key, picture):
         """How far a key's left edge is off that of a picture."""
@@ -162,9 +168,9 @@ class Page:
         """How far the label covers each pixel, alike whether the key is highlighted, greyed or neither."""
         highlighted = key in self.highlighted
         part = (LABEL, slice(BESIDE_FORCE.stop, INK_COLUMNS.stop))
-        picture = (self.screen.pressed if highlighted else self.screen.released)[part].max(axis=2)
+        picture = (self.screen.pressed if highlighted else self.screen.released)[part][..., BLUE]
         full = 255 if highlighted else LABEL_LEVEL if key in self.enabled else GREYED_LEVEL
-        return (self.keys[key][part].max(axis=2) - picture) / (full - picture)
+        return (self.keys[key][part][..., BLUE] - picture) / (full - picture)
 
     def is_like(self, other):
         """True for the same page, whatever it highlights and whatever values it shows."""
@@ -506,7 +512,7 @@ def check_families(walker):
     for code, least in LEAST_PAGES.items():
         count = sum(path[0] == code for path in walker.pages)
         if count < least:
-            walker.faults.append(f"{walker.language}: of the family of key {code} {count} pages are reached, not {least}")
+            walker.faults.append(f"{walker.language}: {count} pages of the family of key {code}, not {least}")
 
 
 def main():

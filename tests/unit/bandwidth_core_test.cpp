@@ -92,7 +92,8 @@ TEST_F(Bandwidth_Core, ACarrierStaysWhereAndAsHighAsItIs) {
 TEST_F(Bandwidth_Core, NoiseFollowsTheResolution) {
     Take_Detector(detector_average);
     Ask("FREQ:CENT 700 MHZ;SPAN 2 MHZ");
-    for (const auto& [rbw, hertz] : {std::pair{"100 KHZ", 100e3}, {"10 KHZ", 10e3}, {"3 KHZ", 3e3}, {"300 HZ", 300.0}}) {
+    for (const auto& [rbw, hertz] :
+         {std::pair{"100 KHZ", 100e3}, {"10 KHZ", 10e3}, {"3 KHZ", 3e3}, {"300 HZ", 300.0}}) {
         Sweep(std::string("BAND ") + rbw);
         const double density = Power_Mean(0, trace_points) - 10 * std::log10(1.0645 * hertz);
         EXPECT_NEAR(density, -140, 1) << rbw;

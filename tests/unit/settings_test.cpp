@@ -70,7 +70,7 @@ std::vector<Record> Records_Of_Settings() {
         Of("Freqs", Freqs),
         Of("stepautoman", stepautoman),
         Of("Amp", Amp, {}, {PART(Amp_Record, attenuation_before)}),
-        Of("BW_Data", BW_Data, {}, {PART(BW_Record, unfit), PART(BW_Record, detector)}),
+        Of("BW_Data", BW_Data, {}, {PART(BW_Record, detector), PART(BW_Record, unfit)}),
         Of("BW_RBW_Mode", BW_RBW_Mode, {}, all),
         Of("Sweep_Data", Sweep_Data, {},
            {PART(Sweep_Record, steps), PART(Sweep_Record, shortest), PART(Sweep_Record, hold), PART(Sweep_Record, single),

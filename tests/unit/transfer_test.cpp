@@ -88,7 +88,7 @@ void Fill_Records() {
     Freqs.span[0] = 1e9;
     BW_Data.rbw[0] = 3;
     BW_Data.vbw[0] = 2;
-    BW_RBW_Mode[0] = 1;
+    Sweep_Data.rule[0] = 1;
     Sweep_Data.time_mode[0] = 1;
     Sweep_Data.time[0] = 75;
     Amp.reference[0] = -21;
@@ -103,8 +103,8 @@ void Fill_Records() {
 
 std::map<std::size_t, double> Filled_Elements() {
     return {{0, 3},   {1, 1.5e9}, {2, 1e9},  {3, 2e9},    {4, 1e9},    {5, 3},     {6, 2},     {7, 75},     {8, -21},
-            {9, 35},  {10, 1},    {12, 601}, {13, 1},     {14, 66667}, {17, 1},    {19, 1.25e9}, {22, 1.5}, {27, 0.25},
-            {55, 1},  {56, 2}};
+            {9, 35},  {10, 1},    {12, 601}, {13, 1},     {14, 66667}, {16, 3},   {17, 1},     {19, 1.25e9},
+            {22, 1.5}, {27, 0.25}, {55, 1},  {56, 2}};
 }
 
 TEST_F(Transfer, EachElementOfTheSweepMessageHasItsSetting) {
