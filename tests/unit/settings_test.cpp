@@ -1,5 +1,5 @@
-// Every byte of every record of settings: the preset restores it, and the state file keeps it. A field that is added to a
-// record and forgotten there fails here.
+// Every byte of every record of settings: the preset restores it, and the state file keeps it. A field that is added to
+// a record and forgotten there fails here.
 
 #include <cstddef>
 #include <cstring>
@@ -73,8 +73,8 @@ std::vector<Record> Records_Of_Settings() {
         Of("BW_Data", BW_Data, {}, {PART(BW_Record, detector), PART(BW_Record, unfit)}),
         Of("BW_RBW_Mode", BW_RBW_Mode, {}, all),
         Of("Sweep_Data", Sweep_Data, {},
-           {PART(Sweep_Record, steps), PART(Sweep_Record, shortest), PART(Sweep_Record, hold), PART(Sweep_Record, single),
-            PART(Sweep_Record, single_started), PART(Sweep_Record, external_trigger_pending), PART(Sweep_Record, fft),
+           {PART(Sweep_Record, steps), PART(Sweep_Record, shortest), PART(Sweep_Record, hold),
+            PART(Sweep_Record, single), PART(Sweep_Record, single_started), PART(Sweep_Record, external_trigger_pending), PART(Sweep_Record, fft),
             PART(Sweep_Record, busy), PART(Sweep_Record, uncal)}),
         Of("Trigger_Data", Trigger_Data),
         Of("Autoset_Data", Autoset_Data),
