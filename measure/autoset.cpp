@@ -29,7 +29,6 @@
 #include "sweep/trigger.h"
 #include "trace/acquisition.h"
 #include "trace/icons.h"
-#include "trace/point_path.h"
 #include "trace/scale.h"
 #include "trace/single_sweep.h"
 

@@ -9,6 +9,7 @@
 #include "records/bw.h"
 #include "records/freqs.h"
 #include "records/function.h"
+#include "trace/acquisition.h"
 #include "trace/sweep_points.h"
 
 namespace {

@@ -16,9 +16,6 @@ void Process_Points(Trace_Record& record, int first, int count, const Row_Scale&
 /// Levels in dBm of the samples in hand, from the point on whose sample the record's counter names, for one detector.
 void Detection_Trace_Select(const Trace_Record& record, int detector, int point, std::span<double> levels);
 
-/// The same of one sample at a place in the blocks, of a sweep of 601 samples.
-double Detection_Trace_Select(int detector, int point, int ring);
-
 /// Pixel rows of a whole trace, from its values.
 void Update_Rows(Trace_Record& record, std::size_t trace);
 
