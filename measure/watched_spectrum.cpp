@@ -4,7 +4,7 @@
 
 #include "platform/sample_memory.h"
 #include "records/freqs.h"
-#include "trace/point_path.h"
+#include "trace/acquisition.h"
 
 double Frequency_Of(std::size_t point) {
     const auto screen = static_cast<std::size_t>(ScreenActive);
