@@ -88,7 +88,7 @@ std::vector<Record> Records_Of_Settings() {
         Of("Max_Hold_Restart", Max_Hold_Restart),
         Of("AVERLAG", AVERLAG),
         Of("Hold_Level_Shown", Hold_Level_Shown),
-        Of("Marker_Data", Marker_Data, {TAIL(Marker_Record, steps)}, all),
+        Of("Marker_Data", Marker_Data, {PART(Marker_Record, counter_sent), TAIL(Marker_Record, steps)}, all),
         Of("Peak_Data", Peak_Data, {TAIL(Peak_Record, tracking)}, all),
         Of("Display_Data", Display_Data, {PART(Display_Record, brightness)}, all),
         Of("EMC_Data", EMC_Data, {}, all),
