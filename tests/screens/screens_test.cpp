@@ -398,7 +398,9 @@ TEST_F(Screens, FourTracesAndTheSplitDisplay) {
     Sweep_Init();
     Init_Trace_Data();
     Trace_Second_Flag = 1;
-    for (Trace_Record& record : Trace_Data) record.mode = {trace_clear_write, trace_max_hold, trace_min_hold, trace_view};
+    for (Trace_Record& record : Trace_Data) {
+        record.mode = {trace_clear_write, trace_max_hold, trace_min_hold, trace_view};
+    }
     Trace_Data[0].detector_choice = {detector_sample, detector_positive, detector_negative, detector_average};
     keylink = &FreqLink[0];
     Store_Traces(Trace_Data[0], -12);
