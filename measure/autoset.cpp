@@ -60,8 +60,8 @@ struct Effort {
 };
 constexpr std::array<Effort, 3> efforts{{{30, rbw_1mhz, 3}, {0, rbw_1mhz, 3}, {0, rbw_100khz, 1}}};
 
-/// Spans through which the signal is approached, Hz; a wide one gets the wide window. They show at most this part of the
-/// way to 0 Hz.
+/// Spans through which the signal is approached, Hz; a wide one gets the wide window. They show at most this part of
+/// the way to 0 Hz.
 constexpr std::array<double, 6> windows{200e6, 50e6, 10e6, 2e6, 500e3, 100e3};
 constexpr std::size_t wide_window = 0, first_window = 1;
 constexpr double part_of_frequency = 1.6;
@@ -125,12 +125,14 @@ double Expected_Noise() { return search.noise_density + 10 * std::log10(Rbw()) +
 
 void Await_Sweeps(int least) {
     const double time = Sweep_Data.time[Screen()];
-    search.sweeps_wanted = std::clamp(static_cast<int>(std::ceil(watching_time / time)), least, std::max(least, most_sweeps));
+    const int enough = static_cast<int>(std::ceil(std::min(watching_time / time, 1.0 * most_sweeps)));
+    search.sweeps_wanted = std::max(enough, least);
     if (search.stage == Stage::survey || search.stage == Stage::low_frequencies) search.sweeps_wanted = least;
     search.sweeps_seen = 0;
     search.seen = {};
     const double patience = 10 + 5 * search.sweeps_wanted * time;
-    search.deadline = platform::Now() + std::chrono::duration_cast<platform::Duration>(std::chrono::duration<double>(patience));
+    const std::chrono::duration<double> seconds(patience);
+    search.deadline = platform::Now() + std::chrono::duration_cast<platform::Duration>(seconds);
 }
 
 void Show_Settings() {

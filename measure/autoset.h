@@ -13,8 +13,8 @@ int Set_Autoset_Span(int source, double hertz);
 /// Automatic: by the width of the signal.
 void Set_Autoset_Span_Mode(bool manual);
 
-/// Starts the search; it runs in Autoset_Step while Run_AuotSet_flag is set. False, and nothing happens, outside the swept
-/// spectrum, in the split screen, while something else has the instrument or where no sweep can come.
+/// Starts the search; it runs in Autoset_Step while Run_AuotSet_flag is set. False, and nothing happens, outside the
+/// swept spectrum, in the split screen, while something else has the instrument or where no sweep can come.
 bool Start_Autoset();
 
 /// Takes what has been swept since the last call, of which the main loop makes one after each round of sweeping.

@@ -73,7 +73,8 @@ bool Single_Frequency_Mode() {
 
 /// The tables whose measurement has no meaning in zero span.
 bool Needs_Span() {
-    constexpr std::int32_t tables = table_occupied_bandwidth | table_acpr | table_jitter | table_cnr | table_cso | table_ctb;
+    constexpr std::int32_t tables =
+        table_occupied_bandwidth | table_acpr | table_jitter | table_cnr | table_cso | table_ctb;
     return (Global_Table & tables) != 0;
 }
 

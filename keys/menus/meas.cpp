@@ -11,7 +11,8 @@ using namespace keys;
 using namespace menus;
 
 constexpr auto acpr = &Channel_Record::acpr_spacing, occupied = &Channel_Record::occupied_spacing,
-               cnr = &Channel_Record::cnr_spacing, cso = &Channel_Record::cso_spacing, ctb = &Channel_Record::ctb_spacing;
+               cnr = &Channel_Record::cnr_spacing, cso = &Channel_Record::cso_spacing,
+               ctb = &Channel_Record::ctb_spacing;
 
 constexpr auto rows = std::to_array<Page_Row>({
     {enMeasureBig,

@@ -20,13 +20,13 @@
 #include "palette.h"
 #include "records/amp.h"
 #include "records/freqs.h"
-#include "records/locks.h"
 #include "records/function.h"
 #include "records/handover.h"
+#include "records/locks.h"
 #include "records/sweep.h"
 #include "records/sys.h"
-#include "sweep/amplitude.h"
 #include "records/trigger.h"
+#include "sweep/amplitude.h"
 #include "sweep/bandwidth.h"
 #include "sweep/dependants.h"
 #include "sweep/frequency.h"
@@ -39,9 +39,6 @@
 #include "trace/peak_search.h"
 #include "trace/plot.h"
 #include "trace/trace_settings.h"
-#include "sweep/bandwidth.h"
-#include "sweep/dependants.h"
-#include "sweep/frequency.h"
 #include "virtual_board/devices.h"
 #include "virtual_board/seed.h"
 
@@ -330,6 +327,50 @@ TEST_F(Screens, AmplitudePages) {
     Expect_Screen("amplitude_watt");
 }
 
+/// Four traces of one record, a carrier each, at their own levels.
+void Store_Traces(Trace_Record& record, double level) {
+    for (std::size_t trace = 0; trace < traces; ++trace) {
+        for (std::size_t point = 0; point < trace_points; ++point) {
+            const double x = static_cast<double>(point), offset = (x - 120 * (static_cast<double>(trace) + 1)) / 15;
+            const double floor = level - 55 - 8 * static_cast<double>(trace) + 3 * std::sin(x * 1.7);
+            record.value[trace][point] = static_cast<float>(std::max(level - 3 * offset * offset, floor));
+        }
+    }
+}
+
+TEST_F(Screens, FourTracesAndTheSplitDisplay) {
+    parse_txt_file(Word_List_Path(0));
+    numKey_init(0, face_regular);
+    mode_str_init();
+    Freqs_ArrayInit();
+    Amp_ArrayInit();
+    BW_Init();
+    Sweep_Init();
+    Init_Trace_Data();
+    Trace_Second_Flag = 1;
+    for (Trace_Record& record : Trace_Data) record.mode = {trace_clear_write, trace_max_hold, trace_min_hold, trace_view};
+    Trace_Data[0].detector_choice = {detector_sample, detector_positive, detector_negative, detector_average};
+    keylink = &FreqLink[0];
+    Store_Traces(Trace_Data[0], -12);
+    Store_Traces(Trace_Data[1], -30);
+    Set_Active_Trace(1);
+    Level_Scale_Changed();
+    Draw_Status_Blocks();
+    Display_all_icon();
+    Draw_Average_Count(7);
+    for (const std::int32_t code : {key_trace + 0, 38, 35, '-' + 0, '2' + 0, '5' + 0, 32}) Keypad_Exe(code);
+    Expect_Screen("four_traces");
+    for (const std::int32_t code : {key_display + 0, 33, 32}) Keypad_Exe(code);
+    Set_Cent(2, 433.92e6);
+    Expect_Screen("split_both");
+    for (const std::int32_t code : {33, 37}) Keypad_Exe(code);
+    Set_Reflevel(2, -20);
+    Set_Linear_Scale(true);
+    Expect_Screen("split_active");
+    for (const std::int32_t code : {37, 36, key_trace + 0}) Keypad_Exe(code);
+    Expect_Screen("split_ended");
+}
+
 TEST_F(Screens, BandwidthAndSweepPages) {
     parse_txt_file(Word_List_Path(0));
     numKey_init(0, face_regular);
@@ -375,52 +416,6 @@ TEST_F(Screens, UncalibratedInEveryLanguage) {
         display_warning(language % 2 ? warning_span_or_bandwidth : warning_uncal);
         Expect_Screen(names[static_cast<std::size_t>(language)]);
     }
-}
-
-/// Four traces of one record, a carrier each, at their own levels.
-void Store_Traces(Trace_Record& record, double level) {
-    for (std::size_t trace = 0; trace < traces; ++trace) {
-        for (std::size_t point = 0; point < trace_points; ++point) {
-            const double x = static_cast<double>(point), offset = (x - 120 * (static_cast<double>(trace) + 1)) / 15;
-            const double floor = level - 55 - 8 * static_cast<double>(trace) + 3 * std::sin(x * 1.7);
-            record.value[trace][point] = static_cast<float>(std::max(level - 3 * offset * offset, floor));
-        }
-    }
-}
-
-TEST_F(Screens, FourTracesAndTheSplitDisplay) {
-    parse_txt_file(Word_List_Path(0));
-    numKey_init(0, face_regular);
-    mode_str_init();
-    Freqs_ArrayInit();
-    Amp_ArrayInit();
-    BW_Init();
-    Sweep_Init();
-    Init_Trace_Data();
-    Trace_Second_Flag = 1;
-    for (Trace_Record& record : Trace_Data) {
-        record.mode = {trace_clear_write, trace_max_hold, trace_min_hold, trace_view};
-    }
-    Trace_Data[0].detector_choice = {detector_sample, detector_positive, detector_negative, detector_average};
-    keylink = &FreqLink[0];
-    Store_Traces(Trace_Data[0], -12);
-    Store_Traces(Trace_Data[1], -30);
-    Set_Active_Trace(1);
-    Level_Scale_Changed();
-    Draw_Status_Blocks();
-    Display_all_icon();
-    Draw_Average_Count(7);
-    for (const std::int32_t code : {key_trace + 0, 38, 35, '-' + 0, '2' + 0, '5' + 0, 32}) Keypad_Exe(code);
-    Expect_Screen("four_traces");
-    for (const std::int32_t code : {key_display + 0, 33, 32}) Keypad_Exe(code);
-    Set_Cent(2, 433.92e6);
-    Expect_Screen("split_both");
-    for (const std::int32_t code : {33, 37}) Keypad_Exe(code);
-    Set_Reflevel(2, -20);
-    Set_Linear_Scale(true);
-    Expect_Screen("split_active");
-    for (const std::int32_t code : {37, 36, key_trace + 0}) Keypad_Exe(code);
-    Expect_Screen("split_ended");
 }
 
 /// The widest texts of the vertical settings.

@@ -43,6 +43,10 @@ BEFORE = {
 AFTER = {
     (7, 35, DIGIT, 32): (*b"100", 32),  # full brightness
 }
+# Ways to pages that stand only while something runs; they are seen, but not walked.
+FLEETING = {
+    (3, 32): "automatic setting",
+}
 # Pages that the families are known to have at least, by hard key.
 LEAST_PAGES = {0: 2, 1: 2, 2: 6, 3: 1, 4: 1, 5: 1, 6: 1, 7: 2, 8: 3, 9: 1, 10: 1, 11: 5, 13: 1, 14: 1, 15: 1, 16: 1,
                17: 1, 18: 1, 19: 1, 20: 1, 21: 17}
@@ -267,14 +271,18 @@ class Walker:
 
     def press_and_compare(self, code, patience=SOON):
         """What a key makes of the screen, in a word, and the screen then."""
-        before = self.screen.look()
-        end = time.monotonic() + patience
+        before, begin, seen = self.screen.look(), time.monotonic(), None
         self.press(code)
-        while time.monotonic() < end:
-            if difference(before, self.screen.look()):
+        while (now := time.monotonic()) < begin + patience:
+            after = self.screen.look()
+            if seen is None and difference(before, after):
+                seen = now
+            # Values can change by themselves; that the key was the cause is sure once the column has changed.
+            if not np.array_equal(after.page.column, before.page.column) or seen and now > seen + SHORTLY:
                 self.settle()
                 after = self.screen.look()
-                return difference(before, after), after
+                if difference(before, after):
+                    return difference(before, after), after
             time.sleep(PAUSE)
         return "", self.screen.look()
 
@@ -379,13 +387,15 @@ class Walker:
         way = path + (SOFT[key],)
         self.go(path) or self.reach(path)
         found, after = self.try_key(path, key)
-        if not found:
+        if not found or plan and way not in FLEETING and (way in plan.opened) != (found == "page"):
             self.reach(path)
             found, after = self.try_key(path, key)
         if not found:
             return self.fault(way, "does nothing that can be seen")
         for code in AFTER.get(way, ()):
             self.press_and_compare(code)
+        if way in FLEETING:
+            return
         if found == "page":
             self.opened[way] = after.page
             return

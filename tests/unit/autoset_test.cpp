@@ -92,7 +92,8 @@ protected:
         EXPECT_EQ(BW_Data.rbw_mode[0] + BW_Data.vbw_mode[0] + Sweep_Data.time_mode[0] + Amp.attenuation_mode[0], 0);
     }
     static std::string Carrier(double frequency, double level, const std::string& more = "") {
-        return "[[carrier]]\nfrequency = " + std::to_string(frequency) + "\nlevel = " + std::to_string(level) + "\n" + more + "\n";
+        return "[[carrier]]\nfrequency = " + std::to_string(frequency) + "\nlevel = " + std::to_string(level) + "\n" +
+               more + "\n";
     }
     std::unique_ptr<virtual_board::Board> board;
 };

@@ -231,7 +231,8 @@ protected:
     void Expect_One_Message(const Settings& before, bool refused, bool sent) {
         const Settings after = Settings::Present();
         const int messages = link->Count();
-        EXPECT_EQ(Of_Screen(before, 1 - Screen()), Of_Screen(after, 1 - Screen())) << "the other screen: " << told.str();
+        const std::size_t other = 1 - Screen();
+        EXPECT_EQ(Of_Screen(before, other), Of_Screen(after, other)) << "the other screen: " << told.str();
         const bool changed = Of_Screen(before, Screen()) != Of_Screen(after, Screen());
         EXPECT_FALSE(refused && changed) << told.str();
         if (refused || !sent) {

@@ -1,5 +1,5 @@
-// Every byte of every record of settings: the preset restores it, and the state file keeps it. A field that is added to a
-// record and forgotten there fails here.
+// Every byte of every record of settings: the preset restores it, and the state file keeps it. A field that is added to
+// a record and forgotten there fails here.
 
 #include <cstddef>
 #include <cstring>
