@@ -35,8 +35,18 @@ std::vector<double> Samples(bool volts) {
     return memory;
 }
 
-enum class Work { write, max_hold, min_hold, log_average, voltage_average, power_average, power_difference,
-                  log_difference, log_offset, zero_span };
+enum class Work {
+    write,
+    max_hold,
+    min_hold,
+    log_average,
+    voltage_average,
+    power_average,
+    power_difference,
+    log_difference,
+    log_offset,
+    zero_span
+};
 
 struct Bare {
     Work work;
@@ -170,8 +180,8 @@ void Point_By_Point(benchmark::State& state) {
     Reset_Stop();
 }
 
-#define SWEEPS(work, shown)                                                  \
-    BENCHMARK_CAPTURE(Bare_Sweep, work##_##shown, Work::work, shown);        \
+#define SWEEPS(work, shown)                                           \
+    BENCHMARK_CAPTURE(Bare_Sweep, work##_##shown, Work::work, shown); \
     BENCHMARK_CAPTURE(Sweep_Of, work##_##shown, Work::work, shown)
 
 SWEEPS(write, 1);

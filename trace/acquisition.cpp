@@ -164,11 +164,8 @@ void Count_Points(Trace_Record& record, int count, bool sweep_ends) {
 }
 
 void Show_Points(Trace_Record& record, int first, int count) {
-    const bool draw = Drawing_Enabled();
-    for (int point = first; point < first + count; ++point) {
-        if (Topographic_Shown) Topographic_Take_Point(record, point);
-        if (draw) Trace_plot_line(record, point);
-    }
+    for (int point = first; Topographic_Shown && point < first + count; ++point) Topographic_Take_Point(record, point);
+    if (Drawing_Enabled()) Trace_plot_line(record, first, count);
 }
 
 void Process_Samples(Trace_Record& record, int target) {

@@ -21,8 +21,8 @@ bool Sweep_Can_Come();
 /// The three trace records and the geometry to their initial values: trace A clear/write, the others blank.
 void Init_Trace_Data();
 
-/// Level in dBm of one sample for a detector. point decides between the peaks of the normal detector; ring is the place in
-/// the sample block.
+/// Level in dBm of one sample for a detector. point decides between the peaks of the normal detector; ring is the place
+/// in the sample block.
 double Detection_Trace_Select(int detector, int point, int ring);
 
 /// The detector in force of every trace of the active screen from its choice, and its icon.

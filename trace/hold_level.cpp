@@ -23,7 +23,9 @@ int drawn_row = no_row;
 
 Trace_Record& Active_Record() { return Trace_Data[static_cast<std::size_t>(ScreenActive)]; }
 std::size_t Active_Trace() { return Active_Record().active & 3; }
-double Shown_Level() { return static_cast<double>(Active_Record().max_hold_level[Active_Trace()]) + Shown_Level_Offset(); }
+double Shown_Level() {
+    return static_cast<double>(Active_Record().max_hold_level[Active_Trace()]) + Shown_Level_Offset();
+}
 
 void Put_Level(std::size_t trace, double shown) {
     Active_Record().max_hold_level[trace] =
@@ -40,7 +42,8 @@ void Erase_Line() {
 }  // namespace
 
 void Cal_MaxHoldFun(int source, double level) {
-    const int step = source == source_knob ? 1 : Db_Per_Division(Amp.scale_code[static_cast<std::size_t>(ScreenActive)] & 3);
+    const int step =
+        source == source_knob ? 1 : Db_Per_Division(Amp.scale_code[static_cast<std::size_t>(ScreenActive)] & 3);
     if (source != source_typed) level = Shown_Level() + Pending_Steps() * step;
     if (std::isfinite(level)) Put_Level(Active_Trace(), level);
 }

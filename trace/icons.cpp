@@ -47,8 +47,8 @@ void Draw_Detector(char letter, int detector, int y) {
         display::Fill(fbVid0, {icon_x, y, icon_width, detector_height}, palette::ground);
         return;
     }
-    Show_Picture_File(std::string("ICON") + letter + "_" + Detector_Name(detector) + ".jpg", icon_width, detector_height,
-                      icon_x, y, fbVid0);
+    Show_Picture_File(std::string("ICON") + letter + "_" + Detector_Name(detector) + ".jpg", icon_width,
+                      detector_height, icon_x, y, fbVid0);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #pragma once
 
-/// Draws the detector icon of a trace of the half that the keys work on, and first its mode icon where that has not been
-/// drawn. Draws nothing that stands there already. A blank trace has no detector; the active one is marked.
+/// Draws the detector icon of a trace of the half that the keys work on, and first its mode icon where that has not
+/// been drawn. Draws nothing that stands there already. A blank trace has no detector; the active one is marked.
 void Detection_check(int trace);
 void Check_Trace_Icons();  ///< of all four
 

@@ -150,9 +150,9 @@ void Ext_Frame() {
     Draw_Hold_Level();
 }
 
-void Trace_plot_line(Trace_Record& record, int point) {
-    if (!Drawable() || point < 0 || point >= trace_points) return;
-    Draw_Column(record, point);
+void Trace_plot_line(Trace_Record& record, int point, int count) {
+    if (!Drawable() || point < 0 || count > trace_points - point) return;
+    for (int i = 0; i < count; ++i) Draw_Column(record, point + i);
 }
 
 void Redraw_Traces(Trace_Record& record) {

@@ -6,8 +6,8 @@
 /// Draws the graticule frame, grid and scale figures afresh, and the traces over them.
 void Ext_Frame();
 
-/// Draws the point just processed: its column is restored from the bare graticule and all traces are drawn into it.
-void Trace_plot_line(Trace_Record& record, int point);
+/// Draws the points just processed: their columns are restored from the bare graticule and all traces are drawn into them.
+void Trace_plot_line(Trace_Record& record, int point, int count = 1);
 
 /// Draws all traces whole.
 void Redraw_Traces(Trace_Record& record);

@@ -53,20 +53,26 @@ double Zero_Span_Level(double volts) {
     return octave_of_voltage * std::log2(volts) + 10;
 }
 
-void Fetch(const Trace_Record& record, Blocks blocks, int first, std::span<double> samples) {
+template <class Level>
+void Fetch(const Trace_Record& record, Blocks blocks, int first, std::span<double> levels, Level level) {
     if (record.points != trace_points) {
-        for (int position = first; double& sample : samples) {
+        for (int position = first; double& to : levels) {
             const std::size_t block = position % 2 == 0 ? blocks.even : blocks.odd;
-            sample = TraceValueAddpoint(block, record.sweep_start, record.points, position++);
+            to = level(TraceValueAddpoint(block, record.sweep_start, record.points, position++));
         }
         return;
     }
-    const double* at = DSP_Trace_Data + record.processed % sample_block;
-    if (blocks.even == blocks.odd) return void(std::copy_n(at + blocks.even, samples.size(), samples.begin()));
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const bool even = (static_cast<std::size_t>(first) + i) % 2 == 0;
-        samples[i] = at[(even ? blocks.even : blocks.odd) + i];
+    const double* const at = DSP_Trace_Data + record.processed % sample_block;
+    if (blocks.even == blocks.odd) {
+        const double* const samples = at + blocks.even;
+        for (std::size_t i = 0; i < levels.size(); ++i) levels[i] = level(samples[i]);
+        return;
     }
+    const bool odd = first % 2 != 0;
+    const double *const here = at + (odd ? blocks.odd : blocks.even), *const there =
+                                                                          at + (odd ? blocks.even : blocks.odd);
+    for (std::size_t i = 0; i < levels.size(); i += 2) levels[i] = level(here[i]);
+    for (std::size_t i = 1; i < levels.size(); i += 2) levels[i] = level(there[i]);
 }
 
 /// In the modes that don't use the sample detector, the positive peak takes its place.
@@ -84,7 +90,8 @@ public:
         const auto index = static_cast<std::size_t>(Detector_Used(detector));
         double* const levels = store_[index].data();
         if (!(ready_ & 1u << index)) {
-            Detection_Trace_Select(record_, static_cast<int>(index), first_, {levels, static_cast<std::size_t>(count_)});
+            const std::span points(levels, static_cast<std::size_t>(count_));
+            Detection_Trace_Select(record_, static_cast<int>(index), first_, points);
             ready_ |= 1u << index;
         }
         return levels;
@@ -161,7 +168,8 @@ void Write_Trace(Trace_Record& record, std::size_t trace, int first, const doubl
 /// 10 lg of the difference of two powers: the larger level, less what the smaller one takes away.
 double Power_Difference(double first, double second, double of_equals) {
     if (first == second) return of_equals;
-    return std::max(first, second) + octave_of_power * std::log2(1 - std::exp2(-std::fabs(first - second) / octave_of_power));
+    const double part = std::exp2(-std::fabs(first - second) / octave_of_power);
+    return std::max(first, second) + octave_of_power * std::log2(1 - part);
 }
 
 float Held(double level) { return static_cast<float>(std::clamp(level, -most_decibels, most_decibels)); }
@@ -218,11 +226,11 @@ double Detection_Trace_Select(int detector, int point, int ring) {
 
 void Detection_Trace_Select(const Trace_Record& record, int detector, int point, std::span<double> levels) {
     if (detector == detector_auto) return void(std::fill(levels.begin(), levels.end(), 0.0));
-    Fetch(record, Blocks_Of(detector), point, levels);
+    const Blocks blocks = Blocks_Of(detector);
     if (Freqs.span[Screen()] == 0) {
-        for (double& level : levels) level = Zero_Span_Level(level);
+        Fetch(record, blocks, point, levels, Zero_Span_Level);
     } else {
-        for (double& level : levels) level = Swept_Level(level);
+        Fetch(record, blocks, point, levels, [](double sample) { return Swept_Level(sample); });
     }
 }
 

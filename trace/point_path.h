@@ -9,8 +9,8 @@
 constexpr int most_points_at_once = 128;
 
 /// Processes so many points (at most most_points_at_once) of the sweep in hand from the given one on, whose samples
-/// begin at the record's counter: for each trace that is not blank, the active one last, its detector, its mode, and the
-/// math of the active trace. Fills values, rows and the copies for the views.
+/// begin at the record's counter: for each trace that is not blank, the active one last, its detector, its mode, and
+/// the math of the active trace. Fills values, rows and the copies for the views.
 void Process_Points(Trace_Record& record, int first, int count, const Row_Scale& scale);
 
 /// Levels in dBm of the samples in hand, from the point on whose sample the record's counter names, for one detector.

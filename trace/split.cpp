@@ -35,7 +35,8 @@ int split_on_screen = split_none;
 void Update_All_Rows() {
     for (int half = 0; half < screens; ++half) {
         const Half_In_Hand in_hand(half);
-        for (std::size_t trace = 0; trace < traces; ++trace) Update_Rows(Trace_Data[static_cast<std::size_t>(half)], trace);
+        for (std::size_t trace = 0; trace < traces; ++trace)
+            Update_Rows(Trace_Data[static_cast<std::size_t>(half)], trace);
     }
 }
 

@@ -145,8 +145,7 @@ int Set_Average_Number(int source, double value) {
     const int width = source == source_knob ? 1 : sweeps_by_arrow;
     if (source != source_typed) value = number + Pending_Steps() * width;
     if (!std::isfinite(value)) return 0;
-    number = static_cast<std::uint16_t>(
-        std::lround(std::clamp<double>(value, fewest_sweeps, most_sweeps)));
+    number = static_cast<std::uint16_t>(std::lround(std::clamp<double>(value, fewest_sweeps, most_sweeps)));
     Forget_Average(trace);
     return Average_Changed();
 }

@@ -1,8 +1,8 @@
 #pragma once
 #include "records/trace.h"
 
-/// Settings of the traces of the active screen. Setters return 0, or the code of the error with which a remote command is
-/// refused (-221); numbers out of range are held, numbers that name nothing change nothing. The caller holds
+/// Settings of the traces of the active screen. Setters return 0, or the code of the error with which a remote command
+/// is refused (-221); numbers out of range are held, numbers that name nothing change nothing. The caller holds
 /// Command_Main_Mutex.
 /// source: 0 a knob step, 1 an arrow step, 2 a typed value.
 

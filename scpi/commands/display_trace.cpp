@@ -15,9 +15,9 @@ namespace {
 
 using namespace shapes;
 
-constexpr ScpiChoiceDef mode_words[] = {{"WRITe", trace_clear_write},  {"MAXHold", trace_max_hold},
-                                        {"MINHold", trace_min_hold},   {"VIEW", trace_view},
-                                        {"BLANk", trace_blank},        {nullptr, 0}};
+constexpr ScpiChoiceDef mode_words[] = {{"WRITe", trace_clear_write}, {"MAXHold", trace_max_hold},
+                                        {"MINHold", trace_min_hold},  {"VIEW", trace_view},
+                                        {"BLANk", trace_blank},       {nullptr, 0}};
 
 int Trace_WriteMode(ScpiContext& context) {
     int trace = 0;

@@ -14,14 +14,11 @@ constexpr int typed = 2;
 
 /// RAVerage is another word for AVERage, and VIDeo for LOG; the first of a tag is answered.
 constexpr ScpiChoiceDef detector_words[] = {
-    {"NORMal", detector_normal},   {"POSitive", detector_positive}, {"NEGative", detector_negative},
-    {"SAMPle", detector_sample},   {"AVERage", detector_average},   {"RAVerage", detector_average},
-    {"EAVerage", detector_emi_average}, {"QPEak", detector_quasi_peak}, {nullptr, 0}};
-constexpr ScpiChoiceDef type_words[] = {{"LOG", average_log},
-                                        {"VOLTage", average_voltage},
-                                        {"POWer", average_power},
-                                        {"VIDeo", average_log},
-                                        {nullptr, 0}};
+    {"NORMal", detector_normal},        {"POSitive", detector_positive}, {"NEGative", detector_negative},
+    {"SAMPle", detector_sample},        {"AVERage", detector_average},   {"RAVerage", detector_average},
+    {"EAVerage", detector_emi_average}, {"QPEak", detector_quasi_peak},  {nullptr, 0}};
+constexpr ScpiChoiceDef type_words[] = {
+    {"LOG", average_log}, {"VOLTage", average_voltage}, {"POWer", average_power}, {"VIDeo", average_log}, {nullptr, 0}};
 
 const Trace_Record& Record() { return Trace_Data[static_cast<std::size_t>(ScreenActive)]; }
 std::size_t Trace() { return Record().active & 3; }

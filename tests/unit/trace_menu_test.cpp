@@ -77,8 +77,11 @@ TEST_F(Trace_Menu, DetectorPages) {
     Press({soft(6), soft(0)});
     ASSERT_EQ(keylink.load(), &TraLink[2]);
     EXPECT_EQ(TraLink[2].highlight, 0);
-    for (const auto& [key, detector] : {std::pair{1, detector_normal}, {2, detector_positive}, {3, detector_negative},
-                                        {4, detector_sample}, {0, detector_normal}}) {
+    for (const auto& [key, detector] : {std::pair{1, detector_normal},
+                                        {2, detector_positive},
+                                        {3, detector_negative},
+                                        {4, detector_sample},
+                                        {0, detector_normal}}) {
         Press({soft(key)});
         EXPECT_EQ(TraLink[2].highlight, key);
         EXPECT_EQ(record.detector[0], detector);
@@ -280,10 +283,12 @@ TEST_F(Trace_Menu, PixelsOfTheActiveTrace) {
     ASSERT_EQ(blank.size(), 6u + 1202);
     EXPECT_EQ(blank.substr(0, 10), std::string("#41202\xfc\x01\xfc\x01"));
     record.mode[1] = trace_view;
-    for (std::size_t i = 0; i < trace_points; ++i) record.value[1][i] = static_cast<float>(10 - 0.2 * static_cast<double>(i));
+    for (std::size_t i = 0; i < trace_points; ++i)
+        record.value[1][i] = static_cast<float>(10 - 0.2 * static_cast<double>(i));
     for (const int split : {split_none, split_alternate}) {
         Display_Data.split = split;
-        const std::string all = Ask(":PIX?").substr(6), bytes = Ask(":PIX:RED?").substr(5), half = Ask(":PIX:RED:HALF?").substr(5);
+        const std::string all = Ask(":PIX?").substr(6), bytes = Ask(":PIX:RED?").substr(5),
+                          half = Ask(":PIX:RED:HALF?").substr(5);
         ASSERT_EQ(bytes.size(), 601u);
         ASSERT_EQ(half.size(), 301u);
         const Row_Scale whole;

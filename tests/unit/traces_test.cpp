@@ -237,7 +237,8 @@ TEST_F(Traces, ViewedAndBlankTracesStandStill) {
 TEST_F(Traces, MaximumHoldsStartAgainBelowTheirLevel) {
     Set_Active_Trace(1);
     for (const std::size_t trace : {0u, 2u}) Record().mode[trace] = trace_max_hold;
-    for (const std::size_t trace : {0u, 1u, 2u}) Record().detector_choice[trace] = Record().detector[trace] = detector_positive;
+    for (const std::size_t trace : {0u, 1u, 2u})
+        Record().detector_choice[trace] = Record().detector[trace] = detector_positive;
     Record().max_hold_level = {30, -130, -100, -130};
     Sweep();
     EXPECT_EQ(Value(300, 0), -200);
@@ -250,7 +251,8 @@ TEST_F(Traces, MaximumHoldsStartAgainBelowTheirLevel) {
 /// All four traces with math: the active one is worked out from the others' values of the same sweep.
 TEST_F(Traces, MathOfTheSameSweepInEveryOrder) {
     Amp.reference[0] = -10;
-    const std::array<std::size_t, 4> block{positive_peak_samples, negative_peak_samples, sample_samples, average_samples};
+    const std::array<std::size_t, 4> block{positive_peak_samples, negative_peak_samples, sample_samples,
+                                           average_samples};
     const std::array<int, 4> detector{detector_positive, detector_negative, detector_sample, detector_average};
     int sweep = 0;
     for (int active = 0; active < traces; ++active) {
@@ -259,7 +261,8 @@ TEST_F(Traces, MathOfTheSameSweepInEveryOrder) {
             Set_Detector(detector[i]);
         }
         Set_Active_Trace(active);
-        const auto first = static_cast<std::size_t>((active + 1) % traces), second = static_cast<std::size_t>((active + 2) % traces);
+        const auto first = static_cast<std::size_t>((active + 1) % traces),
+                   second = static_cast<std::size_t>((active + 2) % traces);
         Set_Math_Source(0, static_cast<int>(first));
         Set_Math_Source(1, static_cast<int>(second));
         Set_Log_Reference(2, -30);
@@ -319,9 +322,16 @@ TEST_F(Traces, RowsAndCopiesFollowTheValues) {
 TEST_F(Traces, ZeroSpanLevelsWithinTheirRange) {
     Freqs.span[0] = 0;
     Set_Detector(detector_sample);
-    for (const auto& [volts, level] : std::vector<std::pair<double, double>>{
-             {0.0, -180}, {1e-12, -180}, {1e-9, -170}, {0.1, -10}, {9.99999, 29.99999}, {10.0, 30}, {1e9, 30},
-             {-1.0, -180}, {std::nan(""), -180}, {INFINITY, 30}}) {
+    for (const auto& [volts, level] : std::vector<std::pair<double, double>>{{0.0, -180},
+                                                                             {1e-12, -180},
+                                                                             {1e-9, -170},
+                                                                             {0.1, -10},
+                                                                             {9.99999, 29.99999},
+                                                                             {10.0, 30},
+                                                                             {1e9, 30},
+                                                                             {-1.0, -180},
+                                                                             {std::nan(""), -180},
+                                                                             {INFINITY, 30}}) {
         std::fill_n(memory.begin() + sample_samples, 601, volts);
         Record().processed = 0;
         Write(1);
@@ -339,7 +349,8 @@ TEST_F(Traces, NoSampleLeavesAMarkInAverages) {
         for (const double bad : {std::nan(""), double(INFINITY), -double(INFINITY), 1e300, -1e300}) {
             std::fill_n(memory.begin() + sample_samples + Record().processed % sample_block, 601, bad);
             Sweep();
-            for (const float value : Record().value[0]) ASSERT_TRUE(std::isfinite(value) && std::fabs(value) < 1100) << bad;
+            for (const float value : Record().value[0])
+                ASSERT_TRUE(std::isfinite(value) && std::fabs(value) < 1100) << bad;
         }
     }
     // Math of its own result that grows with every sweep stays a level.
@@ -377,7 +388,8 @@ TEST_F(Traces, SweepsOfOtherCountsFillTheSameColumns) {
                 const double place = static_cast<double>(position) * (points - 1) / 600;
                 const auto before = static_cast<std::size_t>(place);
                 const auto at = [&](std::size_t i) { return memory[sample_samples + (written + i) % sample_block]; };
-                const double expected = at(before) + (position == 600 ? 0 : (at(before + 1) - at(before)) * (place - std::floor(place)));
+                const double expected =
+                    at(before) + (position == 600 ? 0 : (at(before + 1) - at(before)) * (place - std::floor(place)));
                 ASSERT_NEAR(Value(position), expected, 1e-4) << points << " " << sweep << " " << position;
             }
             written += static_cast<std::size_t>(points);
@@ -454,7 +466,8 @@ TEST_F(Traces, TheActiveHalfIsSweptAloneAndBecomesTheOnlyOne) {
     EXPECT_EQ(ScreenActive, 1);
     EXPECT_EQ(ScreenInf.clamp_bottom, 508);
     for (std::size_t i = 0; i < trace_points; ++i) {
-        ASSERT_EQ(Trace_Data[1].rows[0][i], dBmTOpixel(static_cast<double>(Trace_Data[1].value[0][i]), Active_Scale(), true));
+        ASSERT_EQ(Trace_Data[1].rows[0][i],
+                  dBmTOpixel(static_cast<double>(Trace_Data[1].value[0][i]), Active_Scale(), true));
     }
     Set_Active_Half(0);
     EXPECT_EQ(ScreenActive, 1) << "there are no halves";
