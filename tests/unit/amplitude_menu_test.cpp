@@ -3,6 +3,7 @@
 #include "keys/dispatch.h"
 #include "keys/key_codes.h"
 #include "keys/soft_keys.h"
+#include "panel.h"
 #include "records/amp.h"
 #include "records/freqs.h"
 #include "records/keystate.h"
@@ -28,12 +29,6 @@ protected:
         Init_Trace_Data();
         keylink = &FreqLink[0];
         Keypad_Exe(key_amplitude);
-    }
-    static void Press(std::initializer_list<std::int32_t> codes) {
-        for (const auto code : codes) Keypad_Exe(code);
-    }
-    static void Type(std::string_view text) {
-        for (const char c : text) Keypad_Exe(c);
     }
     static std::string Value(int key) {
         Key_Face face;

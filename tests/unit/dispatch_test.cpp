@@ -8,6 +8,7 @@
 #include "keys/name_entry.h"
 #include "keys/reader.h"
 #include "keys/soft_keys.h"
+#include "panel.h"
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
@@ -33,12 +34,6 @@ protected:
         // Labels stand for themselves: without a word list they are blank, not absent.
         keylink = &FreqLink[0];
         Keypad_Exe(key_frequency);
-    }
-    static void Press(std::initializer_list<std::int32_t> codes) {
-        for (const auto code : codes) Keypad_Exe(code);
-    }
-    static void Type(std::string_view text) {
-        for (const char c : text) Keypad_Exe(c);
     }
     std::string Log() { return root.Read("/var/log/error.log"); }
 };

@@ -4,6 +4,7 @@
 #include "keys/dispatch.h"
 #include "keys/key_codes.h"
 #include "keys/pages.h"
+#include "panel.h"
 #include "records/amp.h"
 #include "records/analysis.h"
 #include "records/freqs.h"
@@ -40,12 +41,6 @@ protected:
         values.fill(-90);
         values[100] = -30, values[300] = -20, values[500] = -40;
         keylink = &FreqLink[0];
-    }
-    static void Press(std::initializer_list<std::int32_t> codes) {
-        for (const auto code : codes) Keypad_Exe(code);
-    }
-    static void Type(std::string_view text) {
-        for (const char c : text) Keypad_Exe(c);
     }
 };
 

@@ -11,6 +11,7 @@
 #include "keys/name_entry.h"
 #include "keys/soft_keys.h"
 #include "keys/words.h"
+#include "panel.h"
 #include "platform/clock.h"
 #include "platform/root.h"
 #include "records/display.h"
@@ -43,12 +44,6 @@ protected:
         Sweep_Init();
         Init_Trace_Data();
         keylink = &FreqLink[0];
-    }
-    static void Press(std::initializer_list<std::int32_t> codes) {
-        for (const auto code : codes) Keypad_Exe(code);
-    }
-    static void Type(std::string_view text) {
-        for (const char c : text) Keypad_Exe(c);
     }
     /// The settings as a next start finds them.
     static bool Start_Again() {

@@ -4,6 +4,7 @@
 #include "keys/dispatch.h"
 #include "keys/key_codes.h"
 #include "keys/soft_keys.h"
+#include "panel.h"
 #include "records/amp.h"
 #include "records/bw.h"
 #include "records/display.h"
@@ -35,18 +36,6 @@ protected:
         keylink = &FreqLink[0];
         Keypad_Exe(key_trace);
     }
-    static void Press(std::initializer_list<std::int32_t> codes) {
-        for (const auto code : codes) Keypad_Exe(code);
-    }
-    static void Type(std::string_view text) {
-        for (const char c : text) Keypad_Exe(c);
-    }
-    static Key_Face Face(int key) {
-        Key_Face face;
-        Current_Page().face(key, face);
-        return face;
-    }
-    static std::string Value(int key) { return Face(key).value.data(); }
     Trace_Record& record = Trace_Data[0];
 };
 
