@@ -123,7 +123,7 @@ class Instrument {
     Process board_, application_, web_;
     std::string http_;  ///< ADDR:PORT of the front panel
     std::string scpi_;  ///< ADDR:PORT of raw commands
-    std::string hislip_;
+    std::string hislip_, vxi11_;
     steady_clock::time_point start_end_{};
 };
 
@@ -196,6 +196,8 @@ void Instrument::Start_Application() {
                                          "KVA720_SCPI_PORT=" + std::to_string(options_.scpi_port)};
     if (options_.hislip_port >= 0)
         environment.emplace_back("KVA720_HISLIP_PORT=" + std::to_string(options_.hislip_port));
+    if (!options_.vxi11)
+        environment.emplace_back("KVA720_VXI11=0");
     if (options_.fast)
         environment.emplace_back("KVA720_FAST=1");
     application_ = Start(programs_ + "/kva720", {}, environment, Log("kva720"), Output::to_log);
@@ -214,9 +216,10 @@ void Instrument::Await_Keys() {
     for (;;) {
         Check_Start();
         const Status status = Ask_Status(options_.root);
-        if (status.takes_keys) {
+        if (status.takes_keys && status.vxi11 != "starting") {
             scpi_ = status.scpi;
             hislip_ = status.hislip;
+            vxi11_ = status.vxi11;
             return;
         }
         Wait(query_period);
@@ -263,8 +266,8 @@ int Instrument::Run() {
         http_ = Await_Line(web_, "http ");
         Say("starting: waiting for the start-up pictures");
         Await_Keys();
-        std::printf("ready http=%s scpi=%s hislip=%s vxi11=off root=%s\n", http_.c_str(), scpi_.c_str(),
-                    hislip_.c_str(), options_.root.c_str());
+        std::printf("ready http=%s scpi=%s hislip=%s vxi11=%s root=%s\n", http_.c_str(), scpi_.c_str(),
+                    hislip_.c_str(), vxi11_.c_str(), options_.root.c_str());
         std::fflush(stdout);
         return Supervise();
     } catch (const Stopped&) {
