@@ -38,7 +38,9 @@ public:
     std::optional<std::string> Find(const Mapped_Program& program, std::string_view network) const {
         for (const rpcblist* entry = list_; entry; entry = entry->rpcb_next) {
             const rpcb& map = entry->rpcb_map;
-            if (map.r_prog == program.number && map.r_vers == program.version && map.r_netid == network) return map.r_addr;
+            if (map.r_prog == program.number && map.r_vers == program.version && map.r_netid == network) {
+                return map.r_addr;
+            }
         }
         return std::nullopt;
     }
@@ -57,7 +59,8 @@ std::string Universal(const sockaddr_in& address) {
 
 std::optional<sockaddr_in> Address(const std::string& universal) {
     unsigned part[6];
-    if (std::sscanf(universal.c_str(), "%u.%u.%u.%u.%u.%u", &part[0], &part[1], &part[2], &part[3], &part[4], &part[5]) != 6) {
+    if (std::sscanf(universal.c_str(), "%u.%u.%u.%u.%u.%u", &part[0], &part[1], &part[2], &part[3], &part[4],
+                    &part[5]) != 6) {
         return std::nullopt;
     }
     sockaddr_in address{};
@@ -73,7 +76,8 @@ bool Answers(const Mapped_Program& program, const std::string& universal) {
     constexpr timeval patience{1, 0};
     std::optional<sockaddr_in> address = Address(universal);
     int socket = RPC_ANYSOCK;
-    CLIENT* const client = address ? clnttcp_create(&*address, program.number, program.version, &socket, 0, 0) : nullptr;
+    CLIENT* const client =
+        address ? clnttcp_create(&*address, program.number, program.version, &socket, 0, 0) : nullptr;
     if (!client) return false;
     const clnt_stat status = clnt_call(client, NULLPROC, Xdr_Void(), nullptr, Xdr_Void(), nullptr, patience);
     clnt_destroy(client);
@@ -93,12 +97,14 @@ bool Refuse(const Mapped_Program& program, const char* network, bool quiet) {
 
 }  // namespace
 
-Mapping Register_Ports(std::span<const Mapped_Program> programs, const sockaddr_in& udp, const sockaddr_in& tcp, bool quiet) {
+Mapping Register_Ports(std::span<const Mapped_Program> programs, const sockaddr_in& udp, const sockaddr_in& tcp,
+                       bool quiet) {
     const Port_List list;
     if (!list.Answered()) {
         Refuse(programs.front(), "udp", quiet);
         if (!quiet) {
-            std::fprintf(stderr, "VXI-11 is off: no port mapper runs here. Start rpcbind, or the instrument with --rpcbind.\n");
+            std::fprintf(stderr,
+                         "VXI-11 is off: no port mapper runs here. Start rpcbind, or the instrument with --rpcbind.\n");
         }
         return Mapping::failed;
     }
@@ -107,7 +113,9 @@ Mapping Register_Ports(std::span<const Mapped_Program> programs, const sockaddr_
         if (there && Answers(program, *there)) return Mapping::of_another;
     }
     for (const Mapped_Program& program : programs) {
-        if (list.Find(program, "tcp") || list.Find(program, "udp")) rpcb_unset(program.number, program.version, nullptr);
+        if (list.Find(program, "tcp") || list.Find(program, "udp")) {
+            rpcb_unset(program.number, program.version, nullptr);
+        }
     }
     for (const auto& [network, address] : {std::pair("udp", &udp), std::pair("tcp", &tcp)}) {
         for (const Mapped_Program& program : programs) {

@@ -4,8 +4,9 @@
 /// VXI-11 as the rest of the instrument sees it.
 namespace remote {
 
-/// Starts the server's thread where it doesn't run, unless the network settings leave VXI-11 off. A start that has failed is
-/// tried again after 10 s, then without a word. Called again and again by the LAN watcher, while there is a link or not.
+/// Starts the server's thread where it doesn't run, unless the network settings leave VXI-11 off. A start that has
+/// failed is tried again after 10 s, then without a word. Called again and again by the LAN watcher, while there is a
+/// link or not.
 void Watch_Vxi11(bool link_up);
 
 /// Waits for the thread, after the stop has been requested.

@@ -17,7 +17,9 @@ namespace {
 constexpr int error_no_link = 450;
 
 /// Whole seconds of a time-out in ms, after a time.
-platform::Duration After(platform::Duration begin, u_int timeout_ms) { return begin + std::chrono::seconds(timeout_ms / 1000); }
+platform::Duration After(platform::Duration begin, u_int timeout_ms) {
+    return begin + std::chrono::seconds(timeout_ms / 1000);
+}
 
 int Name_Error(std::string_view device) {
     constexpr std::string_view beginning = "inst";
@@ -59,7 +61,9 @@ int Vxi11_Device::New_Link_Id() {
 }
 
 std::optional<Create_LinkResp> Vxi11_Device::create_link_1_svc(const Create_LinkParms& parms, Vxi11_Wait& wait) {
-    if (const int error = Name_Error(parms.device.Kept()); error != vxi11_no_error) return Create_LinkResp{.error = error};
+    if (const int error = Name_Error(parms.device.Kept()); error != vxi11_no_error) {
+        return Create_LinkResp{.error = error};
+    }
     const Way way = Pass_Lock(lock_device.locked, true, parms.lock_timeout, wait);
     if (way == Way::waiting) return std::nullopt;
     if (way == Way::barred) return Create_LinkResp{.error = vxi11_locked};
@@ -183,12 +187,14 @@ std::optional<Device_ReadResp> Vxi11_Device::device_read_1_svc(const Device_Read
 
 // Status and control
 
-std::optional<Device_ReadStbResp> Vxi11_Device::device_readstb_1_svc(const Device_GenericParms& parms, Vxi11_Wait& wait) {
+std::optional<Device_ReadStbResp> Vxi11_Device::device_readstb_1_svc(const Device_GenericParms& parms,
+                                                                     Vxi11_Wait& wait) {
     if (!Find(parms.lid)) return Device_ReadStbResp{vxi11_invalid_link, 0};
     const Way way = Pass_Lock(Locked_By_Another(parms.lid), parms.flags, parms.lock_timeout, wait);
     if (way == Way::waiting) return std::nullopt;
     if (way == Way::barred) return Device_ReadStbResp{vxi11_locked, 0};
-    std::uint32_t status = SCPI_RegGet(scpi_context, reg_stb) & ~std::uint32_t{stb_message_available | stb_request_service};
+    std::uint32_t status =
+        SCPI_RegGet(scpi_context, reg_stb) & ~std::uint32_t{stb_message_available | stb_request_service};
     if (VXI11_response_len > 0) status |= stb_message_available;
     if (status & SCPI_RegGet(scpi_context, reg_sre)) status |= stb_request_service;
     return Device_ReadStbResp{vxi11_no_error, static_cast<u_char>(status)};
@@ -267,6 +273,8 @@ std::optional<Device_Error> Vxi11_Device::device_abort_1_svc(const Device_Link&,
     return Device_Error{vxi11_not_supported};
 }
 
-std::optional<Device_Nothing> Vxi11_Device::device_intr_srq_1_svc(const Device_SrqParms&, Vxi11_Wait&) { return Device_Nothing{}; }
+std::optional<Device_Nothing> Vxi11_Device::device_intr_srq_1_svc(const Device_SrqParms&, Vxi11_Wait&) {
+    return Device_Nothing{};
+}
 
 }  // namespace remote

@@ -28,8 +28,8 @@ struct Vxi11_Wait {
     std::uint32_t client_address = 0;
 };
 
-/// Links, lock and buffers, and what the procedures do to them. A procedure that has to wait returns nothing and is tried
-/// again when something has changed or its time is over. One thread.
+/// Links, lock and buffers, and what the procedures do to them. A procedure that has to wait returns nothing and is
+/// tried again when something has changed or its time is over. One thread.
 class Vxi11_Device {
 public:
     static constexpr std::size_t most_links = 10000;
@@ -44,7 +44,8 @@ public:
     void Set_Abort_Port(std::uint16_t port) { abort_port_ = port; }
     /// Empties both buffers.
     void vxi_init();
-    /// The answer of the message that is being executed. What goes beyond the buffer is lost but for the newline at its end.
+    /// The answer of the message that is being executed. What goes beyond the buffer is lost but for the newline at its
+    /// end.
     void Put_Answer(std::string_view answer);
 
     std::optional<Create_LinkResp> create_link_1_svc(const Create_LinkParms& parms, Vxi11_Wait& wait);

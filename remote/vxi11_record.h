@@ -6,8 +6,8 @@
 
 namespace remote {
 
-/// Reassembles the records of a byte stream out of their fragments. Of a record that is longer than any call with sensible
-/// arguments only the beginning is kept: arguments that are too long are told so by their length.
+/// Reassembles the records of a byte stream out of their fragments. Of a record that is longer than any call with
+/// sensible arguments only the beginning is kept: arguments that are too long are told so by their length.
 class Vxi11_Record {
 public:
     static constexpr std::size_t capacity = 4096;

@@ -29,7 +29,8 @@ bool Decode(SVCXPRT* handle, Vxi11_Call::Arguments& place) {
     return svc_getargs(handle, Xdr_Routine(routine), &arguments);
 }
 
-template <auto method, typename Arguments, bool_t (*decoding)(XDR*, Arguments*), typename Result, bool_t (*coding)(XDR*, Result*)>
+template <auto method, typename Arguments, bool_t (*decoding)(XDR*, Arguments*), typename Result,
+          bool_t (*coding)(XDR*, Result*)>
 bool Attempt(Vxi11_Device& device, Vxi11_Call& call) {
     Arguments& arguments = std::get<Arguments>(call.arguments);
     auto result = (device.*method)(arguments, call.wait);
@@ -240,7 +241,10 @@ void Vxi11_Server::Take(const Vxi11_Procedure& procedure, SVCXPRT* handle) {
     call->procedure = &procedure;
     call->transport = &transport;
     call->caller = transport.Caller();
-    call->wait = {.begin = platform::Now(), .answer_until = {}, .until = {}, .client_address = call->caller.address.sin_addr.s_addr};
+    call->wait = {.begin = platform::Now(),
+                  .answer_until = {},
+                  .until = {},
+                  .client_address = call->caller.address.sin_addr.s_addr};
     calls_.push_back(call);
 }
 

@@ -18,9 +18,9 @@ struct Vxi11_Procedure;
 
 /// A call that has come and is not answered yet.
 struct Vxi11_Call {
-    using Arguments = std::variant<Device_Nothing, Create_LinkParms, Device_WriteParms, Device_ReadParms, Device_GenericParms,
-                                   Device_LockParms, Device_Link, Device_EnableSrqParms, Device_RemoteFunc, Device_DocmdParms,
-                                   Device_SrqParms>;
+    using Arguments = std::variant<Device_Nothing, Create_LinkParms, Device_WriteParms, Device_ReadParms,
+                                   Device_GenericParms, Device_LockParms, Device_Link, Device_EnableSrqParms,
+                                   Device_RemoteFunc, Device_DocmdParms, Device_SrqParms>;
     const Vxi11_Procedure* procedure = nullptr;  ///< null: the place is free
     Vxi11_Transport* transport = nullptr;
     Vxi11_Caller caller;
@@ -37,8 +37,8 @@ struct Vxi11_Procedure {
     bool (*attempt)(Vxi11_Device& device, Vxi11_Call& call);
 };
 
-/// The service loop. The RPC library takes calls apart and finds their procedures; a call that has to wait is set aside, so
-/// that those which end its wait are served. One thread has all of it.
+/// The service loop. The RPC library takes calls apart and finds their procedures; a call that has to wait is set
+/// aside, so that those which end its wait are served. One thread has all of it.
 class Vxi11_Server : public Sink, public Waiting_Service {
 public:
     static constexpr std::size_t most_connections = 100, most_datagram_calls = 16;

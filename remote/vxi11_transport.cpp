@@ -19,9 +19,12 @@ bool Known_Flavor(const opaque_auth& credentials) {
 
 }  // namespace
 
-Vxi11_Transport::Vxi11_Transport(Vxi11_Server& server, int socket, bool datagrams) : server_(server), datagrams_(datagrams) {
+Vxi11_Transport::Vxi11_Transport(Vxi11_Server& server, int socket, bool datagrams)
+    : server_(server), datagrams_(datagrams) {
     using Operations = std::remove_const_t<std::remove_pointer_t<decltype(SVCXPRT::xp_ops)>>;
-    static constexpr auto call = [](XDR* xdr, xdrproc_t routine, void* value) -> bool_t { return (*routine)(xdr, value); };
+    static constexpr auto call = [](XDR* xdr, xdrproc_t routine, void* value) -> bool_t {
+        return (*routine)(xdr, value);
+    };
     static const Operations operations = [] {
         Operations made{};
         made.xp_recv = [](SVCXPRT* handle, rpc_msg* message) -> bool_t { return Of(handle).Decode(message); };

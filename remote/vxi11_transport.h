@@ -21,8 +21,8 @@ struct Vxi11_Caller {
     sockaddr_in address{};
 };
 
-/// A transport of the RPC library over a socket of ours. The library's own would stand still while half a record is there,
-/// and know only the last call's number; this one never waits, and replies whenever it is told to.
+/// A transport of the RPC library over a socket of ours. The library's own would stand still while half a record is
+/// there, and know only the last call's number; this one never waits, and replies whenever it is told to.
 class Vxi11_Transport {
 public:
     /// Takes the socket, non-blocking: a connection, or one for datagrams.

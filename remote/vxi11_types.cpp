@@ -25,8 +25,8 @@ bool_t xdr_Last_Bytes(XDR* xdr, Vxi11_Bytes<size>* value) {
 }  // namespace
 
 bool_t xdr_Create_LinkParms(XDR* xdr, Create_LinkParms* parms) {
-    return xdr_int(xdr, &parms->client_id) && xdr_bool(xdr, &parms->lock_device) && xdr_u_int(xdr, &parms->lock_timeout) &&
-           xdr_Beginning(xdr, &parms->device);
+    return xdr_int(xdr, &parms->client_id) && xdr_bool(xdr, &parms->lock_device) &&
+           xdr_u_int(xdr, &parms->lock_timeout) && xdr_Beginning(xdr, &parms->device);
 }
 
 bool_t xdr_Create_LinkResp(XDR* xdr, Create_LinkResp* resp) {
@@ -80,8 +80,8 @@ bool_t xdr_Device_RemoteFunc(XDR* xdr, Device_RemoteFunc* function) {
 
 bool_t xdr_Device_DocmdParms(XDR* xdr, Device_DocmdParms* parms) {
     return xdr_int(xdr, &parms->lid) && xdr_int(xdr, &parms->flags) && xdr_u_int(xdr, &parms->io_timeout) &&
-           xdr_u_int(xdr, &parms->lock_timeout) && xdr_int(xdr, &parms->command) && xdr_bool(xdr, &parms->network_order) &&
-           xdr_int(xdr, &parms->data_size) && xdr_Last_Bytes(xdr, &parms->data);
+           xdr_u_int(xdr, &parms->lock_timeout) && xdr_int(xdr, &parms->command) &&
+           xdr_bool(xdr, &parms->network_order) && xdr_int(xdr, &parms->data_size) && xdr_Last_Bytes(xdr, &parms->data);
 }
 
 bool_t xdr_Device_DocmdResp(XDR* xdr, Device_DocmdResp* resp) {

@@ -5,22 +5,43 @@
 
 #include <rpc/rpc.h>
 
-/// Arguments and results of the VXI-11 procedures and how they are coded. Nothing in them is allocated: what is longer than
-/// its place keeps its length and loses its bytes.
+/// Arguments and results of the VXI-11 procedures and how they are coded. Nothing in them is allocated: what is longer
+/// than its place keeps its length and loses its bytes.
 namespace remote {
 
 constexpr rpcprog_t DEVICE_CORE = 395183, DEVICE_ASYNC = 395184, DEVICE_INTR = 395185;
 constexpr rpcvers_t DEVICE_CORE_VERSION = 1, DEVICE_ASYNC_VERSION = 1, DEVICE_INTR_VERSION = 1;
 
 enum Vxi11_Core_Procedure : rpcproc_t {
-    create_link = 10, device_write, device_read, device_readstb, device_trigger, device_clear, device_remote, device_local,
-    device_lock, device_unlock, device_enable_srq, device_docmd = 22, destroy_link, create_intr_chan = 25, destroy_intr_chan
+    create_link = 10,
+    device_write,
+    device_read,
+    device_readstb,
+    device_trigger,
+    device_clear,
+    device_remote,
+    device_local,
+    device_lock,
+    device_unlock,
+    device_enable_srq,
+    device_docmd = 22,
+    destroy_link,
+    create_intr_chan = 25,
+    destroy_intr_chan
 };
 constexpr rpcproc_t device_abort = 1, device_intr_srq = 30;
 
 enum Vxi11_Error : int {
-    vxi11_no_error = 0, vxi11_syntax_error = 1, vxi11_not_accessible = 3, vxi11_invalid_link = 4, vxi11_parameter_error = 5,
-    vxi11_not_supported = 8, vxi11_out_of_resources = 9, vxi11_locked = 11, vxi11_no_lock = 12, vxi11_io_timeout = 15
+    vxi11_no_error = 0,
+    vxi11_syntax_error = 1,
+    vxi11_not_accessible = 3,
+    vxi11_invalid_link = 4,
+    vxi11_parameter_error = 5,
+    vxi11_not_supported = 8,
+    vxi11_out_of_resources = 9,
+    vxi11_locked = 11,
+    vxi11_no_lock = 12,
+    vxi11_io_timeout = 15
 };
 enum Vxi11_Flag : int { vxi11_wait_lock = 1, vxi11_end = 8, vxi11_term_char = 128 };
 enum Vxi11_Reason : int { vxi11_reqcnt = 1, vxi11_chr = 2, vxi11_reason_end = 4 };

@@ -4,7 +4,7 @@ build_packages=(g++ cmake ninja-build pkg-config ccache libfreetype-dev libjpeg6
     libtirpc-dev libtomlplusplus-dev nlohmann-json3-dev libkissfft-dev libcli11-dev libgtest-dev librsvg2-bin fonts-dseg
     fonts-liberation fonts-wqy-zenhei python3)
 test_packages=(chromium chromium-driver python3-selenium imagemagick tesseract-ocr procps
-    python3-pyvisa python3-pyvisa-py python3-serial lxi-tools rpcbind iproute2 python3-numpy python3-pil)
+    python3-pyvisa python3-pyvisa-py python3-serial lxi-tools rpcbind iproute2 uidmap python3-numpy python3-pil)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
 fuzz_packages=(clang libclang-rt-dev llvm)
 

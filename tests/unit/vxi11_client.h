@@ -28,8 +28,8 @@ public:
     template <typename Arguments, typename Result>
     clnt_stat Call(rpcproc_t procedure, bool_t (*coding)(XDR*, Arguments*), Arguments arguments,
                    bool_t (*decoding)(XDR*, Result*), Result& result) const {
-        return clnt_call(client_, procedure, remote::Xdr_Routine(coding), &arguments, remote::Xdr_Routine(decoding), &result,
-                         patience);
+        return clnt_call(client_, procedure, remote::Xdr_Routine(coding), &arguments, remote::Xdr_Routine(decoding),
+                         &result, patience);
     }
     /// The connection's end, without a word to the server.
     int Socket() const {
@@ -51,7 +51,8 @@ public:
     int Create(std::string_view name = "inst0", bool lock = false, u_int lock_timeout = 0) {
         remote::Create_LinkParms parms{4711, lock, lock_timeout, {}};
         Fill(parms.device, name);
-        EXPECT_EQ(Call(remote::create_link, remote::xdr_Create_LinkParms, parms, remote::xdr_Create_LinkResp, created), RPC_SUCCESS);
+        EXPECT_EQ(Call(remote::create_link, remote::xdr_Create_LinkParms, parms, remote::xdr_Create_LinkResp, created),
+                  RPC_SUCCESS);
         if (created.error == 0) lid = created.lid;
         return created.error;
     }
@@ -59,7 +60,8 @@ public:
         remote::Device_WriteParms parms{lid, 2000, lock_timeout, flags, {}};
         Fill(parms.data, text);
         remote::Device_WriteResp resp;
-        EXPECT_EQ(Call(remote::device_write, remote::xdr_Device_WriteParms, parms, remote::xdr_Device_WriteResp, resp), RPC_SUCCESS);
+        EXPECT_EQ(Call(remote::device_write, remote::xdr_Device_WriteParms, parms, remote::xdr_Device_WriteResp, resp),
+                  RPC_SUCCESS);
         EXPECT_EQ(resp.size, resp.error == 0 ? text.size() : 0u);
         return resp.error;
     }
@@ -67,25 +69,28 @@ public:
     std::string Read(u_int count = 100000, u_int io_timeout = 2000, int flags = 0, char term_char = 0) const {
         remote::Device_ReadResp resp;
         EXPECT_EQ(Call(remote::device_read, remote::xdr_Device_ReadParms,
-                       remote::Device_ReadParms{lid, count, io_timeout, 0, flags, term_char}, remote::xdr_Device_ReadResp, resp),
+                       remote::Device_ReadParms{lid, count, io_timeout, 0, flags, term_char},
+                       remote::xdr_Device_ReadResp, resp),
                   RPC_SUCCESS);
         return std::to_string(resp.error) + ':' + std::to_string(resp.reason) + ':' + std::string(resp.data.Kept());
     }
     std::string Ask(std::string_view text) { return Write(text) == 0 ? Read() : "not written"; }
     /// clear, remote, local, trigger.
     int Generic(rpcproc_t procedure, int flags = 0, u_int lock_timeout = 0) const {
-        return Error(procedure, remote::xdr_Device_GenericParms, remote::Device_GenericParms{lid, flags, lock_timeout, 2000});
+        return Error(procedure, remote::xdr_Device_GenericParms,
+                     remote::Device_GenericParms{lid, flags, lock_timeout, 2000});
     }
     int Lock(int flags = 0, u_int lock_timeout = 0) const {
-        return Error(remote::device_lock, remote::xdr_Device_LockParms, remote::Device_LockParms{lid, flags, lock_timeout});
+        return Error(remote::device_lock, remote::xdr_Device_LockParms,
+                     remote::Device_LockParms{lid, flags, lock_timeout});
     }
     int Unlock() const { return Error(remote::device_unlock, remote::xdr_Device_Link, remote::Device_Link{lid}); }
     int Destroy() const { return Error(remote::destroy_link, remote::xdr_Device_Link, remote::Device_Link{lid}); }
     /// The status byte, or minus the error.
     int Status(int flags = 0) const {
         remote::Device_ReadStbResp resp;
-        EXPECT_EQ(Call(remote::device_readstb, remote::xdr_Device_GenericParms, remote::Device_GenericParms{lid, flags, 0, 0},
-                       remote::xdr_Device_ReadStbResp, resp),
+        EXPECT_EQ(Call(remote::device_readstb, remote::xdr_Device_GenericParms,
+                       remote::Device_GenericParms{lid, flags, 0, 0}, remote::xdr_Device_ReadStbResp, resp),
                   RPC_SUCCESS);
         return resp.error == 0 ? resp.stb : -resp.error;
     }

@@ -12,11 +12,11 @@ using namespace remote;
 
 TEST(Vxi11_Records, FragmentsBecomeOneRecordHoweverTheyAreCut) {
     const auto mark = [](std::uint32_t value) {
-        return std::string{static_cast<char>(value >> 24), static_cast<char>(value >> 16), static_cast<char>(value >> 8),
-                           static_cast<char>(value)};
+        return std::string{static_cast<char>(value >> 24), static_cast<char>(value >> 16),
+                           static_cast<char>(value >> 8), static_cast<char>(value)};
     };
-    const std::string stream = mark(3) + "abc" + mark(0) + mark(0x80000002) + "de" + mark(0x80000000) + mark(0x80001388) +
-                               std::string(5000, 'f') + mark(0x80000001) + "g";
+    const std::string stream = mark(3) + "abc" + mark(0) + mark(0x80000002) + "de" + mark(0x80000000) +
+                               mark(0x80001388) + std::string(5000, 'f') + mark(0x80000001) + "g";
     for (const std::size_t piece : {1u, 3u, 7u, 100000u}) {
         Vxi11_Record record;
         std::vector<std::string> records;
@@ -38,8 +38,9 @@ class Vxi11 : public Vxi11_Rig {};
 
 TEST_F(Vxi11, LinksAreCreatedForInstrumentZeroAlone) {
     Vxi11_Link_Client client(Ports()[0]);
-    for (const auto& [name, error] : {std::pair("inst1", 3), std::pair("inst9x", 3), std::pair("gpib0", 1), std::pair("inst", 1),
-                                      std::pair("", 1), std::pair("Inst0", 1), std::pair("instx", 1)}) {
+    for (const auto& [name, error] :
+         {std::pair("inst1", 3), std::pair("inst9x", 3), std::pair("gpib0", 1), std::pair("inst", 1), std::pair("", 1),
+          std::pair("Inst0", 1), std::pair("instx", 1)}) {
         EXPECT_EQ(client.Create(name), error) << name;
     }
     EXPECT_EQ(Remote_Flag, 0) << "a link that isn't there takes no control";
@@ -56,7 +57,8 @@ TEST_F(Vxi11, LinksAreCreatedForInstrumentZeroAlone) {
     EXPECT_EQ(client.Write("*IDN?"), 4);
     EXPECT_EQ(client.Read(), "4:0:");
     EXPECT_EQ(client.Status(), -4);
-    for (const rpcproc_t procedure : {device_clear, device_remote, device_local}) EXPECT_EQ(client.Generic(procedure), 4);
+    for (const rpcproc_t procedure : {device_clear, device_remote, device_local})
+        EXPECT_EQ(client.Generic(procedure), 4);
     EXPECT_EQ(std::pair(client.Lock(), client.Unlock()), std::pair(4, 4));
     client.lid = 0;
     EXPECT_EQ(client.Write("*IDN?"), 4);
@@ -143,8 +145,8 @@ TEST_F(Vxi11, HostileArgumentsAreRefusedAndTheirConnectionsServed) {
     }
     ASSERT_TRUE(bare.Send(Call(device_write, Words({lid, 0, 0, vxi11_end, 1000000}) + std::string(1000000, ' '))));
     EXPECT_EQ(Reply(bare), success + "5 0") << "all of it was sent";
-    for (const std::string& arguments :
-         {Words({lid, 0, 0, vxi11_end, 1000}) + "*IDN?   ", Words({lid, 0, 0}), std::string(), Words({lid, 0, 0, 8, 5}) + "*IDN?"}) {
+    for (const std::string& arguments : {Words({lid, 0, 0, vxi11_end, 1000}) + "*IDN?   ", Words({lid, 0, 0}),
+                                         std::string(), Words({lid, 0, 0, 8, 5}) + "*IDN?"}) {
         ASSERT_TRUE(bare.Send(Call(device_write, arguments)));
         EXPECT_EQ(Reply(bare), garbage);
     }
@@ -175,7 +177,8 @@ TEST_F(Vxi11, WhatIsNoCallOfOursIsRefusedByTheLibrary) {
     EXPECT_EQ(Reply(bare), "1 1 1 2") << "credentials of another kind";
     ASSERT_TRUE(bare.Send(Record(Words({7, 0, 2, 395183, 1, 0, 1, 20, 1, 0, 0, 0, 0, 0, 0}))));
     EXPECT_EQ(Reply(bare), "1 0 0 0 0") << "a user's";
-    for (const std::string& bytes : {Record(Words({7, 1, 2})), Record(""), std::string("GET / HTTP/1.1\r\n\r\n") + std::string(0x20, 'x')}) {
+    for (const std::string& bytes :
+         {Record(Words({7, 1, 2})), Record(""), std::string("GET / HTTP/1.1\r\n\r\n") + std::string(0x20, 'x')}) {
         const Connection stranger = Bare();
         ASSERT_TRUE(stranger.Send(bytes));
         if (bytes[0] == 'G') continue;
@@ -191,7 +194,8 @@ TEST_F(Vxi11, WhatIsNoCallOfOursIsRefusedByTheLibrary) {
     EXPECT_EQ(async.Call(device_abort, xdr_Device_Link, Device_Link{link.lid}, xdr_Device_Error, aborted), RPC_SUCCESS);
     EXPECT_EQ(aborted.error, 8);
     Device_Nothing nothing;
-    EXPECT_EQ(interrupt.Call(device_intr_srq, xdr_Device_SrqParms, Device_SrqParms{}, xdr_Device_Nothing, nothing), RPC_SUCCESS);
+    EXPECT_EQ(interrupt.Call(device_intr_srq, xdr_Device_SrqParms, Device_SrqParms{}, xdr_Device_Nothing, nothing),
+              RPC_SUCCESS);
 }
 
 TEST_F(Vxi11, LocksBarOthersWithTheirAsymmetries) {
@@ -206,7 +210,8 @@ TEST_F(Vxi11, LocksBarOthersWithTheirAsymmetries) {
     EXPECT_EQ(holder.Ask("*IDN?"), "0:4:me\n");
     EXPECT_EQ(holder.Status(), 0);
     for (const Vxi11_Link_Client* link : {&holder, &other}) {
-        for (const rpcproc_t procedure : {device_clear, device_remote, device_local}) EXPECT_EQ(link->Generic(procedure), 11);
+        for (const rpcproc_t procedure : {device_clear, device_remote, device_local})
+            EXPECT_EQ(link->Generic(procedure), 11);
         EXPECT_EQ(link->Lock(), 11) << "whoever holds it";
         EXPECT_EQ(link->Lock(vxi11_wait_lock, 999), 11) << "less than a second is none";
     }
@@ -272,7 +277,8 @@ TEST_F(Vxi11, ACommandThatWaitsForASweepLeavesOthersServedAndAClearEndsIt) {
 
     writer = std::thread([&] {
         Vxi11_Link_Client leaving = Linked();
-        const std::string call = Call(device_write, Words({static_cast<std::uint32_t>(leaving.lid), 0, 0, 8, 5}) + "*OPC?\n\n\n");
+        const std::string call =
+            Call(device_write, Words({static_cast<std::uint32_t>(leaving.lid), 0, 0, 8, 5}) + "*OPC?\n\n\n");
         const Connection bare = Bare();
         bare.Send(call);
         EXPECT_TRUE(Sweep_Waited_For());
@@ -329,9 +335,11 @@ TEST_F(Vxi11, DatagramsAreServedAsWell) {
     const Connection bare(socket);
     const sockaddr_in port = Ports()[1];
     ASSERT_EQ(connect(socket, reinterpret_cast<const sockaddr*>(&port), sizeof port), 0);
-    const std::string read = Call(device_read, Words({static_cast<std::uint32_t>(first.lid), 10, 60000, 0, 0, 0})).substr(4);
+    const std::string read =
+        Call(device_read, Words({static_cast<std::uint32_t>(first.lid), 10, 60000, 0, 0, 0})).substr(4);
     for (int i = 0; i < 5; ++i) ASSERT_TRUE(bare.Send(read));
-    for (const std::string& junk : {std::string(), std::string("x"), std::string(60000, 'y'), read.substr(0, 40)}) bare.Send(junk);
+    for (const std::string& junk : {std::string(), std::string("x"), std::string(60000, 'y'), read.substr(0, 40)})
+        bare.Send(junk);
     EXPECT_EQ(second.Write("*IDN?"), 0);
     EXPECT_EQ(bare.Receive(40).substr(24), Words({0, 4, 3}) + std::string("me\n\0", 4));
     EXPECT_EQ(second.Status(), 0);
@@ -352,11 +360,17 @@ TEST_F(Vxi11, ClientsThatVanishInAnyStateLeaveNothingButTheirLinks) {
     const std::size_t threads = Entries("/proc/self/task"), descriptors = Entries("/proc/self/fd");
     for (int turn = 0; turn < 100; ++turn) {
         { const Connection mute = Bare(); }
-        { const Connection cut = Bare(); cut.Send(Call(device_write, Words({lid, 0, 0, 8, 6}) + "*IDN?\n").substr(0, 50)); }
+        {
+            const Connection cut = Bare();
+            cut.Send(Call(device_write, Words({lid, 0, 0, 8, 6}) + "*IDN?\n").substr(0, 50));
+        }
         { const Connection asking = Bare(); asking.Send(Call(device_write, Words({lid, 0, 0, 8, 6}) + "*IDN?\n  ")); }
         { const Connection reading = Bare(); reading.Send(Call(device_read, Words({lid, 10, 100000, 0, 0, 0}))); }
         { const Connection waiting = Bare(); waiting.Send(Call(device_write, Words({lid, 0, 0, 8, 6}) + "*OPC?\n  ")); }
-        { const Connection many = Bare(); for (int i = 0; i < 9; ++i) many.Send(Call(device_write, Words({lid, 0, 0, 8, 6}) + "*IDN?\n  ")); }
+        {
+            const Connection many = Bare();
+            for (int i = 0; i < 9; ++i) many.Send(Call(device_write, Words({lid, 0, 0, 8, 6}) + "*IDN?\n  "));
+        }
         { const Vxi11_Link_Client linked = Linked(); EXPECT_EQ(linked.Status(), 0 + (linked.Status() & 16)); }
     }
     EXPECT_EQ(witness.Ask("*IDN?"), "0:4:me\n");
