@@ -281,6 +281,7 @@ TEST_F(Seam, BacklightIsHeldToPercent) {
 // Keys and serial line
 
 TEST_F(Seam, TheLanCableIsPluggedUnlessItIsPulled) {
+    const Temp_Root root;
     EXPECT_TRUE(platform::Lan_Link_Up());
     for (const auto& [text, up] : {std::pair("0", false), std::pair("1\n", true), std::pair("0\n", false), std::pair("", true)}) {
         root.Write(files::lan, text);
