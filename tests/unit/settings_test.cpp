@@ -14,6 +14,7 @@
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
+#include "records/limit.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
@@ -98,6 +99,8 @@ std::vector<Record> Records_Of_Settings() {
         Of("attention_notice", attention_notice, {}, all),
         Of("ScreenActive", ScreenActive),
         Of("tracking_normalised", Sys_Data.tracking_normalised),
+        Of("Limit_Test", Limit_Test, {}, {PART(Limit_Test_Record, verdict), PART(Limit_Test_Record, swept)}),
+        Of("PassCriterion", PassCriterion),
         Of("LimitlineScreen", LimitlineScreen, {}, all),
     };
 }
