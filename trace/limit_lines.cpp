@@ -68,7 +68,11 @@ int Enter(Limit_Line& line, const Limit_Point& point) {
     node->on = point.on;
     node->frequency = point.frequency;
     node->amplitude = point.amplitude;
-    insert_node(line.first, *node, position, line.last);
+    if (line.first) {
+        insert_node(line.first, *node, position, line.last);
+    } else {
+        line.first = node;
+    }
     return static_cast<int>(position);
 }
 
@@ -164,21 +168,20 @@ Limit_Node* create_node(Limit_Line& line, std::size_t index) {
     if (free == line.pool.end() || index >= line.pixel.size()) return nullptr;
     *free = {};
     free->identity = reinterpret_cast<std::uintptr_t>(&*free);
-    free->on = 1;
     line.pixel[index] = {};
     line.pixel[index].identity = free->identity;
     return &*free;
 }
 
 int insert_node(Limit_Node*& head, Limit_Node& node, std::size_t position, Limit_Node*& last) {
+    if (!head) {
+        std::fputs("\r\n******Nothing to delete\r\n", stdout);
+        return -1;
+    }
     if (position == 0) {
         node.next = head;
         head = &node;
         return 0;
-    }
-    if (!head) {
-        std::fputs("\r\n******Nothing to delete\r\n", stdout);
-        return -1;
     }
     Limit_Node* before = head;
     for (std::size_t i = 1; i < position && before->next; ++i) before = before->next;

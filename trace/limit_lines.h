@@ -21,10 +21,10 @@ void limitline_init();
 /// Places of lines that were recalled.
 void LimitLine_Init_For_Opening();
 
-/// A node of the line's pool that is on, entered in the pixel table at the index; null when all ten are in use.
+/// A node of the line's pool, cleared, entered in the pixel table at the index; null when all ten are in use.
 Limit_Node* create_node(Limit_Line& line, std::size_t index);
 /// Links a node after the one at position - 1; position 0 makes it the head, position 9 also the last node.
-/// -1, with a console text, where the list is empty and the position is none.
+/// -1, with a console text, where the list is empty: the first node of a line is its head without it.
 int insert_node(Limit_Node*& head, Limit_Node& node, std::size_t position, Limit_Node*& last);
 /// Unlinks a node and frees it.
 void delete_pointnode(Limit_Line& line, Limit_Node& node);

@@ -96,14 +96,20 @@ TEST_F(Limit_Lines_Test, An_Empty_List_Says_So_On_The_Console) {
     Limit_Line& line = Limit_Lines[0];
     Limit_Node* const node = create_node(line, 0);
     testing::internal::CaptureStdout();
-    EXPECT_EQ(insert_node(line.first, *node, 1, line.last), -1);
+    EXPECT_EQ(insert_node(line.first, *node, 0, line.last), -1);
+    EXPECT_EQ(line.first, nullptr);
     double value = 0;
     EXPECT_EQ(search_freqaamp_ptnode(line.first, 1, value, value), -1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "\r\n******Nothing to delete\r\n***limit line:search_freqaamp_ptnode() List is empty!\r\n");
-    EXPECT_EQ(line.first, nullptr);
-    EXPECT_EQ(insert_node(line.first, *node, 0, line.last), 0);
-    EXPECT_EQ(line.first, node);
+    line.first = node;
+    for (std::size_t position : {0u, 2u}) {
+        Limit_Node* const other = create_node(line, position);
+        EXPECT_EQ(other->on, 0u);
+        EXPECT_EQ(insert_node(line.first, *other, position, line.last), 0);
+        EXPECT_EQ(Point_Of(line, position), other);
+    }
+    EXPECT_EQ(Point_Of(line, 1), node);
 }
 
 TEST_F(Limit_Lines_Test, The_Newest_Entry_Sinks_To_Its_Place) {

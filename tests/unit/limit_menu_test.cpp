@@ -144,6 +144,8 @@ TEST_F(Limit_Menu, TheTestIsSetUpByKeys) {
     EXPECT_EQ(Limit_Test.on, 1);
     EXPECT_EQ(Errors("LIM8:DEL"), None());
     EXPECT_EQ(Limit_Test.on, 0) << "the last line has gone";
+    Press({key_system, soft(6), soft(0)});
+    EXPECT_EQ(Ask("SYST:ALAR:STAT?"), "1") << "the same beeper";
 }
 
 TEST_F(Limit_Menu, TheTableStandsWithTheEditorAndNoLonger) {
