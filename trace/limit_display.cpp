@@ -29,6 +29,7 @@ struct Extent {
 using Columns = std::array<Extent, trace_points>;
 using All_Columns = std::array<Columns, limit_lines>;
 All_Columns drawn;
+std::array<bool, limit_lines> line_drawn{};
 std::array<Colour, limit_lines> drawn_colours;
 
 /// A point of the line that is being edited.
@@ -48,9 +49,15 @@ FT_Face rendered_with = nullptr;
 int drawn_verdict = verdict_none;
 Rect drawn_plate;
 
+/// Another screen stands in the graticule's place; what was drawn there has been cleared with it.
+bool Covered() {
+    const std::int32_t mode = FunctionMode_Flag;
+    return System_information || mode == mode_file_view || mode == mode_recall_view || mode == mode_power_meter;
+}
+
 bool Visible() {
     const bool open = fbOsd0.memory && fbOsd0.bits == 16;
-    return open && !System_information && Spectrum_Mode() && ScreenActive == Half_Of_Keys();
+    return open && !Covered() && Spectrum_Mode() && ScreenActive == Half_Of_Keys();
 }
 
 void Put(int x, int y, std::uint16_t pixel) {
@@ -87,9 +94,10 @@ void Add_Segment(Columns& columns, const Limit_Pixel& left, const Limit_Pixel& r
     }
 }
 
+bool To_Draw(const Limit_Line& line) { return line.shown && line.pixel[0].column != no_place; }
+
 void Collect_Line(const Limit_Line& line, Columns& columns) {
     columns.fill({});
-    if (!line.shown || line.pixel[0].column == no_place) return;
     const std::size_t last = Last_Entry(line);
     Add_Rows(columns, line.pixel[0].column, line.pixel[0].row, line.pixel[0].row);
     for (std::size_t i = 0; i < last; ++i) Add_Segment(columns, line.pixel[i], line.pixel[i + 1]);
@@ -133,7 +141,9 @@ void Draw_Marks() {
 constexpr Rect whole_screen{0, 0, static_cast<int>(screen_width), static_cast<int>(screen_height)};
 
 void Erase_Lines() {
-    for (const Columns& columns : drawn) Draw_Columns(columns, 0, whole_screen);
+    for (std::size_t line = 0; line < limit_lines; ++line) {
+        if (line_drawn[line]) Draw_Columns(drawn[line], 0, whole_screen);
+    }
     for (std::size_t i = 0; i < drawn_mark_count; ++i) display::Clear(fbOsd0, Area_Of(drawn_marks[i]));
     if (drawn_verdict != verdict_none) display::Clear(fbOsd0, drawn_plate);
 }
@@ -180,6 +190,11 @@ void Render(std::string_view word, Word_Mask& mask) {
     }
 }
 
+bool Anything_Stands() {
+    const bool any_line = std::ranges::find(line_drawn, true) != line_drawn.end();
+    return any_line || drawn_mark_count > 0 || drawn_verdict != verdict_none;
+}
+
 }  // namespace
 
 void Render_Verdict_Words() {
@@ -192,15 +207,12 @@ void Render_Verdict_Words() {
 }
 
 void Draw_Limit_Lines() {
-    if (ScreenActive != Half_Of_Keys() || !fbOsd0.memory || fbOsd0.bits != 16) return;
+    if (ScreenActive != Half_Of_Keys()) return;
     const bool visible = Visible();
-    if (visible) Erase_Lines();  // else another screen stands there
+    if (!Covered()) Erase_Lines();
     for (std::size_t line = 0; line < limit_lines; ++line) {
-        if (visible) {
-            Collect_Line(Limit_Lines[line], drawn[line]);
-        } else {
-            drawn[line].fill({});
-        }
+        line_drawn[line] = visible && To_Draw(Limit_Lines[line]);
+        if (line_drawn[line]) Collect_Line(Limit_Lines[line], drawn[line]);
         drawn_colours[line] = Colour_Of(line);
     }
     drawn_mark_count = 0;
@@ -214,8 +226,9 @@ void Draw_Limit_Lines() {
 }
 
 void Show_Limit_Lines() {
+    const bool stood = Anything_Stands();
     Draw_Limit_Lines();
-    if (!Visible()) return;
+    if (!Visible() || !(stood || Anything_Stands() || Global_Table & table_limit)) return;
     Draw_Hold_Level();
     Redraw_Symbols();
     Show_Markers();
@@ -226,7 +239,9 @@ void Show_Verdict() {
 }
 
 void Restore_Limit_Lines(Rect area) {
-    for (std::size_t line = 0; line < limit_lines; ++line) Draw_Columns(drawn[line], Pixel(drawn_colours[line]), area);
+    for (std::size_t line = 0; line < limit_lines; ++line) {
+        if (line_drawn[line]) Draw_Columns(drawn[line], Pixel(drawn_colours[line]), area);
+    }
     for (std::size_t i = 0; i < drawn_mark_count; ++i) {
         if (Overlap(Area_Of(drawn_marks[i]), area)) Draw_Marks();
     }

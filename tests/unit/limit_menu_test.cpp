@@ -262,6 +262,9 @@ TEST_F(Limit_Menu, BadInputIsAnsweredAndLeavesTheLine) {
     }
     root.Write("/mnt/nand/cut.lim", "kva720\r\n2,1,1,2");
     EXPECT_EQ(Errors("MMEM:LOAD:LIM 2,'cut'"), (std::vector{-230}));
+    std::filesystem::create_directories(platform::Rooted("/mnt/usb/STICK/masks"));
+    EXPECT_EQ(Errors("MMEM:STOR:LIM 2,'usb:masks/x.LIM'"), None());
+    EXPECT_TRUE(root.Read("/mnt/usb/STICK/masks/x.LIM").starts_with("kva720\r\n2,200000000,"));
     EXPECT_EQ(Errors("CALC:LIM:FAIL?"), (std::vector{-221})) << "the test is off";
     EXPECT_EQ(Errors("CALC:LIM:STAT ON;FAIL?"), (std::vector{-230})) << "nothing was swept";
     EXPECT_EQ(Ask("CALC:LIM2:DATA?"), points);

@@ -4,6 +4,9 @@
 
 #include "board_rig.h"
 #include "files/limit_file.h"
+#include "keys/key_codes.h"
+#include "keys/pages.h"
+#include "panel.h"
 #include "platform/beeper.h"
 #include "records/limit.h"
 #include "records/sweep.h"
@@ -70,10 +73,29 @@ TEST_F(Limit_Sweeps, TheVerdictIsThatOfTheLevels) {
     EXPECT_EQ(failed, 7) << "one of the masks lies above all carriers";
 }
 
-TEST_F(Limit_Sweeps, AMaskFromAFileAndOneSentJudgeAlike) {
+/// Types three points into line 3.
+void Type_Mask() {
+    constexpr auto soft = [](int key) { return key_soft_first + key; };
+    constexpr int edit_line = 5, line = 0, level = 3, add_point = 4, megahertz = 1, first_unit = 0;
+    keylink = &FreqLink[0];
+    Press({key_limit_line, soft(edit_line), soft(line)});
+    Type("3");
+    Press({soft(first_unit)});
+    for (const auto& [frequency, text] : {std::pair{"320", "-25"}, {"20", "-5"}, {"700", "-15"}}) {
+        Press({soft(add_point)});
+        Type(frequency);
+        Press({soft(megahertz), soft(level)});
+        Type(text);
+        Press({soft(first_unit)});
+    }
+    Press({key_frequency});
+}
+
+TEST_F(Limit_Sweeps, MasksTypedSentAndFromAFileJudgeAlike) {
+    Type_Mask();
     Ask("CALC:LIM1:DATA 20 MHZ,-5,320 MHZ,-25,700 MHZ,-15;:MMEM:STOR:LIM 1,'mask';:MMEM:LOAD:LIM 7,'mask'");
     Limit_Rows rows{};
-    for (const char* line : {"1", "7"}) {
+    for (const char* line : {"1", "3", "7"}) {
         Ask(std::string("CALC:LIM:HIGH ") + line + ";STAT ON");
         EXPECT_EQ(Fails(), "1") << "the sweep that stands is judged at once";
         if (*line == '1') rows = PassFail_HighYPixel;
