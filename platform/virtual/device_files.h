@@ -19,6 +19,7 @@ constexpr const char* lan = "/dev/lan";  ///< the LAN cable: "1" plugged, also w
 constexpr const char* keypad = "/dev/keypad";
 constexpr const char* power_key = "/dev/killsys";
 constexpr const char* backlight = "/dev/backlight";  ///< one byte, percent
+constexpr const char* beeper = "/dev/beeper";        ///< how many tones it has sounded, 32 bits
 constexpr const char* serial = "/dev/tts/2";
 constexpr const char* serial_user = "/dev/serial";  ///< the cable's other end, for a PC's program
 constexpr const char* gpib = "/dev/gpib";
