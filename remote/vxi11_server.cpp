@@ -1,18 +1,31 @@
 #include "remote/vxi11_server.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <span>
 
 #include <unistd.h>
 
 #include "platform/stop.h"
+#include "remote/sinks.h"
 #include "remote/tcp_listener.h"
 
 namespace remote {
 namespace {
 
 constexpr int clock_look_ms = 100;
+
+/// Outlives the server, since other threads ask it at any time whether a client that waits lives.
+class Vxi11_Sink : public Sink {
+public:
+    void Answer(int, std::string_view answer) override { device->Put_Answer(answer); }
+    bool Lives(int) override { return !asker_gone.load(); }
+
+    Vxi11_Device* device = nullptr;       ///< of the thread that feeds the parser
+    std::atomic<bool> asker_gone{false};  ///< whoever sent the message in hand
+};
+Vxi11_Sink sink;
 
 // Procedures
 
@@ -114,7 +127,8 @@ Vxi11_Server::Vxi11_Server(int listener, int datagrams)
     svc_register(datagrams_.Handle(), DEVICE_ASYNC, DEVICE_ASYNC_VERSION, device_async_1, no_mapper);
     svc_register(datagrams_.Handle(), DEVICE_CORE, DEVICE_CORE_VERSION, device_core_1, no_mapper);
     svc_register(datagrams_.Handle(), DEVICE_INTR, DEVICE_INTR_VERSION, device_intr_1, no_mapper);
-    Set_Sink(interface_vxi11, this);
+    sink.device = &device_;
+    Set_Sink(interface_vxi11, &sink);
 }
 
 Vxi11_Server::~Vxi11_Server() {
@@ -180,7 +194,7 @@ void Vxi11_Server::Serve(Client& client, int events) {
     } else if (events || client.Has_Input()) {
         Receive(client);
     }
-    if (client.gone && client.call.in_hand) asker_gone_.store(true);
+    if (client.gone && client.call.in_hand) sink.asker_gone.store(true);
 }
 
 void Vxi11_Server::Receive(Client& client) {
@@ -276,11 +290,7 @@ void Vxi11_Server::Execute(void* server, int lid, std::string_view message) {
     if (self.message_.length > 0 && !self.message_.refused) SCPI_Finish(scpi_context, client, self.message_);
     self.message_.length = 0;
     self.message_.refused = false;
-    self.asker_gone_.store(false);
+    sink.asker_gone.store(false);
 }
-
-void Vxi11_Server::Answer(int, std::string_view answer) { device_.Put_Answer(answer); }
-
-bool Vxi11_Server::Lives(int) { return !asker_gone_.load(); }
 
 }  // namespace remote

@@ -1,13 +1,11 @@
 #pragma once
 #include <array>
-#include <atomic>
 #include <memory>
 #include <string_view>
 #include <variant>
 #include <vector>
 
 #include "remote/listener.h"
-#include "remote/sinks.h"
 #include "remote/vxi11_device.h"
 #include "remote/vxi11_transport.h"
 #include "remote/waiting.h"
@@ -39,7 +37,7 @@ struct Vxi11_Procedure {
 
 /// The service loop. The RPC library takes calls apart and finds their procedures; a call that has to wait is set
 /// aside, so that those which end its wait are served. One thread has all of it.
-class Vxi11_Server : public Sink, public Waiting_Service {
+class Vxi11_Server : public Waiting_Service {
 public:
     static constexpr std::size_t most_connections = 100, most_datagram_calls = 16;
 
@@ -54,8 +52,6 @@ public:
     /// A call that the library has taken apart; it is tried after those that wait already.
     void Take(const Vxi11_Procedure& procedure, SVCXPRT* handle);
 
-    void Answer(int client, std::string_view answer) override;
-    bool Lives(int client) override;
     bool Serve_While_Waiting() override;
 
 private:
@@ -85,7 +81,6 @@ private:
     std::vector<std::unique_ptr<Client>> clients_;
     std::vector<Vxi11_Call*> calls_;  ///< those that wait, in the order in which they came
     Pending_Input message_;           ///< of the message in hand
-    std::atomic<bool> asker_gone_{false};  ///< whoever sent the message in hand
     bool crowd_told_ = false;
 };
 
