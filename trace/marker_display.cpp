@@ -14,11 +14,14 @@
 #include "keys/numeric_entry.h"
 #include "keys/words.h"
 #include "palette.h"
+#include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
 #include "records/sys.h"
+#include "trace/level_lines.h"
 #include "trace/markers.h"
 #include "trace/peak_search.h"
+#include "trace/plot.h"
 #include "trace/split.h"
 
 namespace {
@@ -36,13 +39,7 @@ Value At(const Per_Marker<Value>& field, int marker) {
     return field[static_cast<std::size_t>(marker)][static_cast<std::size_t>(ScreenActive)];
 }
 
-/// Files, lists and the power meter have the screen to themselves.
-bool Visible() {
-    const std::int32_t mode = FunctionMode_Flag;
-    const bool covered = System_information || mode == mode_file_view || mode == mode_recall_view ||
-                         mode == mode_power_meter;
-    return !covered && fbOsd0.memory && fbOsd0.bits == 16;
-}
+bool Visible() { return Graticule_Shown() && fbOsd0.memory && fbOsd0.bits == 16; }
 
 bool Open_Table(std::int32_t table) { return (Global_Table & table) != 0; }
 
@@ -156,12 +153,13 @@ void Draw_Symbol(const Symbol& symbol) {
     }
 }
 
-/// Clears the pixels that the symbol covers and no others.
+/// Clears the pixels that the symbol covers and no others; lines that it stood on come back.
 void Erase_Symbol(const Symbol& symbol) {
     if (symbol.kind == Kind::none) return;
     for (int row = 0; row < symbol_height; ++row) {
         const Run run = Run_Of(symbol, row);
         for (int column = run.first; column <= run.last; ++column) Put_16(symbol.x + column, symbol.y + row, 0);
+        Mend_Level_Lines({symbol.x + run.first, symbol.y + row, run.last - run.first + 1, 1});
     }
 }
 
@@ -450,7 +448,7 @@ void Show_Tables(bool afresh) {
 }  // namespace
 
 void Show_Markers() {
-    if (ScreenActive != Half_Of_Keys()) return;
+    if (ScreenActive != Half_Of_Keys() || !Display_Data.active) return;
     Follow_Axis();
     Show_Symbols(false);
     Show_Readout(false);
@@ -463,6 +461,12 @@ void Redraw_Markers() {
     Show_Tables(true);
     Show_Symbols(true);
     Show_Readout(true);
+}
+
+void Redraw_Symbols() {
+    const Half_In_Hand in_hand(Half_Of_Keys());
+    Follow_Axis();
+    Show_Symbols(true);
 }
 
 void display_blocktwo_mk() { Show_Readout(false); }

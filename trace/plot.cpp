@@ -8,10 +8,12 @@
 #include "palette.h"
 #include "records/display.h"
 #include "records/freqs.h"
-#include "trace/marker_display.h"
+#include "records/function.h"
+#include "records/sys.h"
 #include "records/trigger.h"
+#include "trace/level_lines.h"
+#include "trace/marker_display.h"
 #include "trace/scale.h"
-#include "trace/hold_level.h"
 #include "trace/scale_figures.h"
 #include "trace/split.h"
 
@@ -123,7 +125,7 @@ void Draw_Column(Trace_Record& record, int point) {
     }
 }
 
-bool Drawable() { return fbVid0.memory && fbVid0.bits == 24; }
+bool Drawable() { return Display_Data.active && fbVid0.memory && fbVid0.bits == 24; }
 
 void Draw_Half() {
     Draw_Grid();
@@ -137,6 +139,11 @@ void Draw_Half() {
 
 }  // namespace
 
+bool Graticule_Shown() {
+    const std::int32_t mode = FunctionMode_Flag;
+    return !System_information && mode != mode_file_view && mode != mode_recall_view && mode != mode_power_meter;
+}
+
 void Ext_Frame() {
     if (!Drawable()) return;
     if (Display_Data.split == split_none) {
@@ -147,7 +154,7 @@ void Ext_Frame() {
             Draw_Half();
         }
     }
-    Draw_Hold_Level();
+    Draw_Level_Lines();
 }
 
 void Trace_plot_line(Trace_Record& record, int point, int count) {

@@ -35,6 +35,7 @@
 #include "tests/screens/reference.h"
 #include "tests/unit/records_fixture.h"
 #include "trace/acquisition.h"
+#include "trace/display_line.h"
 #include "trace/markers.h"
 #include "trace/peak_search.h"
 #include "trace/plot.h"
@@ -269,6 +270,15 @@ TEST_F(Screens, MarkersStandOverTheTracesAndLeaveNothingBehind) {
     for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 995e6 + marker * 0.2e6);
     for (int marker = 0; marker < markers; ++marker) Set_Marker_State(marker, false);
     EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), bare), 0);
+}
+
+TEST_F(Screens, DisplayLine) {
+    Draw_Comb();
+    keylink = &FreqLink[0];
+    Set_Display_Line(2, -24.5);
+    Set_Marker_Place(0, 990.8e6);
+    for (const std::int32_t code : {key_display + 0, 34}) Keypad_Exe(code);
+    Expect_Screen("display_line");
 }
 
 TEST_F(Screens, MarkerTable) {
