@@ -19,6 +19,7 @@
 #include "system/system.h"
 #include "tests/screens/reference.h"
 #include "tests/unit/records_fixture.h"
+#include "trace/display_line.h"
 #include "trace/limit_lines.h"
 #include "trace/peak_search.h"
 #include "trace/plot.h"
@@ -252,6 +253,15 @@ TEST_F(Screens, MarkersStandOverTheTracesAndLeaveNothingBehind) {
     for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 995e6 + marker * 0.2e6);
     for (int marker = 0; marker < markers; ++marker) Set_Marker_State(marker, false);
     EXPECT_EQ(Differing_Pixels(Composed(), bare), 0);
+}
+
+TEST_F(Screens, DisplayLine) {
+    Draw_Comb();
+    keylink = &FreqLink[0];
+    Set_Display_Line(2, -24.5);
+    Set_Marker_Place(0, 990.8e6);
+    for (const std::int32_t code : {key_display + 0, 34}) Keypad_Exe(code);
+    Expect_Screen("display_line");
 }
 
 TEST_F(Screens, MarkerTable) {
