@@ -26,6 +26,7 @@
 #include "sweep/bandwidth.h"
 #include "sweep/frequency.h"
 #include "sweep/trigger.h"
+#include "trace/single_sweep.h"
 #include "trace/trigger_wait.h"
 
 namespace {
@@ -180,6 +181,8 @@ TEST_F(Transfer, TheModeDecidesWhatIsSent) {
     core->Take();
     Set_Trigger_Source(trigger_by_none);
     EXPECT_EQ(core->Take().back()[0], code_demodulator);
+    Start_Single_Sweep();
+    EXPECT_EQ(core->Take().back()[0], code_demodulator) << "and when one is asked for";
     Fill_Records();
     FunctionMode_Flag = mode_r_phi;
     RecordData_IQ.running = 1;
