@@ -243,7 +243,8 @@ int Set_EMI_Filter(bool on) {
     if (on == (BW_Data.emi != 0)) return 0;
     BW_Data.emi = on ? 1 : 0;
     const int active = ScreenActive;
-    for (ScreenActive = 0; ScreenActive < screens; ++ScreenActive) {
+    for (const int half : {active, 1 - active}) {
+        ScreenActive = half;
         BW_Data.rbw_mode[Screen()] = BW_Data.vbw_mode[Screen()] = 0;
         Rbw() = Nearest(Rbw_Entries(), Int_RBW_Transfer, RBW_3dB_Width(Rbw()));
         for (auto& choice : Trace_Data[Screen()].detector_choice) {

@@ -137,7 +137,8 @@ constexpr auto rows = std::to_array<Page_Row>({
      nullptr, fVideoBase, Video_Face, nullptr, Video_Greyed},
     {enGateSetupBig,
      {Key(enGatedSweep, Toggle_Gate), Key(enGateDelay, Set_And_Show<Set_Gate_Delay, Trigger_Entry::gate_delay>),
-      Key(enGateLength, Set_And_Show<Set_Gate_Length, Trigger_Entry::gate_length>), Key(enExtSlope, Toggle_Input_Slope), none, none,
+      Key(enGateLength, Set_And_Show<Set_Gate_Length, Trigger_Entry::gate_length>),
+      Key(enExtSlope, Toggle_Input_Slope), none, none,
       Return(SweepLink[0])},
      nullptr, fGateBase, Gate_Face, nullptr, Gate_Page_Greyed},
 });

@@ -242,7 +242,7 @@ protected:
         }
         const std::size_t other = 1 - Screen();
         if (!of_both) {
-            EXPECT_EQ(Of_Screen(before, other), Of_Screen(Settings::Present(), other)) << "the other screen: " << told.str();
+            EXPECT_EQ(Of_Screen(before, other), Of_Screen(Settings::Present(), other)) << "other screen: " << told.str();
         }
         Expect_One_Message(before, refused, sent);
     }
