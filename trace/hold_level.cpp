@@ -12,6 +12,7 @@
 #include "records/amp.h"
 #include "records/freqs.h"
 #include "records/trace.h"
+#include "trace/limit_display.h"
 #include "trace/scale.h"
 
 namespace {
@@ -36,6 +37,7 @@ void Erase_Line() {
     if (drawn_row == no_row) return;
     const int left = ScreenInf.line_left, width = ScreenInf.line_right - left + 1;
     display::Clear(fbOsd0, {left, drawn_row, width, 1});
+    Restore_Limit_Lines({left, drawn_row, width, 1});
     drawn_row = no_row;
 }
 

@@ -12,6 +12,7 @@
 #include "records/trigger.h"
 #include "trace/scale.h"
 #include "trace/hold_level.h"
+#include "trace/limit_display.h"
 #include "trace/scale_figures.h"
 #include "trace/split.h"
 
@@ -139,6 +140,7 @@ void Draw_Half() {
 
 void Ext_Frame() {
     if (!Drawable()) return;
+    Draw_Limit_Lines();
     if (Display_Data.split == split_none) {
         Draw_Half();
     } else {

@@ -19,6 +19,8 @@
 #include "system/system.h"
 #include "tests/screens/reference.h"
 #include "tests/unit/records_fixture.h"
+#include "trace/limit_lines.h"
+#include "trace/peak_search.h"
 #include "trace/plot.h"
 #include "trace/trace_settings.h"
 #include "virtual_board/devices.h"
@@ -272,6 +274,42 @@ TEST_F(Screens, PeakTable) {
     Set_Peak_Table(true);
     Search_Peak(0, Peak_Step::highest);
     Expect_Screen("peak_table");
+}
+
+/// High and low line with both verdicts, on both scales, under markers; then the editor, and nothing left behind.
+TEST_F(Screens, LimitLines) {
+    Draw_Comb();
+    Keypad_Exe(key_limit_line);
+    const screen_tests::Screen bare = screen_tests::Composed();
+    Set_Limit_Points(0, std::vector<Limit_Point>{{992e6, -5}, {1000e6, -20}, {1000e6, -40}, {1030e6, -70}});
+    Set_Limit_Points(3, std::vector<Limit_Point>{{970e6, -95}, {1005e6, -95}});
+    Set_Limit_Points(7, std::vector<Limit_Point>{{991e6, -50}, {997e6, -50}});
+    Choose_Limit_Lines(0, 3);
+    Set_Limit_Test(true);
+    Limits_End_Of_Sweep();
+    Redraw_Keys();
+    Expect_Screen("limit_fail");
+    Choose_Limit_Lines(no_limit_line, 3);
+    Set_Marker_Place(0, 999e6);
+    Set_Marker_Place(0, 1003.5e6);
+    Expect_Screen("limit_pass");
+    Set_Linear_Scale(true);
+    Choose_Limit_Lines(0, no_limit_line);
+    Limits_End_Of_Sweep();
+    Expect_Screen("limit_linear");
+    Set_Linear_Scale(false);
+    for (const std::int32_t code : {37, 33, key_up + 0, 35}) Keypad_Exe(code);
+    Expect_Screen("limit_editor");
+    Keypad_Exe(37);
+    Expect_Screen("limit_editor_second");
+    for (const std::int32_t code : {38, 38, 32, 35, 35}) Keypad_Exe(code);
+    Expect_Screen("limit_make");
+    for (const std::int32_t code : {38, 35, 33}) Keypad_Exe(code);
+    Expect_Screen("limit_files");
+    limitline_init();
+    Marker_All_Off();
+    Keypad_Exe(key_limit_line);
+    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), bare), 0);
 }
 
 /// A carrier over noise as stored levels, drawn by the rows of the scale in force.

@@ -49,7 +49,7 @@ FLEETING = {
     (3, 32): "automatic setting",
 }
 # Pages that the families are known to have at least, by hard key.
-LEAST_PAGES = {0: 2, 1: 2, 2: 6, 3: 1, 4: 1, 5: 1, 6: 1, 7: 2, 8: 3, 9: 1, 10: 1, 11: 5, 13: 1, 14: 1, 15: 1, 16: 1,
+LEAST_PAGES = {0: 2, 1: 2, 2: 6, 3: 1, 4: 1, 5: 1, 6: 1, 7: 2, 8: 3, 9: 1, 10: 8, 11: 5, 13: 1, 14: 1, 15: 1, 16: 1,
                17: 1, 18: 1, 19: 1, 20: 1, 21: 17}
 
 # The column of soft keys: its place, and rows and columns of a key.

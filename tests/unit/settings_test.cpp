@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "files/state.h"
+#include "records/limit.h"
 #include "records_fixture.h"
 
 namespace {
@@ -131,6 +132,8 @@ std::vector<Record> Records_Of_Settings() {
         Of("attention_notice", attention_notice, {}, {attention_notice}),
         Of("ScreenActive", ScreenActive),
         Of("tracking_normalised", Sys_Data.tracking_normalised),
+        Of("Limit_Test", Limit_Test, {}, {Limit_Test.verdict, Limit_Test.swept}),
+        Of("PassCriterion", PassCriterion),
         Of("LimitlineScreen", LimitlineScreen, {}, {LimitlineScreen}),
     };
 }

@@ -117,6 +117,7 @@ TEST_F(Trace_Sweeps, ThePathOfAPointAllocatesNothing) {
     ASSERT_TRUE(fbVid0.memory);
     Record().mode = {trace_clear_write, trace_max_hold, trace_min_hold, trace_clear_write};
     Ask(":AVER:TYPE POW;STAT ON;:CALC:MATH:PDIF TRACE2,TRACE3");
+    Ask(":CALC:LIM1:DATA 400 MHZ,10,600 MHZ,10;:CALC:LIM:HIGH 1;STAT ON");
     Trace_Second_Flag = 1;
     Run_Until(Record(), 3);
     platform::Request_Stop();  // the pause at the end of each call returns at once
