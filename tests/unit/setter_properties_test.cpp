@@ -19,22 +19,13 @@ struct Mode {
     std::int32_t mode, table;
 };
 constexpr Mode modes[] = {
-    {"spectrum", mode_spectrum, 0},
-    {"spectrum", mode_spectrum, 0},
-    {"spectrum and list", mode_spectrum_list, 0},
-    {"table 16", mode_spectrum, 16},
-    {"jitter", mode_spectrum, table_jitter},
-    {"beats", mode_spectrum, table_ctb},
-    {"occupied bandwidth", mode_spectrum, table_occupied_bandwidth},
-    {"ACPR", mode_spectrum, table_acpr},
+    {"spectrum", mode_spectrum, 0}, {"spectrum", mode_spectrum, 0}, {"spectrum and list", mode_spectrum_list, 0},
+    {"table 16", mode_spectrum, 16}, {"jitter", mode_spectrum, table_jitter}, {"beats", mode_spectrum, table_ctb},
+    {"occupied bandwidth", mode_spectrum, table_occupied_bandwidth}, {"ACPR", mode_spectrum, table_acpr},
     {"one frequency", mode_spectrum, table_single_frequency},
-    {"emission mask", mode_emission_mask, table_emission_mask},
-    {"AM and FM", mode_am_fm, 0},
-    {"AM and FM, list", mode_am_fm_list, 0},
-    {"ASK", mode_ask, 0},
-    {"FSK", mode_fsk, 0},
-    {"I and Q", mode_iq, 0},
-    {"R and phi", mode_r_phi, 0},
+    {"emission mask", mode_emission_mask, table_emission_mask}, {"AM and FM", mode_am_fm, 0},
+    {"AM and FM, list", mode_am_fm_list, 0}, {"ASK", mode_ask, 0}, {"FSK", mode_fsk, 0}, {"I and Q", mode_iq, 0},
+    {"R and phi", mode_r_phi, 0}
 };
 
 struct Setter {
@@ -42,10 +33,8 @@ struct Setter {
     int (*set)(int source, double value);
 };
 constexpr Setter setters[] = {
-    {"center", Set_Cent},       {"center", Set_Cent},
-    {"span", Set_Span},         {"span", Set_Span},
-    {"start", Set_Start_Freq},  {"stop", Set_Stop_Freq},
-    {"step", Set_Step_Freq},    {"offset", Set_Offset_Freq},
+    {"center", Set_Cent},       {"center", Set_Cent}, {"span", Set_Span},         {"span", Set_Span},
+    {"start", Set_Start_Freq},  {"stop", Set_Stop_Freq}, {"step", Set_Step_Freq},    {"offset", Set_Offset_Freq},
     {"reference", Set_Reflevel}, {"attenuation", Set_Attenuation},
     {"reference offset", Set_ReflevelOffset}, {"75 ohm correction", Set_InputZcal},
     {"RBW", Set_BW_RBW}, {"VBW", Set_BW_VBW}, {"VBW/RBW", Set_BW_Ratio}, {"sweep time", Set_Sweep_Time},
@@ -238,11 +227,11 @@ protected:
         } else {
             EXPECT_LE(messages, 1) << told.str();
         }
-        if (messages > 0) Expect_Code_Of_Mode(link->Last(0));
+        if (messages > 0) Expect_Code_Of_Mode(static_cast<int>(link->Last(0)));
     }
 
     /// A sweep goes out as the mode's own kind of message.
-    static void Expect_Code_Of_Mode(double code) {
+    static void Expect_Code_Of_Mode(int code) {
         if (code == platform::code_trigger || code == platform::code_gate) return;
         const bool recorded = FunctionMode_Flag == mode_iq || FunctionMode_Flag == mode_r_phi;
         const int expected = recorded                                  ? platform::code_record
