@@ -76,7 +76,7 @@ void Line_Text(int line, std::span<char> text) {
     if (line == no_limit_line) {
         std::snprintf(text.data(), text.size(), "None");
     } else {
-        std::snprintf(text.data(), text.size(), "Line %d", line + 1);
+        std::snprintf(text.data(), text.size(), "%d", line + 1);
     }
 }
 
