@@ -118,7 +118,7 @@ TEST_F(Limit_Menu, TheTestIsSetUpByKeys) {
     Press({soft(0)});
     EXPECT_EQ(Limit_Test.on, 0);
     Press({soft(1)});
-    EXPECT_EQ(Value(1), "None");
+    EXPECT_EQ(Value(1), "---");
     Press({soft(1)});
     EXPECT_EQ(Value(1), "1");
     Type("8");
