@@ -4,6 +4,8 @@
 #include "powermeter/powermeter.h"
 #include "records/function.h"
 #include "records/sys.h"
+#include "trace/level_lines.h"
+#include "trace/marker_display.h"
 
 void Enter_Information_Screen() {
     if (System_information) return;
@@ -11,6 +13,8 @@ void Enter_Information_Screen() {
     FunctionMode_Flag_For_File = FunctionMode_Flag;
     Global_Table_Flag_For_File = Global_Table;
     FunctionMode_Flag = mode_file_view;
+    Draw_Level_Lines();
+    Redraw_Symbols();
 }
 
 void Leave_Information_Screen() {
