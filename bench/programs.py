@@ -65,6 +65,23 @@ def key_to_pixel(instrument, presses=200):
     return sorted(times), sorted(questions)
 
 
+def tune_and_transfer(port, rounds=50):
+    """Medians in ms: a sweep awaited alone, and a new centre frequency, its whole sweep and its trace; sweep time in ms."""
+    with socket.create_connection(("127.0.0.1", port)) as client, client.makefile("rb") as answers:
+        def took(message):
+            begin = time.perf_counter()
+            client.sendall(message.encode() + b"\n")
+            answer = answers.readline()
+            return 1e3 * (time.perf_counter() - begin), answer
+
+        sweep_time = 1e3 * float(took("INIT:CONT ON;:FREQ:CENT 100MHZ;SPAN 10MHZ;:SWE:TIME?")[1])
+        took("*OPC?")
+        alone = statistics.median(took("*OPC?")[0] for _ in range(rounds))
+        tuned = statistics.median(took(f"FREQ:CENT {100 + turn}MHZ;*OPC?;:TRAC? TRAC1")[0] for turn in range(rounds))
+        took("FREQ:SPAN:FULL;*OPC?")
+    return sweep_time, alone, tuned
+
+
 def watch(viewer, seconds):
     viewer.say(bytes([0x8A, 0x80, 0, 0, 0, 0]))  # a pong, so that nobody takes the viewer for lost
     return viewer.watch(seconds)
@@ -106,6 +123,8 @@ def measure(build, fast):
               f"a question over the same socket {statistics.median(questions):.2f} ms", flush=True)
         row("resident", {name: resident_mb(pid) for name, pid in running.items()}, "MB")
         port = int(instrument.scpi.rpartition(":")[2])
+        sweep_time, alone, tuned = tune_and_transfer(port)
+        print(f"  tune and transfer of 601 points: {tuned:.1f} ms; sweep awaited {alone:.1f} ms; sweep time {sweep_time:.1f} ms")
         for state, message in (("sweeping", "INIT:CONT ON"), ("sweeps at rest", "INIT:CONT OFF")):
             with socket.create_connection(("127.0.0.1", port)) as client:
                 client.sendall(f"{message};*OPC?\n".encode())

@@ -17,10 +17,12 @@
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
+#include "records/limit.h"
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "records/trace.h"
 #include "records/trigger.h"
+#include "trace/limit_lines.h"
 #include "trace/markers.h"
 #include "trace/split.h"
 #include "trace/trace_settings.h"
@@ -29,6 +31,13 @@ namespace {
 
 constexpr std::string_view heading = "KVA720 state 1\n", ending = "end\n";
 constexpr std::size_t largest_state = 1u << 16;
+
+/// A limit line with all places for points, those behind the count empty.
+struct Kept_Limit_Line {
+    std::int32_t shown = 1, points = 0;
+    std::array<double, limit_points> frequency{}, level{};
+    std::array<std::int32_t, limit_points> used{};
+};
 
 /// The settings of a state file, copied out of the records and back into them as a whole.
 struct State {
@@ -59,7 +68,40 @@ struct State {
     std::array<std::int32_t, 2> marker_tables{};  ///< of markers, of peaks
     std::array<std::int32_t, 3> peak_switches{};  ///< threshold, order by level, tracking
     std::array<float, 1> peak_excursion{}, peak_threshold{};
+    Limit_Test_Record limit;
+    std::int32_t pass_criterion = 0;
+    std::array<Kept_Limit_Line, limit_lines> limit_line{};
 };
+
+Kept_Limit_Line Take_Limit_Line(const Limit_Line& line) {
+    Kept_Limit_Line kept;
+    kept.shown = line.shown;
+    for (const Limit_Node* node = line.first; node; node = node->next) {
+        const auto i = static_cast<std::size_t>(kept.points++);
+        kept.frequency[i] = node->frequency;
+        kept.level[i] = node->amplitude;
+        kept.used[i] = node->on & 1;
+    }
+    return kept;
+}
+
+void Put_Limits(const State& state) {
+    Limit_Test = state.limit;
+    Limit_Test.on = 0;
+    Limit_Test.verdict = verdict_none;
+    Limit_Test.swept = 0;
+    PassCriterion = state.pass_criterion;
+    for (std::size_t i = 0; i < limit_lines; ++i) {
+        const Kept_Limit_Line& kept = state.limit_line[i];
+        std::array<Limit_Point, limit_points> points;
+        for (std::size_t k = 0; k < limit_points; ++k) {
+            points[k] = {kept.frequency[k], kept.level[k], kept.used[k] != 0};
+        }
+        Limit_Lines[i].shown = kept.shown;
+        Set_Limit_Points(i, std::span(points.data(), static_cast<std::size_t>(kept.points)));
+    }
+    Set_Limit_Test(state.limit.on && Limit_Lines_Chosen());
+}
 
 State Take() {
     State state;
@@ -77,6 +119,9 @@ State Take() {
     state.peak_switches = {Peak_Data.threshold_on, Peak_Data.by_level, Peak_Data.tracking};
     state.peak_excursion = {Peak_Data.excursion};
     state.peak_threshold = {Peak_Data.threshold};
+    state.limit = Limit_Test;
+    state.pass_criterion = PassCriterion;
+    std::ranges::transform(Limit_Lines, state.limit_line.begin(), Take_Limit_Line);
     for (std::size_t i = 0; i < screens; ++i) {
         const Trace_Record& record = Trace_Data[i];
         state.trace_mode[i] = record.mode;
@@ -136,6 +181,7 @@ void Put(const State& state) {
     Display_Data.line_shown = state.display_line;
     Display_Data.line_level = state.display_line_level;
     ScreenActive = state.active_half;
+    Put_Limits(state);
     Apply_Split();
     Traces_Recalled();
 }
@@ -164,6 +210,31 @@ void For_Each_Marker_Field(State& s, Field&& field) {
     field("peak_switches", s.peak_switches, 0, 1);
     field("peak_excursion", s.peak_excursion, 0, 100);
     field("peak_threshold", s.peak_threshold, -130, 30);
+}
+
+template <class Field>
+void For_Each_Limit_Field(State& s, Field&& field) {
+    const auto one = [&](const char* name, auto& value, double low, double high) {
+        std::span values(&value, 1);
+        field(name, values, low, high);
+    };
+    one("limit_high", s.limit.high, 0, no_limit_line);
+    one("limit_low", s.limit.low, 0, no_limit_line);
+    one("limit_test", s.limit.on, 0, 1);
+    one("limit_common_range", s.limit.mode, 0, 1);
+    one("limit_criterion", s.pass_criterion, criterion_trace, criterion_minimum);
+    one("limit_stop_on_fail", s.limit.stop_on_fail, 0, 1);
+    one("limit_two_points", s.limit.two_points, 0, 1);
+    one("limit_margin", s.limit.margin, -widest_margin, widest_margin);
+    one("limit_edited", s.limit.edited, 0, limit_lines - 1);
+    one("limit_point", s.limit.point, 0, limit_points - 1);
+    for (Kept_Limit_Line& line : s.limit_line) {
+        one("limit_line_shown", line.shown, 0, 1);
+        one("limit_line_points", line.points, 0, limit_points);
+        field("limit_line_frequency", line.frequency, 0, MAXFREQUENCY);
+        field("limit_line_level", line.level, lowest_limit_dbm, highest_limit_dbm);
+        field("limit_line_used", line.used, 0, 1);
+    }
 }
 
 /// Every setting of the file with its name and range, in the order in which it stands there.
@@ -247,6 +318,7 @@ void For_Each_Field(State& s, Field&& field) {
     one("ctb_spacing", s.channel.ctb_spacing, 0, MAXSPAN);
     one("occupied_bandwidth", s.channel.occupied_bandwidth, 100, 1e9);
     For_Each_Marker_Field(s, field);
+    For_Each_Limit_Field(s, field);
 }
 
 std::string Written(State state) {

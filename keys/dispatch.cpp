@@ -7,6 +7,7 @@
 #include "keys/handlers.h"
 #include "keys/information_screen.h"
 #include "keys/key_codes.h"
+#include "keys/limit_name.h"
 #include "keys/messages.h"
 #include "keys/name_entry.h"
 #include "keys/notice.h"
@@ -263,6 +264,10 @@ void Type_Name(std::int32_t code) {
             break;
         case Name_Entry::pattern: FskRenameNumber(code); break;
         case Name_Entry::sync_word: SyncRenameNumber(code); break;
+        case Name_Entry::limit_line:
+            SaveRenameNumber(code);
+            Show_Limit_Name();
+            break;
     }
 }
 

@@ -6,6 +6,7 @@
 #include "display/draw.h"
 #include "display/pictures.h"
 #include "display/text.h"
+#include "keys/page_shown.h"
 #include "keys/words.h"
 #include "palette.h"
 #include "records/error_log.h"
@@ -192,6 +193,7 @@ void Show_Page(Menu_Page& page) {
     page.highlight = Key_In_Force(page, no_highlight);
     keylink.store(&page, std::memory_order_release);
     if (column_layer) hardware_key(page, true, *column_layer);
+    Page_Shown(page);
 }
 
 void Press_Soft_Key(int key, const char* family_error) {

@@ -16,6 +16,7 @@ enum Global_Table_Bit : std::int32_t {
     table_occupied_bandwidth = 4, table_acpr = 8, table_jitter = 0x20, table_peak = 0x100, table_sequence = 0x400,
     table_split = 0x800, table_emission_mask = 0x1000, table_marker = 0x4000, table_without_center = 0x80000,
     table_single_frequency = 0x200000,
+    table_limit = 0x8000,  ///< points of the limit line that is being edited
     table_cnr = 0x10000, table_cso = 0x20000, table_ctb = 0x40000
 };
 

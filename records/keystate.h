@@ -37,5 +37,5 @@ inline std::int32_t Marker_Limit_Two_Point = 0;   ///< 1: the second point from 
 inline std::int32_t Near_DC_Search_Flag = 0;      ///< 1 while a peak search near 0 Hz runs; hard keys wait
 
 /// The name that is being typed.
-enum class Name_Entry : std::uint8_t { none, file, state, web_password, pattern, sync_word };
+enum class Name_Entry : std::uint8_t { none, file, state, web_password, pattern, sync_word, limit_line };
 inline Name_Entry Name_Entry_Open = Name_Entry::none;

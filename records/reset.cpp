@@ -10,6 +10,7 @@
 #include "records/function.h"
 #include "records/handover.h"
 #include "records/keystate.h"
+#include "records/limit.h"
 #include "records/measurement.h"
 #include "records/normalisation.h"
 #include "records/preamplifier.h"
@@ -35,6 +36,22 @@ void Reset_Handover() {
     Web_Keyin_Flag = 0;
     Web_Keyin_Value.read = 0;
     Web_Keyin_Value.write = 0;
+}
+
+void Reset_Limits() {
+    for (Limit_Line& line : Limit_Lines) {
+        line.shown = 1;
+        line.count = 0;
+        line.first = line.last = nullptr;
+        line.pool.fill({});
+        line.pixel.fill({});
+    }
+    Limit_Test = {};
+    PassCriterion = criterion_trace;
+    Marker_Limit_Frequency = Marker_Limit_Level = 0;
+    PassFailTestRange = {};
+    PassFail_HighYPixel.fill(above_screen);
+    PassFail_LowYPixel.fill(below_screen);
 }
 
 }  // namespace
@@ -98,5 +115,6 @@ void Reset_Records() {
     Peak_Excludenum = 0;
     TG_Pos_Diff_Value = Check_TG_Normalize = Check_Sweep_Again = CheckNormInit = 0;
     Normalisation_Trace = {};
+    Reset_Limits();
     LimitlineScreen = SetFreqScaleRedraw = Trace_Gain_Correction = 0;
 }

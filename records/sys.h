@@ -13,6 +13,7 @@ struct Sys_Record {
     double sweep_setting = 0;          ///< stored calibration setting of the sweep and its working copy
     double sweep_setting_working = 0;
     std::int32_t tracking_normalised = 0;
+    std::int32_t alarm = 1;            ///< 1: a tone when a limit test fails
 };
 inline Sys_Record Sys_Data;
 

@@ -11,7 +11,7 @@ public:
 };
 
 /// Time of such a wait.
-constexpr int waiting_ms = 5;
+constexpr int waiting_ms = 1;
 
 /// Makes a service that of the thread that calls; null takes it away.
 void Set_Waiting_Service(Waiting_Service* service);
@@ -19,7 +19,7 @@ void Set_Waiting_Service(Waiting_Service* service);
 /// The server thread says so of itself: clients of interfaces without threads of their own are its alone.
 void Set_Server_Thread(bool server);
 
-/// Asked by a command that waits for the end of a sweep: passes at most some 5 ms, serving what the thread serves
+/// Asked by a command that waits for the end of a sweep: passes at most some 1 ms, serving what the thread serves
 /// meanwhile. False when no sweep will come, the client that waits has gone, or the stop is requested.
 bool Keep_Waiting();
 

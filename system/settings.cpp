@@ -32,7 +32,8 @@ constexpr int seconds_of_minute = 60, seconds_of_day = 86400;
 constexpr double most_clock_offset = 100.0 * 366 * seconds_of_day;
 
 struct Settings {
-    std::int32_t power_on = 1, user_preset = 0, baud_rate = 5, gpib_address = 18, brightness = 100, clock_shown = 1;
+    std::int32_t power_on = 1, user_preset = 0, baud_rate = 5, gpib_address = 18, brightness = 100, clock_shown = 1,
+                 alarm = 1;
     std::int64_t clock_offset = 0;  ///< s, the instrument's clock against the machine's, where it has none of its own
 };
 
@@ -45,12 +46,13 @@ void For_Each_Field(Settings& s, Field&& field) {
     field("gpib_address", s.gpib_address, 0, last_gpib_address);
     field("brightness", s.brightness, least_brightness, 100);
     field("clock_shown", s.clock_shown, 0, 1);
+    field("alarm", s.alarm, 0, 1);
     field("clock_offset", s.clock_offset, -most_clock_offset, most_clock_offset);
 }
 
 Settings Take() {
     return {POWER_On, Sys_Data.user_preset, Sys_Data.baud_rate, Sys_Data.gpib_address, Display_Data.brightness,
-            Display_Data.clock_shown, platform::Wall_Clock_Offset()};
+            Display_Data.clock_shown, Sys_Data.alarm, platform::Wall_Clock_Offset()};
 }
 
 void Put(const Settings& s) {
@@ -60,6 +62,7 @@ void Put(const Settings& s) {
     Sys_Data.gpib_address = s.gpib_address;
     Display_Data.brightness = s.brightness;
     Display_Data.clock_shown = s.clock_shown;
+    Sys_Data.alarm = s.alarm;
     platform::Set_Wall_Clock_Offset(s.clock_offset);
 }
 
@@ -145,6 +148,13 @@ bool Save_Settings() {
 void Set_Power_On(int last_state) {
     POWER_On = last_state ? 1 : 0;
     Keep();
+}
+
+int Set_Alarm(bool on) {
+    Sys_Data.alarm = on;
+    Keep();
+    Redraw_Keys();
+    return 0;
 }
 
 bool Set_Preset_Type(int user) {

@@ -16,6 +16,7 @@ bool Set_Preset_Type(int user);      ///< 0 factory, 1 user; false while no user
 void Set_Baud_Rate(int index);       ///< 0 to 9: 300 to 115200 bit/s; held. In force from the next start on
 int Baud_Rate_Of(int index);         ///< bit/s
 void Set_USB_Role(int device);       ///< 1 device, 0 host; in force from the next start on
+int Set_Alarm(bool on);              ///< a tone when a limit test fails
 void Set_Clock_Shown(int shown);
 void Set_Key_Lock(int locked);       ///< not stored: keys are free after power-on
 /// Off stops the drawing of traces and readings and switches the back-light off; on draws them as they are now. A key

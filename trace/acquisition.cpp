@@ -19,6 +19,7 @@
 #include "scpi/status.h"
 #include "sweep/transfer.h"
 #include "trace/icons.h"
+#include "trace/limit_lines.h"
 #include "trace/markers.h"
 #include "trace/plot.h"
 #include "trace/point_path.h"
@@ -121,7 +122,10 @@ void Count_Average(Trace_Record& record) {
     AVERLAG = complete;
 }
 
-void Half_Screen_Action(Trace_Record& record) { Count_Average(record); }
+void Half_Screen_Action(Trace_Record& record) {
+    Limits_End_Of_Sweep();
+    Count_Average(record);
+}
 
 /// A single sweep has one half of the split screen after the other. True when the core has started at an empty ring.
 bool Go_On_After_Single_Sweep() {

@@ -7,6 +7,7 @@
 #include "records/freqs.h"
 #include "records/trace.h"
 #include "trace/acquisition.h"
+#include "trace/limit_lines.h"
 #include "trace/plot.h"
 #include "trace/point_path.h"
 #include "trace/trace_settings.h"
@@ -27,6 +28,7 @@ float Before_The_First_Sweep(std::uint8_t mode) {
 void Frequency_Axis_Changed() {
     SetFreqScaleRedraw = 1;
     Forget_Averages(Active_Record());
+    Limit_Axis_Changed();
 }
 
 void ExtendSpanWave(double old_start, double old_span) {
@@ -52,6 +54,7 @@ void ExtendSpanWave(double old_start, double old_span) {
 void Level_Scale_Changed() {
     Trace_Record& record = Active_Record();
     for (std::size_t trace = 0; trace < traces; ++trace) Update_Rows(record, trace);
+    Limit_Scale_Changed();
     Ext_Frame();
 }
 

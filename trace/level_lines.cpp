@@ -7,6 +7,7 @@
 #include "records/display.h"
 #include "records/freqs.h"
 #include "records/trace.h"
+#include "trace/limit_display.h"
 #include "trace/marker_display.h"
 #include "trace/plot.h"
 #include "trace/scale.h"
@@ -56,7 +57,10 @@ Rect Columns(int row) {
 
 void Draw_Level_Lines() {
     const std::size_t before = drawn_lines;
-    for (std::size_t i = 0; i < before; ++i) display::Clear(fbOsd0, Columns(drawn[i].row));
+    for (std::size_t i = 0; i < before; ++i) {
+        display::Clear(fbOsd0, Columns(drawn[i].row));
+        Restore_Limit_Lines(Columns(drawn[i].row));
+    }
     drawn_lines = 0;
     if (Graticule_Shown()) {
         const bool split = Display_Data.split != split_none;

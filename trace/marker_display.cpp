@@ -19,6 +19,9 @@
 #include "records/function.h"
 #include "records/sys.h"
 #include "trace/level_lines.h"
+#include "trace/limit_display.h"
+#include "trace/limit_edit.h"
+#include "trace/limit_lines.h"
 #include "trace/markers.h"
 #include "trace/peak_search.h"
 #include "trace/plot.h"
@@ -153,14 +156,16 @@ void Draw_Symbol(const Symbol& symbol) {
     }
 }
 
-/// Clears the pixels that the symbol covers and no others; lines that it stood on come back.
+/// Clears the pixels that the symbol covers and no others; lines below it come back.
 void Erase_Symbol(const Symbol& symbol) {
     if (symbol.kind == Kind::none) return;
     for (int row = 0; row < symbol_height; ++row) {
         const Run run = Run_Of(symbol, row);
         for (int column = run.first; column <= run.last; ++column) Put_16(symbol.x + column, symbol.y + row, 0);
-        Mend_Level_Lines({symbol.x + run.first, symbol.y + row, run.last - run.first + 1, 1});
     }
+    const Rect area{symbol.x, symbol.y, symbol_width, symbol_height};
+    Restore_Limit_Lines(area);
+    Mend_Level_Lines(area);
 }
 
 bool Overlap(const Symbol& a, const Symbol& b) {
@@ -428,8 +433,13 @@ void Fill_Marker_Row(int marker, std::array<Cell, most_cells>& row) {
                   static_cast<int>(function.size()), function.data());
 }
 
+/// The table of the limit line covers the others while it is edited.
+std::int32_t Table_To_Show() {
+    return Open_Table(table_limit) ? std::int32_t{table_limit} : Global_Table & (table_marker | table_peak);
+}
+
 void Show_Tables(bool afresh) {
-    const std::int32_t table = Global_Table & (table_marker | table_peak);
+    const std::int32_t table = Table_To_Show();
     if (!Visible() && !afresh) return;
     if (table != drawn_table || afresh) {
         if (drawn_table || table) display::Clear(fbOsd0, table_area);
@@ -443,6 +453,19 @@ void Show_Tables(bool afresh) {
     }
     if (table == table_marker) Cal_Marker_Table_Display();
     if (table == table_peak) Cal_Peak_Table_Display();
+    if (table == table_limit) Cal_Limit_Table_Display();
+}
+
+/// The selected point stands in the colour of the active entry.
+void Fill_Limit_Row(std::size_t number, const Limit_Node& node, std::array<Cell, most_cells>& row) {
+    const auto screen = static_cast<std::size_t>(ScreenActive);
+    if (Selected_Point() == number) {
+        for (Cell& cell : row) cell.trace = 0;
+    }
+    std::snprintf(row[0].text.data(), row[0].text.size(), "%zu", number + 1);
+    Format_Frequency(node.frequency + Freqs.offset[screen], true, row[1].text);
+    Show_MAvalue_Chunit(node.amplitude, row[2].text);
+    Copy(row[3].text, Translated(node.on & 1 ? "On" : "Off"));
 }
 
 }  // namespace
@@ -497,6 +520,16 @@ void Cal_Peak_Table_Display() {
         Show_MAvalue_Chunit(rows[static_cast<std::size_t>(i)].level, row[2].text);
     }
     Show_Cells(cells, peak_cells, false);
+}
+
+void Cal_Limit_Table_Display() {
+    Cells cells{};
+    Fill_Headings(cells, {"", "Frequency", "Level", "Used"});
+    std::size_t number = 0;
+    for (const Limit_Node* node = Limit_Lines[Edited_Line()].first; node; node = node->next, ++number) {
+        Fill_Limit_Row(number, *node, cells[number / table_rows][number % table_rows + 1]);
+    }
+    Show_Cells(cells, marker_cells, false);
 }
 
 void Marker_Entry_Text(Marker_Entry entry, std::span<char> text) {

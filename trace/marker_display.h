@@ -11,7 +11,7 @@ void Show_Markers();
 /// Draws all of it again, after the graticule has been drawn.
 void Redraw_Markers();
 
-/// Draws the symbols alone again, over what has been drawn in their place.
+/// Draws the symbols again, after something else has been drawn on the layer.
 void Redraw_Symbols();
 
 /// Number of the active marker in the readout above the graticule; Int_Marker_Show_Value: all of the readout.
@@ -21,6 +21,7 @@ void Int_Marker_Show_Value();
 /// Tables below the traces; their frames are drawn with the graticule.
 void Cal_Marker_Table_Display();
 void Cal_Peak_Table_Display();
+void Cal_Limit_Table_Display();
 
 /// What the entry field and the keys show of the markers.
 enum class Marker_Entry : std::uint8_t {

@@ -143,7 +143,7 @@ int Coupled_Resolution() {
 }
 
 int Set_Table(std::int32_t table, bool on) {
-    const std::int32_t kept = Global_Table & table_split;
+    const std::int32_t kept = Global_Table & (table_split | table_limit);
     const bool shown = (Global_Table & table) != 0;
     if (on == shown) return 0;
     if (on && Display_Data.split != split_none) Set_Split(split_none);
@@ -435,6 +435,14 @@ int Set_Marker_Resolution_Auto(bool automatic) {
 int Set_Marker_Table(bool on) { return Set_Table(table_marker, on); }
 
 int Set_Peak_Table(bool on) { return Set_Table(table_peak, on); }
+
+void Set_Limit_Table(bool on) {
+    if (Display_Data.split != split_none) on = false;
+    if (on == ((Global_Table & table_limit) != 0)) return;
+    Global_Table ^= table_limit;
+    Fit_Graticule_To_Table();
+    Level_Scale_Changed();
+}
 
 void Fit_Graticule_To_Table() { ScreenInf = Geometry_Of(ScreenActive); }
 

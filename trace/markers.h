@@ -81,6 +81,8 @@ double Marker_Resolution();
 /// Marker table and peak table below the traces; one takes the other's place.
 int Set_Marker_Table(bool on);
 int Set_Peak_Table(bool on);
+/// Points of the limit line that is being edited, in the place of these, which come back; not on a split display.
+void Set_Limit_Table(bool on);
 /// Gives the traces the rows that the tables leave them.
 void Fit_Graticule_To_Table();
 

@@ -12,6 +12,7 @@
 #include "records/sys.h"
 #include "records/trigger.h"
 #include "trace/level_lines.h"
+#include "trace/limit_display.h"
 #include "trace/marker_display.h"
 #include "trace/scale.h"
 #include "trace/scale_figures.h"
@@ -146,6 +147,7 @@ bool Graticule_Shown() {
 
 void Ext_Frame() {
     if (!Drawable()) return;
+    Draw_Limit_Lines();
     if (Display_Data.split == split_none) {
         Draw_Half();
     } else {

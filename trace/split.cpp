@@ -10,6 +10,7 @@
 #include "sweep/bandwidth.h"
 #include "sweep/transfer.h"
 #include "trace/icons.h"
+#include "trace/limit_lines.h"
 #include "trace/plot.h"
 #include "trace/point_path.h"
 
@@ -38,6 +39,7 @@ void Update_All_Rows() {
         for (std::size_t trace = 0; trace < traces; ++trace)
             Update_Rows(Trace_Data[static_cast<std::size_t>(half)], trace);
     }
+    Refresh_Limit_Lines();
 }
 
 void Draw_All() {
@@ -52,7 +54,7 @@ void Draw_All() {
 }  // namespace
 
 Screen_Geometry Geometry_Of(int half) {
-    const bool table = (Global_Table & (table_marker | table_peak)) != 0;
+    const bool table = (Global_Table & (table_marker | table_peak | table_limit)) != 0;
     if (Display_Data.split == split_none) return table ? above_table : Screen_Geometry{};
     return half == 0 ? upper : lower;
 }
@@ -60,7 +62,7 @@ Screen_Geometry Geometry_Of(int half) {
 void Apply_Split() {
     const int split = Display_Data.split;
     Global_Table = split == split_alternate ? Global_Table | table_split : Global_Table & ~table_split;
-    if (split != split_none) Global_Table &= ~(table_marker | table_peak);
+    if (split != split_none) Global_Table &= ~(table_marker | table_peak | table_limit);
     ScreenInf = Geometry_Of(ScreenActive);
     Update_All_Rows();
     if ((split == split_none) == (split_on_screen == split_none)) return;

@@ -161,6 +161,7 @@ void Devices::Make() {
     Make_Frame_Devices();
     const std::byte brightness{backlight_at_start};
     Make_File(platform::Rooted(files::backlight), 1, std::span(&brightness, 1));
+    Make_File(platform::Rooted(files::beeper), sizeof(std::uint32_t));
     Make_Fifo(platform::Rooted(files::keypad));
     Make_Fifo(platform::Rooted(files::power_key));
     const std::string trigger = platform::Rooted(files::trigger);
@@ -199,7 +200,7 @@ void Devices::Remove() noexcept {
     platform::Unmap_Sample_Memory(sample_memory_);
     sample_memory_ = nullptr;
     for (const char* device : {files::dsp_link, files::fpga_int, files::sample_memory, files::serial, files::serial_user,
-                               files::power_key, files::keypad, files::trigger, files::backlight})
+                               files::power_key, files::keypad, files::trigger, files::backlight, files::beeper})
         ::unlink(platform::Rooted(device).c_str());
     Remove_Frame_Devices();
     Close(serial_user_);

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/beeper.h"
 #include "web/setting.h"
 
 namespace web {
@@ -18,6 +19,7 @@ std::string State_Message(const std::optional<std::string>& instrument_info) {
     if (const auto it = info.find("remote"); it != info.end() && it->is_boolean()) state["remote"] = *it;
     for (const auto& setting : settings)
         if (const auto it = info.find(setting.name); it != info.end() && it->is_number()) state[setting.name] = *it;
+    if (const int beeps = platform::Beeps(); beeps >= 0) state["beeps"] = beeps;
     return state.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 

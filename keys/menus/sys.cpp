@@ -30,7 +30,7 @@ namespace {
 using namespace keys;
 using namespace menus;
 
-constexpr int information_key = 0, error_list_key = 1, return_key = 6;
+constexpr int information_key = 0, error_list_key = 1, return_key = 6, beeper_key = 0;
 constexpr std::size_t preset_page = 7, power_page = 9, password_page = 23;
 
 void fSysBase(int key) {
@@ -42,6 +42,18 @@ void fSysBase(int key) {
         if (key == error_list_key) Open_Error_List();
         Open_Page_Of(key);
     }
+}
+
+void fSysBaseTwo(int key) {
+    No_Entry();
+    if (key == beeper_key) Set_Alarm(!Sys_Data.alarm);
+    Open_Page_Of(key);
+}
+
+void Second_Face(int key, Key_Face& face) {
+    if (key != beeper_key) return;
+    face.choice = {selectOn, selectOff};
+    face.chosen = Sys_Data.alarm ? 0 : 1;
 }
 
 void fErrorListBase(int key) {
@@ -298,8 +310,9 @@ constexpr auto rows = std::to_array<Page_Row>({
       Opens(enMoreOne, SysLink[1])},
      nullptr, fSysBase},
     {enSystemBig,
-     {Greyed(enBeeper), Opens(enSelfTest, SysLink[15]), Opens(enOptions, SysLink[16]),
-      Opens(enSoftware, SysLink[10]), Greyed(enService), Opens(enPower, SysLink[9]), Opens(enMoreTwo, SysLink[0])}},
+     {Key(enBeeper), Opens(enSelfTest, SysLink[15]), Opens(enOptions, SysLink[16]),
+      Opens(enSoftware, SysLink[10]), Greyed(enService), Opens(enPower, SysLink[9]), Opens(enMoreTwo, SysLink[0])},
+     nullptr, fSysBaseTwo, Second_Face},
     {enLanguageBig,
      {Key(enEnglish), Key(enChineseSimplified), Key(enRussian), Key(enChineseTraditional), Key(enJapanese), none,
       Return(SysLink[0])},

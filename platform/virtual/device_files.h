@@ -18,6 +18,7 @@ constexpr const char* trigger = "/dev/trigger";  ///< the trigger input: "1" rai
 constexpr const char* keypad = "/dev/keypad";
 constexpr const char* power_key = "/dev/killsys";
 constexpr const char* backlight = "/dev/backlight";  ///< one byte, percent
+constexpr const char* beeper = "/dev/beeper";        ///< how many tones it has sounded, 32 bits
 constexpr const char* serial = "/dev/tts/2";
 constexpr const char* serial_user = "/dev/serial";  ///< the cable's other end, for a PC's program
 constexpr const char* gpib = "/dev/gpib";

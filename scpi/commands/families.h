@@ -30,6 +30,9 @@ std::span<const ScpiCommand> Display();
 std::span<const ScpiCommand> System_Klock();
 std::span<const ScpiCommand> Sense_Detector();
 std::span<const ScpiCommand> Calculate_Math();
+std::span<const ScpiCommand> Calculate_Limit();
+std::span<const ScpiCommand> System_Alarm();
+std::span<const ScpiCommand> Mmemory_Limit();
 std::span<const ScpiCommand> Display_Trace();
 std::span<const ScpiCommand> Pixel();
 

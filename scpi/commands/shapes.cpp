@@ -57,34 +57,48 @@ int Refuse(ScpiContext& context, int code) {
     return failed;
 }
 
-bool Take_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, While_Busy busy, ScpiNumber& number) {
+bool Read_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, ScpiNumber& number) {
     if (!SCPI_ParamNumber(context, nullptr, &number, true) || number.special) return false;
     if (std::find(units.begin(), units.end(), number.unit) == units.end()) {
         SCPI_ErrorPush(context, suffix_error);
         return false;
     }
-    if (!std::isfinite(number.value)) {
-        SCPI_ErrorPush(context, data_out_of_range);
-        return false;
-    }
-    return May_Act(context, busy);
+    return Finite(context, number.value);
 }
 
-bool Take_Level(ScpiContext& context, While_Busy busy, double& dbm) {
+bool Read_Frequency(ScpiContext& context, double& hertz) {
     ScpiNumber number;
-    if (!Take_Number(context, {suffix_none, suffix_dbm, suffix_dbmv, suffix_dbuv, suffix_volt, suffix_watt}, busy,
-                     number)) {
+    if (!Read_Number(context, {suffix_none, suffix_hertz}, number)) return false;
+    hertz = number.value;
+    return true;
+}
+
+bool Read_Level(ScpiContext& context, double& dbm) {
+    ScpiNumber number;
+    if (!Read_Number(context, {suffix_none, suffix_dbm, suffix_dbmv, suffix_dbuv, suffix_volt, suffix_watt}, number)) {
         return false;
     }
     dbm = AmplUnitTrans(number.value, Level_Unit_Of(number.unit), 0);
     return Finite(context, dbm);
 }
 
-bool Take_Decibels(ScpiContext& context, While_Busy busy, double& decibels) {
+bool Read_Decibels(ScpiContext& context, double& decibels) {
     ScpiNumber number;
-    if (!Take_Number(context, {suffix_none, suffix_db}, busy, number)) return false;
+    if (!Read_Number(context, {suffix_none, suffix_db}, number)) return false;
     decibels = number.value;
     return true;
+}
+
+bool Take_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, While_Busy busy, ScpiNumber& number) {
+    return Read_Number(context, units, number) && May_Act(context, busy);
+}
+
+bool Take_Level(ScpiContext& context, While_Busy busy, double& dbm) {
+    return Read_Level(context, dbm) && May_Act(context, busy);
+}
+
+bool Take_Decibels(ScpiContext& context, While_Busy busy, double& decibels) {
+    return Read_Decibels(context, decibels) && May_Act(context, busy);
 }
 
 bool Take_Integer(ScpiContext& context, While_Busy busy, std::int32_t& value) {

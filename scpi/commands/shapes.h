@@ -27,6 +27,13 @@ bool Settings_Refused();
 /// Pushes the error.
 int Refuse(ScpiContext& context, int code);
 
+/// Readers of one mandatory parameter of several; false with the error pushed. Numbers take no special names. Levels
+/// without suffix are in the amplitude unit of the instrument.
+bool Read_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, ScpiNumber& number);
+bool Read_Frequency(ScpiContext& context, double& hertz);
+bool Read_Level(ScpiContext& context, double& dbm);
+bool Read_Decibels(ScpiContext& context, double& decibels);
+
 /// Readers of one mandatory parameter, which has to be the last; false with the error pushed. Numbers take no special
 /// names.
 bool Take_Number(ScpiContext& context, std::initializer_list<Scpi_Unit> units, While_Busy busy, ScpiNumber& number);

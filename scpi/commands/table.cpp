@@ -19,8 +19,8 @@ std::vector<std::span<const ScpiCommand>> Command_Families() {
     return {Common(), Status(), System_Communicate(), System_Error(), System_Preset(), Sense_Frequency(),
             Sense_Autoset(), Sense_Channel(), Sense_Bandwidth(), Sense_Sweep(), Sense_Sweep_Gate(), Trigger(),
             Trace(), Initiate(), Calculate_Marker(), Calculate_Deltamarker(), Sense_Power(), Input(), Unit(),
-            Display_Y(), Sense_Detector(), Calculate_Math(), Display_Trace(), Pixel(), Display(),
-            System_Klock()};
+            Display_Y(), Sense_Detector(), Calculate_Math(), Display_Trace(), Pixel(), Calculate_Limit(),
+            Mmemory_Limit(), System_Alarm(), Display(), System_Klock()};
 }
 
 void Set_Identification(ScpiContext& context) {

@@ -56,9 +56,12 @@ Screen Difference(const Screen& actual, const Screen& reference) {
     return difference;
 }
 
+/// One folder for all runs, so that they don't pile up.
 std::string Kept_Folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "kva720-screens-XXXXXX").string();
-    return ::mkdtemp(name.data()) ? name : ".";
+    std::error_code error;
+    const auto folder = std::filesystem::temp_directory_path(error) / "kva720-screens";
+    std::filesystem::create_directories(folder, error);
+    return error ? "." : folder.string();
 }
 
 }  // namespace

@@ -1,42 +1,26 @@
 // Known things drawn on the virtual frame buffers, composed as the front panel does, against reference pictures.
 
-#include <cmath>
 #include <cstdio>
 
 #include "display/draw.h"
 #include "display/pictures.h"
 #include "display/text.h"
-#include "keys/dispatch.h"
 #include "keys/handlers.h"
-#include "keys/key_codes.h"
 #include "keys/language.h"
 #include "keys/messages.h"
 #include "keys/notice.h"
-#include "keys/numeric_entry.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "keys/words.h"
 #include "measure/autoset.h"
 #include "palette.h"
-#include "records/amp.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/locks.h"
-#include "records/sweep.h"
-#include "records/sys.h"
-#include "records/trigger.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
 #include "sweep/dependants.h"
-#include "sweep/frequency.h"
 #include "system/status_icons.h"
 #include "system/system.h"
 #include "tests/screens/reference.h"
 #include "tests/unit/records_fixture.h"
-#include "trace/acquisition.h"
 #include "trace/display_line.h"
-#include "trace/markers.h"
+#include "trace/limit_lines.h"
 #include "trace/peak_search.h"
 #include "trace/plot.h"
 #include "trace/trace_settings.h"
@@ -45,7 +29,24 @@
 
 namespace {
 
-using screen_tests::Expect_Screen;
+using namespace screen_tests;
+
+/// The screen after some keys.
+void Keys_Show(const char* keys, const std::string& name) {
+    Keys(keys);
+    Expect_Screen(name);
+}
+
+/// What is drawn in one language after the other.
+template <class Draw>
+void Expect_In_Each_Language(const std::string& name, const Draw& draw) {
+    constexpr std::array languages{"english", "chinese_simplified", "russian", "chinese_traditional", "japanese"};
+    for (int language = 4; language >= 0; --language) {
+        ASSERT_EQ(Set_Language(language), 0);
+        draw();
+        Expect_Screen(name + "_" + languages[static_cast<std::size_t>(language)]);
+    }
+}
 
 /// A root as a new instrument has it, its layers shown, its faces loaded, the background drawn.
 class Screens : public Records {
@@ -64,6 +65,9 @@ protected:
         Show_Picture(picture_background, screen_width, screen_height, 0, 0, target_video0);
         window_display(fbVid0);
         window_display(fbOsd0);
+        parse_txt_file(Word_List_Path(0));
+        numKey_init(0, face_regular);
+        mode_str_init();
     }
     void TearDown() override {
         fb_free(fbOsd0);
@@ -93,17 +97,9 @@ Menu_Page Example_Page() {
 }
 
 TEST_F(Screens, SoftKeys) {
-    parse_txt_file(Word_List_Path(0));
     const Menu_Page page = Example_Page();
     hardware_key(page, true, fbVid0);
     Expect_Screen("soft_keys");
-}
-
-TEST_F(Screens, SoftKeysInJapanese) {
-    parse_txt_file(Word_List_Path(static_cast<int>(Language_Choice::japanese)));
-    const Menu_Page page = Example_Page();
-    hardware_key(page, true, fbVid0);
-    Expect_Screen("soft_keys_japanese");
 }
 
 /// A page with every kind of choice: two, three and five side by side, and too wide ones alone between arrows.
@@ -131,27 +127,20 @@ Menu_Page Page_Of_Choices() {
 
 /// Soft keys, blocks, top line, entry and a message, switched from one language to the next as they stand.
 TEST_F(Screens, EveryLanguage) {
-    constexpr std::array names{"language_english", "language_chinese_simplified", "language_russian",
-                               "language_chinese_traditional", "language_japanese"};
     System_Information_Data.model = "KVA7230";
     Freqs.center[0] = 433.92e6;
     Freqs.span[0] = 2e6;
     Sweep_Data.time[0] = 0.0359;
     Amp.displayed_reference[0] = -100;
-    numKey_init(0, face_regular);
-    mode_str_init();
     Menu_Page page = Page_Of_Choices();
     keylink.store(&page);
     Draw_Model();
     Show_Entry("Center frequency", "433.92 MHz");
     ThirdAttentionwords(8);
-    for (int language = 4; language >= 0; --language) {
-        ASSERT_EQ(Set_Language(language), 0);
-        Expect_Screen(names[static_cast<std::size_t>(language)]);
-    }
-    const screen_tests::Screen english = screen_tests::Composed();
+    Expect_In_Each_Language("language", [] {});
+    const Screen english = Composed();
     EXPECT_EQ(Set_Language(5), -1);
-    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), english), 0);
+    EXPECT_EQ(Differing_Pixels(Composed(), english), 0);
     Reset_Pages();
 }
 
@@ -167,8 +156,6 @@ void Enter(char unit_type, std::string_view name, std::string_view keys, int uni
 }
 
 TEST_F(Screens, ANumberBeingTyped) {
-    parse_txt_file(Word_List_Path(0));
-    numKey_init(0, face_regular);
     Enter('1', "Frequency offset", "-400888000.999", -1);
     const Drawn_Glyph& last = drawNumberVal.glyph[static_cast<std::size_t>(drawNumberVal.count - 1)];
     EXPECT_LT(last.x + allNumData[static_cast<std::size_t>(last.glyph)], 240) << "there is room for the cursor";
@@ -179,18 +166,13 @@ TEST_F(Screens, ANumberBeingTyped) {
 }
 
 TEST_F(Screens, AnEnteredTime) {
-    parse_txt_file(Word_List_Path(0));
-    numKey_init(0, face_regular);
     Enter('6', "Sweep time", "0.5", -1);
-    const screen_tests::Screen typing = screen_tests::Composed();
-    Keypad_Exe(key_soft_first + 1);
-    Expect_Screen("entered_time");
-    EXPECT_GT(screen_tests::Differing_Pixels(screen_tests::Composed(), typing), screen_tests::pixel_tolerance);
+    const Screen typing = Composed();
+    Keys_Show("f1", "entered_time");
+    EXPECT_GT(Differing_Pixels(Composed(), typing), pixel_tolerance);
 }
 
 TEST_F(Screens, ALevelAboutToBeEntered) {
-    parse_txt_file(Word_List_Path(0));
-    numKey_init(0, face_regular);
     Enter('7', "Reference level", "-107.25", -1);
     Expect_Screen("typed_level");
 }
@@ -211,7 +193,7 @@ TEST_F(Screens, GraticuleWithTraces) {
     Draw_Example_Traces();
     Expect_Screen("graticule");
     // Sweeps that go over it point by point leave nothing of what was there.
-    const screen_tests::Screen before = screen_tests::Composed();
+    const Screen before = Composed();
     Trace_Record& record = Trace_Data[0];
     const Trace_Rows rows = record.rows;
     for (std::size_t point = 0; point < trace_points; ++point) {
@@ -219,20 +201,21 @@ TEST_F(Screens, GraticuleWithTraces) {
         record.rows[1][point] = 100;
         Trace_plot_line(record, static_cast<int>(point));
     }
-    EXPECT_GT(screen_tests::Differing_Pixels(screen_tests::Composed(), before), trace_points);
+    EXPECT_GT(Differing_Pixels(Composed(), before), trace_points);
     record.rows = rows;
     for (int point = 0; point < trace_points; ++point) Trace_plot_line(record, point);
     Expect_Screen("graticule");
 }
 
-/// A comb of peaks on trace A and a stored trace B, from 990 to 1010 MHz.
-void Draw_Comb() {
-    parse_txt_file(Word_List_Path(0));
-    numKey_init(0, face_regular);
-    mode_str_init();
+void Init_Sweep() {
     Freqs_ArrayInit();
     BW_Init();
     Sweep_Init();
+}
+
+/// A comb of peaks on trace A and a stored trace B, from 990 to 1010 MHz.
+void Draw_Comb() {
+    Init_Sweep();
     Init_Trace_Data();
     PeakSearch_Init();
     Marker_Init();
@@ -255,7 +238,7 @@ void Draw_Comb() {
 
 TEST_F(Screens, MarkersStandOverTheTracesAndLeaveNothingBehind) {
     Draw_Comb();
-    const screen_tests::Screen bare = screen_tests::Composed();
+    const Screen bare = Composed();
     for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 991e6 + marker * 2e6);
     Set_Marker_Trace(7, 1);
     Search_Peak(1, Peak_Step::highest);
@@ -269,7 +252,7 @@ TEST_F(Screens, MarkersStandOverTheTracesAndLeaveNothingBehind) {
     // Over and under each other, then away.
     for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 995e6 + marker * 0.2e6);
     for (int marker = 0; marker < markers; ++marker) Set_Marker_State(marker, false);
-    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), bare), 0);
+    EXPECT_EQ(Differing_Pixels(Composed(), bare), 0);
 }
 
 TEST_F(Screens, DisplayLine) {
@@ -283,7 +266,7 @@ TEST_F(Screens, DisplayLine) {
 
 TEST_F(Screens, MarkerTable) {
     Draw_Comb();
-    const screen_tests::Screen bare = screen_tests::Composed();
+    const Screen bare = Composed();
     for (int marker = 0; marker < markers; ++marker) Set_Marker_Place(marker, 991e6 + marker * 2e6);
     Set_Marker_Delta(2, -10e6);
     Set_Marker_Noise(4, true);
@@ -292,7 +275,7 @@ TEST_F(Screens, MarkerTable) {
     Set_Marker_Table(true);
     Expect_Screen("marker_table");
     Marker_All_Off();
-    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), bare), 0);
+    EXPECT_EQ(Differing_Pixels(Composed(), bare), 0);
 }
 
 TEST_F(Screens, PeakTable) {
@@ -301,6 +284,42 @@ TEST_F(Screens, PeakTable) {
     Set_Peak_Table(true);
     Search_Peak(0, Peak_Step::highest);
     Expect_Screen("peak_table");
+}
+
+/// High and low line with both verdicts, on both scales, under markers; then the editor, and nothing left behind.
+TEST_F(Screens, LimitLines) {
+    Draw_Comb();
+    Keypad_Exe(key_limit_line);
+    const screen_tests::Screen bare = screen_tests::Composed();
+    Set_Limit_Points(0, std::vector<Limit_Point>{{992e6, -5}, {1000e6, -20}, {1000e6, -40}, {1030e6, -70}});
+    Set_Limit_Points(3, std::vector<Limit_Point>{{970e6, -95}, {1005e6, -95}});
+    Set_Limit_Points(7, std::vector<Limit_Point>{{991e6, -50}, {997e6, -50}});
+    Choose_Limit_Lines(0, 3);
+    Set_Limit_Test(true);
+    Limits_End_Of_Sweep();
+    Redraw_Keys();
+    Expect_Screen("limit_fail");
+    Choose_Limit_Lines(no_limit_line, 3);
+    Set_Marker_Place(0, 999e6);
+    Set_Marker_Place(0, 1003.5e6);
+    Expect_Screen("limit_pass");
+    Set_Linear_Scale(true);
+    Choose_Limit_Lines(0, no_limit_line);
+    Limits_End_Of_Sweep();
+    Expect_Screen("limit_linear");
+    Set_Linear_Scale(false);
+    for (const std::int32_t code : {37, 33, key_up + 0, 35}) Keypad_Exe(code);
+    Expect_Screen("limit_editor");
+    Keypad_Exe(37);
+    Expect_Screen("limit_editor_second");
+    for (const std::int32_t code : {38, 38, 32, 35, 35}) Keypad_Exe(code);
+    Expect_Screen("limit_make");
+    for (const std::int32_t code : {38, 35, 33}) Keypad_Exe(code);
+    Expect_Screen("limit_files");
+    limitline_init();
+    Marker_All_Off();
+    Keypad_Exe(key_limit_line);
+    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), bare), 0);
 }
 
 /// A carrier over noise as stored levels, drawn by the rows of the scale in force.
@@ -314,27 +333,22 @@ void Store_Carrier() {
 }
 
 TEST_F(Screens, AmplitudePages) {
-    parse_txt_file(Word_List_Path(0));
-    numKey_init(0, face_regular);
-    mode_str_init();
     Amp_ArrayInit();
     Store_Carrier();
     Set_ReflevelOffset(2, -3);
     Draw_Status_Blocks();
-    for (const std::int32_t code : {key_amplitude + 0, 32 + 0}) Keypad_Exe(code);
-    Expect_Screen("amplitude");
-    for (const std::int32_t code : {36, 34, 38, 38}) Keypad_Exe(code);
+    Keys_Show("AMPL f0", "amplitude");
+    Keys("f4 f2 f6 f6");
     Set_Label_Position(labels_middle);
     Expect_Screen("amplitude_second");
     Set_Linear_Scale(true);
-    for (const std::int32_t code : {key_amplitude + 0, 32 + 0}) Keypad_Exe(code);
+    Keys("AMPL f0");
     Set_Label_Position(labels_left);
     Expect_Screen("amplitude_linear");
     Set_Linear_Scale(false);
     Set_Amplitude_Unit(unit_watt);
     Set_Label_Position(labels_right);
-    for (const std::int32_t code : {36, 38}) Keypad_Exe(code);
-    Expect_Screen("amplitude_watt");
+    Keys_Show("f4 f6", "amplitude_watt");
 }
 
 /// Four traces of one record, a carrier each, at their own levels.
@@ -349,14 +363,7 @@ void Store_Traces(Trace_Record& record, double level) {
 }
 
 TEST_F(Screens, FourTracesAndTheSplitDisplay) {
-    parse_txt_file(Word_List_Path(0));
-    numKey_init(0, face_regular);
-    mode_str_init();
-    Freqs_ArrayInit();
-    Amp_ArrayInit();
-    BW_Init();
-    Sweep_Init();
-    Init_Trace_Data();
+    Factory_Settings();
     Trace_Second_Flag = 1;
     for (Trace_Record& record : Trace_Data) record.mode = {trace_clear_write, trace_max_hold, trace_min_hold, trace_view};
     Trace_Data[0].detector_choice = {detector_sample, detector_positive, detector_negative, detector_average};
@@ -368,50 +375,33 @@ TEST_F(Screens, FourTracesAndTheSplitDisplay) {
     Draw_Status_Blocks();
     Display_all_icon();
     Draw_Average_Count(7);
-    for (const std::int32_t code : {key_trace + 0, 38, 35, '-' + 0, '2' + 0, '5' + 0, 32}) Keypad_Exe(code);
-    Expect_Screen("four_traces");
-    for (const std::int32_t code : {key_display + 0, 33, 32}) Keypad_Exe(code);
+    Keys_Show("TRACE f6 f3 - 2 5 f0", "four_traces");
+    Keys("DISPLAY f1 f0");
     Set_Cent(2, 433.92e6);
     Expect_Screen("split_both");
-    for (const std::int32_t code : {33, 37}) Keypad_Exe(code);
+    Keys("f1 f5");
     Set_Reflevel(2, -20);
     Set_Linear_Scale(true);
     Expect_Screen("split_active");
-    for (const std::int32_t code : {37, 36, key_trace + 0}) Keypad_Exe(code);
-    Expect_Screen("split_ended");
+    Keys_Show("f5 f4 TRACE", "split_ended");
 }
 
 TEST_F(Screens, BandwidthAndSweepPages) {
-    parse_txt_file(Word_List_Path(0));
-    numKey_init(0, face_regular);
-    mode_str_init();
-    Freqs_ArrayInit();
-    BW_Init();
-    Sweep_Init();
+    Init_Sweep();
     Set_Span(2, 1e6);
     Set_BW_RBW(2, 3e3);
-    for (const std::int32_t code : {key_bw + 0, 32 + 0}) Keypad_Exe(code);
-    Expect_Screen("bandwidth");
+    Keys_Show("BW f0", "bandwidth");
     Set_EMI_Filter(true);
-    for (const std::int32_t code : {key_bw + 0, 38 + 0}) Keypad_Exe(code);
-    Expect_Screen("bandwidth_emi");
+    Keys_Show("BW f6", "bandwidth_emi");
     Set_EMI_Filter(false);
     Set_BW_Ratio(2, 0.1);
-    for (const std::int32_t code : {key_sweep + 0, 33 + 0, '1' + 0, 34 + 0}) Keypad_Exe(code);
-    Expect_Screen("sweep_time_warning");
+    Keys_Show("SWEEP f1 1 f2", "sweep_time_warning");
 }
 
 /// The widest texts of bandwidths and sweep time, with the longest message.
 TEST_F(Screens, UncalibratedInEveryLanguage) {
-    constexpr std::array names{"uncal_english", "uncal_chinese_simplified", "uncal_russian", "uncal_chinese_traditional",
-                               "uncal_japanese"};
-    numKey_init(0, face_regular);
-    mode_str_init();
-    Freqs_ArrayInit();
-    BW_Init();
-    Sweep_Init();
-    for (int language = 0; language < 5; ++language) {
-        ASSERT_EQ(Set_Language(language), 0);
+    Init_Sweep();
+    Expect_In_Each_Language("uncal", [] {
         Sweep_Data.uncal[0] = 0;
         Set_VBW_Mode(false);
         Set_EMI_Filter(true);
@@ -421,66 +411,42 @@ TEST_F(Screens, UncalibratedInEveryLanguage) {
         BW_Data.rbw[0] = 14;
         Keypad_Exe(key_bw);
         Set_Sweep_Time(2, 2000);
-        Keypad_Exe(32);
+        Keys("f0");
         Ext_Sweep_Time_Auto();
-        display_warning(language % 2 ? warning_span_or_bandwidth : warning_uncal);
-        Expect_Screen(names[static_cast<std::size_t>(language)]);
-    }
+        display_warning(Language % 2 ? warning_span_or_bandwidth : warning_uncal);
+    });
 }
 
 /// The widest texts of the vertical settings.
 TEST_F(Screens, WideLevelsInEveryLanguage) {
-    constexpr std::array names{"levels_english", "levels_chinese_simplified", "levels_russian",
-                               "levels_chinese_traditional", "levels_japanese"};
-    numKey_init(0, face_regular);
-    mode_str_init();
     Amp_ArrayInit();
     keylink = &AmpLink[0];
-    for (int language = 0; language < 5; ++language) {
-        ASSERT_EQ(Set_Language(language), 0);
+    Expect_In_Each_Language("levels", [] {
         Keypad_Exe(key_amplitude);
         Set_Linear_Scale(true);
         Set_Reflevel(2, -50);
         Draw_Status_Blocks();
-        Keypad_Exe(32);
-        Expect_Screen(names[static_cast<std::size_t>(language)]);
-    }
+        Keys("f0");
+    });
 }
 
 TEST_F(Screens, StatusBlocksAndClock) {
-    parse_txt_file(Word_List_Path(0));
     System_Information_Data.model = "KVA7230";
     Freqs.center[0] = 433.92e6;
     Freqs.span[0] = 2e6;
     Sweep_Data.single = 1;
     Sweep_Data.time[0] = 0.0359;
-    mode_str_init();
     Show_Picture(picture_logo, 135, 21, 2, 2, target_video0);
     Draw_Model();
     Draw_Sweep_State();
     Draw_Status_Blocks();
     Draw_Average_Count(12);
     Draw_Clock();
-    const screen_tests::Screen before = screen_tests::Composed();
+    const Screen before = Composed();
     platform::Step_Clock(std::chrono::hours(10) + std::chrono::seconds(55));
     Draw_Clock();
     Expect_Screen("status");
-    EXPECT_GT(screen_tests::Differing_Pixels(screen_tests::Composed(), before), screen_tests::pixel_tolerance / 4);
-}
-
-TEST_F(Screens, SplitScreenWithMarkersAndIcons) {
-    Show_Picture_File("upscreen.jpg", 601, 201, 10, 58, fbVid0);
-    Show_Picture_File("topographic_split.jpg", 601, 201, 10, 332, fbVid0);
-    constexpr std::array markers{"MKR1.jpg", "MKR6.jpg", "DMKR2.jpg", "PMKR10.jpg"};
-    constexpr std::array icons{"LAN_on.jpg",    "SD_off.jpg",    "SWP_cont.jpg",
-                               "TRG_video.jpg", "AC charge.jpg", "bat 25.jpg"};
-    int x = 60;
-    for (const char* marker : markers) Show_Picture_File(marker, 21, 22, std::exchange(x, x + 90), 100, fbVid0);
-    x = 330;
-    for (const char* icon : icons) Show_Picture_File(icon, 38, 16, std::exchange(x, x + 44), 4, fbVid0);
-    Show_Picture_File("tr_AMAX.jpg", 34, 18, 618, 105, fbVid0);
-    Show_Picture_File("ICONA_PK+.jpg", 34, 33, 618, 123, fbVid0);
-    Expect_Screen("split_screen");
+    EXPECT_GT(Differing_Pixels(Composed(), before), pixel_tolerance / 4);
 }
 
 TEST_F(Screens, AllIcons) {
@@ -489,15 +455,12 @@ TEST_F(Screens, AllIcons) {
     Remote_Flag = 1;
     Trace_Data[0].mode = {trace_clear_write, trace_max_hold, trace_view, trace_blank};
     Trace_Data[0].detector = {detector_normal, detector_positive, detector_sample, detector_negative};
-    mode_str_init();
     Draw_Clock();
     Display_all_icon();
     Expect_Screen("icons");
 }
 
 TEST_F(Screens, ErrorList) {
-    parse_txt_file(Word_List_Path(0));
-    mode_str_init();
     Ext_Frame();
     blocktwo_str_init();
     for (int i = 0; i < 12; ++i) SCPI_ErrorPush(scpi_context, i % 2 ? -222 : 300);
@@ -513,15 +476,10 @@ TEST_F(Screens, ErrorList) {
     }
     scpi_context.input.position = 0;
     Sys_HwKey();
-    Sys_SwKey(1, 0);
-    Expect_Screen("error_list");
-    Sys_SwKey(1, 0);
-    Expect_Screen("error_list_next");
-    Sys_SwKey(1, 0);
-    Expect_Screen("error_list_next");
-    Sys_SwKey(6, 0);
-    Sys_SwKey(1, 0);
-    Expect_Screen("error_list");
+    Keys_Show("f1", "error_list");
+    Keys_Show("f1", "error_list_next");
+    Keys_Show("f1", "error_list_next");
+    Keys_Show("f6 f1", "error_list");
 }
 
 TEST_F(Screens, TheFirstPageOfEachFamily) {
@@ -530,7 +488,6 @@ TEST_F(Screens, TheFirstPageOfEachFamily) {
                                "save",      "recall",     "marker",    "marker_to",  "peak_search", "sequence",
                                "mode",      "system"};
     Freqs_ArrayInit();
-    parse_txt_file(Word_List_Path(0));
     for (std::size_t code = 0; code < names.size(); ++code) {
         if (!*names[code]) continue;  // the sweep-mode key shows the sweep page
         fHwKeyPtr[code]();
@@ -540,28 +497,21 @@ TEST_F(Screens, TheFirstPageOfEachFamily) {
 
 /// The pages of trigger and gate, and what the screen says of them.
 TEST_F(Screens, TriggerPages) {
-    parse_txt_file(Word_List_Path(0));
-    mode_str_init();
     Freqs_ArrayInit();
     Trigger_Data = {.source = trigger_by_video, .input_falling = 1, .delay = 12.34e-3, .video_level = -37.5,
                     .video_frequency = {1.2e9, 0}, .gate_length = 40e-9 * 30};
-    numKey_init(0, face_regular);
     Trigger_Wait_Shown = 1;
     Ext_Frame();
     blocktwo_str_init();
     Trigger_HwKey();
-    Keypad_Exe(key_soft_first + 5);
-    Expect_Screen("trigger_video");
-    Keypad_Exe(key_soft_first + 3);
-    Keypad_Exe(key_soft_first);
-    Expect_Screen("trigger_video_setup");
+    Keys_Show("f5", "trigger_video");
+    Keys_Show("f3 f0", "trigger_video_setup");
     Trigger_Data.source = trigger_by_input;
     Trigger_Data.gate = Sweep_Data.single = 1;
     Trigger_Line_Changed();
     Draw_Sweep_State();
     Sweep_HwKey();
-    Keypad_Exe(key_soft_first + 6);
-    Expect_Screen("trigger_gate_setup");
+    Keys_Show("f6", "trigger_gate_setup");
     // What came goes again.
     Trigger_Wait_Shown = 0;
     Trigger_Data = {};
@@ -574,7 +524,6 @@ TEST_F(Screens, TriggerPages) {
 
 /// The autoset page while the search runs, and the frequency page in zero span.
 TEST_F(Screens, KeysThatWait) {
-    parse_txt_file(Word_List_Path(0));
     Freqs_ArrayInit();
     Init_Trace_Data();
     Autoset_HwKey();
@@ -591,7 +540,6 @@ TEST_F(Screens, KeysThatWait) {
 }
 
 TEST_F(Screens, ErrorListInRussian) {
-    mode_str_init();
     Language = static_cast<std::uint8_t>(Language_Choice::russian);
     parse_txt_file(Word_List_Path(Language));
     Ext_Frame();
@@ -602,13 +550,12 @@ TEST_F(Screens, ErrorListInRussian) {
 }
 
 TEST_F(Screens, AMessageOutlastsTheNoticeBeforeIt) {
-    parse_txt_file(Word_List_Path(0));
     Show_Notice("User preset saved");
     ThirdAttentionwords(24);
-    const screen_tests::Screen standing = screen_tests::Composed();
+    const Screen standing = Composed();
     platform::Step_Clock(std::chrono::seconds(3));
     End_Notice_In_Time();
-    EXPECT_EQ(screen_tests::Differing_Pixels(screen_tests::Composed(), standing), 0);
+    EXPECT_EQ(Differing_Pixels(Composed(), standing), 0);
 }
 
 /// Pages of the System menu with what stands in force, and the information screen.
@@ -620,42 +567,16 @@ TEST_F(Screens, SystemPages) {
     System_Information_Data.firmware = "0.1";
     System_Information_Data.system_name = "Linux 6.1";
     System_Information_Data.versions_core = {1.25, 0, 2.5};
-    const auto press = [](std::initializer_list<std::int32_t> codes) {
-        for (const auto code : codes) Keypad_Exe(code);
-    };
-    numKey_init(0, face_regular);
-    mode_str_init();
-    parse_txt_file(Word_List_Path(0));
     Ext_Frame();
     keylink = &FreqLink[0];
-    press({key_system, 32});
-    Expect_Screen("system_information");
-    press({key_system, 35, 32});
-    Expect_Screen("system_time");
-    press({key_system, 36, 32});
-    Expect_Screen("system_preset");
-    press({key_system, 34, 35});
-    Expect_Screen("system_interfaces");
-    press({37});
-    Expect_Screen("system_serial");
-    press({38, 34, 33, '7', '3', key_left});
-    Expect_Screen("system_password");
+    Keys_Show("SYSTEM f0", "system_information");
+    Keys_Show("SYSTEM f3 f0", "system_time");
+    Keys_Show("SYSTEM f4 f0", "system_preset");
+    Keys_Show("SYSTEM f2 f3", "system_interfaces");
+    Keys_Show("f5", "system_serial");
+    Keys_Show("f6 f2 f1 7 3 left", "system_password");
     Sweep_Data.hold = 1;
-    press({key_frequency});
-    Expect_Screen("hold_refuses");
-}
-
-TEST_F(Screens, MeasurementWithResults) {
-    Show_Picture_File("uppergrid_screen.jpg", 601, 301, 10, 58, fbVid0);
-    Show_Picture_File("ocbwtable.jpg", 601, 143, 10, 366, fbVid0);
-    display::Draw_Field(fbOsd0, {22, 370, 180, 18}, 14, "Occupied bandwidth",
-                        {face_regular, 12, display::palette::label, display::palette::bar});
-    display::Draw_Field(fbOsd0, {22, 396, 180, 34}, 28, "3.842 MHz",
-                        {face_bold, 20, display::palette::value, display::palette::bar});
-    display::Draw_Field(fbOsd0, {225, 396, 180, 34}, 28, "-110.4",
-                        {face_seven_segment, 24, display::palette::trace_a, display::palette::bar},
-                        display::Align::right);
-    Expect_Screen("measurement");
+    Keys_Show("FREQ", "hold_refuses");
 }
 
 }  // namespace

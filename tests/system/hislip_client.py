@@ -133,18 +133,3 @@ class Hislip:
         kind, outcome, parameter, payload = self.request(ASYNC_LOCK, 1, time_ms, key.encode())
         self._expect((kind, parameter, payload), (ASYNC_LOCK_RESPONSE, 0, b""))
         return outcome
-
-    def unlock(self):
-        kind, outcome, parameter, payload = self.request(ASYNC_LOCK, 0, self.sent)
-        self._expect((kind, parameter, payload), (ASYNC_LOCK_RESPONSE, 0, b""))
-        return outcome
-
-    def lock_info(self):
-        """Whether an exclusive lock stands, and how many hold any."""
-        kind, exclusive, holders, payload = self.request(ASYNC_LOCK_INFO)
-        self._expect((kind, payload), (ASYNC_LOCK_INFO_RESPONSE, b""))
-        return exclusive, holders
-
-    def remote_local(self, code):
-        answer = self.request(ASYNC_REMOTE_LOCAL_CONTROL, code, self.sent)
-        self._expect(answer, (ASYNC_REMOTE_LOCAL_RESPONSE, 0, 0, b""))

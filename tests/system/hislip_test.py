@@ -3,9 +3,7 @@
 
 hislip_test.py --build DIR [--only TEXT]
 """
-import argparse
 import importlib.util
-import json
 import os
 import pathlib
 import signal
@@ -15,12 +13,11 @@ import subprocess
 import sys
 import tempfile
 import threading
-import time
 
 import hislip_client as hislip
 from hislip_client import Channel, Hislip, Hislip_Fault
-from instrument import Failure, Instrument, READY
-from wire_test import PATIENCE, QUIET, Plain, await_that, expect, expect_same, local_state, stopped_board
+from instrument import (PATIENCE, QUIET, READY, Failure, Instrument, Plain, await_that, checks_of, expect, expect_same,
+                        run_checks, stopped_board, parser_of, verdict)
 
 SESSIONS, SOCKETS = 16, 32
 
@@ -74,40 +71,14 @@ def check_settings_and_traces(instrument):
         expect_same(client.ask("SYST:ERR?"), '0,"No error"', "the error queue")
 
 
-def check_what_is_dropped(instrument):
-    with Hislip(instrument.hislip) as client:
-        client.write("*IDN?;", hislip.DATA)
-        expect_same(client.ask("*TST?"), "0", "only what the DataEnd carries")
-        for kind in (hislip.TRIGGER, 26, 200):
-            client.data.send(kind)
-            client.control.send(kind)
-        client.data.socket.sendall(b"XX" + hislip.HEADER.pack(b"HS", hislip.DATA_END, 0, 2, 5)[2:] + b"*IDN?")
-        expect_same(client.ask("*TST?"), "0", "after messages of no type")
-        for size in (513, 5000, 1048577):
-            client.write("*TST?" + " " * (size - 5))
-            expect_same(client.data.receive()[:2], (hislip.ERROR, 4), f"a message of {size} bytes")
-        expect_same(client.ask("*TST?;:SYST:ERR?"), '0;0,"No error"', "after messages that are too large")
-
-
 def check_status_and_service_requests(instrument):
     with Hislip(instrument.hislip) as client:
         client.write("*CLS;*ESE 32;*SRE 32")
-        client.write("*IDN?")
-        await_that("an answer that was not read does not show", lambda: client.status() == 16)
-        client.read()
-        expect_same(client.status(), 0, "status byte when all is read")
         client.write("NOT:A:COMMAND")
         expect_same([client.service_request(), client.service_request()], [96, 100], "service requests of an error")
         expect_same(client.ask("*STB?"), "100", "*STB?")
-        expect_same(client.service_request(), 116, "service request of an answer")
+        expect_same((client.service_request(), client.status()), (116, 100), "of an answer, and when it is read")
         client.write("*CLS;*ESE 0;*SRE 0")
-        expect_same(client.ask("*STB?"), "0", "after *CLS")
-        while not client.control.silent(0.2):
-            client.service_request()
-        client.write("NOT:A:COMMAND")
-        expect_same(client.ask("*STB?"), "4", "an error that nothing enables")
-        expect(client.control.silent(0.2), "a service request that nothing enables")
-        client.write("*CLS")
 
 
 def check_device_clear(instrument):
@@ -124,58 +95,6 @@ def check_device_clear(instrument):
             client.clear()
             expect_same((raw.line(), other.read()), ("0", "0\n"), "the others' turn")
             expect_same(client.ask("*TST?"), "0", "after the clear")
-
-
-def check_locks(instrument):
-    with Hislip(instrument.hislip) as holder, Hislip(instrument.hislip) as other:
-        expect_same(holder.lock(), 1, "exclusive lock")
-        expect_same((holder.lock(), other.lock(), other.lock("key", 200)), (3, 0, 0), "locks that can't be had")
-        expect_same(other.lock_info(), (1, 1), "lock information")
-        other.write("*TST?")
-        expect_same(holder.ask("*IDN?").count(","), 3, "the holder's message")
-        expect_same(other.status(), 0, "status of a client that is locked out")
-        expect(other.data.silent(0.2), "a message passed the lock")
-        expect_same(holder.unlock(), 1, "release")
-        expect_same(other.read(), "0\n", "the message after the release")
-        expect_same([holder.lock("key"), other.lock("key"), holder.lock()], [1, 1, 1], "shared, then both")
-        expect_same(other.lock_info(), (1, 2), "lock information")
-        other.control.send(hislip.ASYNC_LOCK, 1, 20000)
-        expect(other.control.silent(0.2), "a lock that is held was answered")
-        holder.close()
-        expect_same(other.control.receive()[:2], (hislip.ASYNC_LOCK_RESPONSE, 1), "lock of a holder that dropped")
-        expect_same((other.unlock(), other.unlock(), other.unlock()), (1, 2, 3), "releases")
-
-
-def check_remote_and_local(instrument):
-    preset = "/key/22"
-
-    def remote():
-        return local_state(instrument)["remote"]
-
-    with Hislip(instrument.hislip) as client:
-        client.ask(":FREQ:CENT 100 MHZ;CENT?")
-        expect(remote(), "not under remote control")
-        instrument.request(preset, "POST")
-        await_that("the preset key does not leave remote control", lambda: not remote())
-        client.remote_local(5)
-        await_that("not remote, and locked out", remote)
-        instrument.request(preset, "POST")
-        expect(not left(remote, QUIET), "the panel left remote control though it was locked out")
-        client.remote_local(2)
-        await_that("still remote", lambda: not remote())
-        client.ask("*TST?")
-        expect(not remote(), "remote though it is disabled")
-        client.remote_local(3)
-        await_that("not remote", remote)
-
-
-def left(remote, seconds):
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
-        if not remote():
-            return True
-        time.sleep(0.1)
-    return False
 
 
 def check_many_clients(instrument):
@@ -197,34 +116,6 @@ def check_many_clients(instrument):
     for talker in talkers:
         talker.join()
     expect(not faults, f"{len(faults)} clients failed, the first with: {faults[:1]}")
-
-
-def check_crowd(instrument):
-    """Idle connections take all slots: the next one is told so, and finds room later."""
-    crowd = [Channel(instrument.hislip) for _ in range(100)]
-    refused = await_refusal(instrument)
-    expect_same(refused, (hislip.FATAL_ERROR, 4), "one connection too many")
-    for channel in crowd:
-        channel.close()
-
-    def served():
-        try:
-            with Hislip(instrument.hislip) as client:
-                return client.ask("*TST?") == "0"
-        except (EOFError, OSError, Hislip_Fault):
-            return False
-
-    await_that("no room after the crowd has gone", served)
-
-
-def await_refusal(instrument):
-    channel = Channel(instrument.hislip)
-    try:
-        return channel.receive()[:2]
-    except (EOFError, OSError) as fault:
-        raise Failure(f"one connection too many: {fault!r}") from None
-    finally:
-        channel.close()
 
 
 def check_leaving(instrument):
@@ -286,26 +177,13 @@ def check_port(instrument):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--build", required=True, help="build folder with bin/kva720-run")
-    parser.add_argument("--only", default="", help="checks with this text in their name")
-    arguments = parser.parse_args()
-    checks = {name[6:]: check for name, check in globals().items() if name.startswith("check_")}
-    try:
+    arguments = parser_of(__doc__).parse_args()
+
+    def work():
         with Instrument(arguments.build) as instrument:
-            for name, check in checks.items():
-                if arguments.only not in name:
-                    continue
-                begin = time.monotonic()
-                try:
-                    check(instrument)
-                except (Failure, Hislip_Fault, EOFError, OSError, json.JSONDecodeError) as failure:
-                    raise Failure(f"{name}: {failure!r}") from None
-                print(f"{name}: passed ({time.monotonic() - begin:.1f} s)", flush=True)
-    except Failure as failure:
-        print(f"FAILED: {failure}", file=sys.stderr)
-        return 1
-    return 0
+            run_checks(checks_of(globals()), instrument, only=arguments.only, faults=(Hislip_Fault, EOFError, OSError))
+
+    return verdict(work)
 
 
 if __name__ == "__main__":

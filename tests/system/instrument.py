@@ -1,9 +1,12 @@
-"""Starts the virtual instrument for a system test, and sees what it leaves behind."""
+"""Starts the virtual instrument for a system test, sees what it leaves behind, and has the clients that tests share."""
+import argparse
+import contextlib
 import json
 import os
 import pathlib
 import queue
 import re
+import select
 import shutil
 import signal
 import socket
@@ -16,6 +19,8 @@ import time
 import urllib.error
 import urllib.request
 
+PATIENCE = 20  # s for an answer; a sanitizer build on a busy machine takes its time
+QUIET = 1.0  # s in which something must not happen
 READY = re.compile(r"^ready http=(\S+) scpi=(\S+) hislip=(\S+) vxi11=(on|off) root=(.*)$")
 
 
@@ -26,6 +31,68 @@ class Failure(Exception):
 def expect(truth, text):
     if not truth:
         raise Failure(text)
+
+
+def expect_same(got, wanted, what):
+    expect(got == wanted, f"{what}: {got!r} instead of {wanted!r}")
+
+
+def await_that(text, check, limit=PATIENCE):
+    """Waits until check gives something true and returns it; the text, or what it gives, goes into the failure."""
+    end = time.monotonic() + limit
+    while not (value := check()):
+        expect(time.monotonic() < end, text() if callable(text) else text)
+        time.sleep(0.05)
+    return value
+
+
+def run_checks(checks, *arguments, only="", faults=(OSError,)):
+    """Calls functions by their names with the arguments and tells of each."""
+    for name, check in checks.items():
+        if only not in name:
+            continue
+        begin = time.monotonic()
+        try:
+            check(*arguments)
+        except (Failure, *faults) as failure:
+            raise Failure(f"{name}: {failure!r}") from None
+        print(f"{name}: passed ({time.monotonic() - begin:.1f} s)", flush=True)
+
+
+def checks_of(names, prefix="check_"):
+    return {name.removeprefix(prefix): check for name, check in names.items() if name.startswith(prefix)}
+
+
+def parser_of(description):
+    """--build DIR [--only TEXT]"""
+    parser = argparse.ArgumentParser(description=description.splitlines()[0])
+    parser.add_argument("--build", required=True, help="build folder with bin/kva720-run")
+    parser.add_argument("--only", default="", help="checks with this text in their name")
+    return parser
+
+
+def processes(session):
+    """Living processes of a session: name and id. Each program has a group of its own."""
+    found = {}
+    for entry in pathlib.Path("/proc").iterdir():
+        if not entry.name.isdigit():
+            continue
+        try:
+            name, _, rest = (entry / "stat").read_text().partition("(")[2].rpartition(")")
+        except OSError:
+            continue
+        fields = rest.split()
+        if int(fields[3]) == session and fields[0] not in "ZX":
+            found[name] = int(entry.name)
+    return found
+
+
+def leftovers(root):
+    """Locks, sockets, FIFOs and links to terminals below a root."""
+    paths = [path for path in pathlib.Path(root).rglob("*")
+             if path.is_socket() or path.is_fifo() or path.suffix == ".lock" or path.name in ("lock", ".lock")]
+    paths += [path for name in ("dev/tts/2", "dev/serial") if os.path.lexists(path := pathlib.Path(root) / name)]
+    return [str(path.relative_to(root)) for path in paths]
 
 
 def verdict(work):
@@ -71,8 +138,11 @@ class Instrument:
                 self.process.wait(20)
             except subprocess.TimeoutExpired:
                 pass
-        for entry in self.processes_left():
-            os.kill(int(entry.split()[0]), signal.SIGKILL)
+        while left := self.processes_left():
+            for pid in left.values():
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(pid, signal.SIGKILL)
+            self.process.poll()
         self.process.wait()
         shutil.rmtree(self.folder, ignore_errors=True)
 
@@ -128,35 +198,16 @@ class Instrument:
             raise Failure(f"still running after {limit} s") from None
 
     def processes_left(self):
-        """Ids and names of the processes of the instrument's session; each program has a group of its own."""
-        left = []
-        for entry in pathlib.Path("/proc").iterdir():
-            if not entry.name.isdigit():
-                continue
-            try:
-                name, _, rest = (entry / "stat").read_text().partition("(")[2].rpartition(")")
-            except OSError:
-                continue
-            fields = rest.split()
-            if int(fields[3]) == self.process.pid and fields[0] != "Z":
-                left.append(f"{entry.name} ({name})")
-        return left
+        return processes(self.process.pid)
 
     def leftovers(self):
-        """Locks, sockets and FIFOs below the root."""
-        found = []
-        for path in pathlib.Path(self.root).rglob("*"):
-            if path.is_socket() or path.is_fifo() or path.suffix == ".lock" or path.name == "lock":
-                found.append(str(path.relative_to(self.root)))
-        return found
+        return leftovers(self.root)
 
     def pid_of(self, program):
         """The id of a process of the instrument by its program's name."""
-        for entry in self.processes_left():
-            number, name = entry.split(" ", 1)
-            if name == f"({program})":
-                return int(number)
-        raise Failure(f"no {program} among {self.processes_left()}")
+        found = self.processes_left()
+        expect(program in found, f"no {program} among {found}")
+        return found[program]
 
 
 def processor_seconds(pid):
@@ -199,6 +250,69 @@ class Local_Client:
         self.socket.sendall(b"IN")
         size, = struct.unpack("<I", self.answers.read(4))
         return json.loads(self.answers.read(size))
+
+
+def local_state(instrument):
+    """What the instrument says of itself over its local socket."""
+    with Local_Client(instrument.root) as client:
+        return client.state()
+
+
+def drain(instrument):
+    """Waits until the instrument has drawn what the board wrote before it stopped."""
+    seen = []
+
+    def still():
+        seen.append(instrument.trace())
+        time.sleep(0.2)
+        return len(seen) > 3 and all(trace == seen[-1] for trace in seen[-3:])
+
+    await_that("the trace moves on without samples", still)
+
+
+@contextlib.contextmanager
+def stopped_board(instrument):
+    """No sample comes, so no sweep ends."""
+    board = instrument.pid_of("kva720-board")
+    os.kill(board, signal.SIGSTOP)
+    try:
+        drain(instrument)
+        yield
+    finally:
+        os.kill(board, signal.SIGCONT)
+
+
+class Plain:
+    """A bare TCP client of the raw socket, for what a library would not do."""
+
+    def __init__(self, address):
+        host, _, port = address.rpartition(":")
+        self.socket = socket.create_connection((host, int(port)), timeout=PATIENCE)
+        self.rest = b""
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.socket.close()
+
+    def say(self, text):
+        self.socket.sendall(text.encode())
+
+    def line(self):
+        while b"\n" not in self.rest:
+            piece = self.socket.recv(65536)
+            expect(piece, "the instrument hung up")
+            self.rest += piece
+        line, _, self.rest = self.rest.partition(b"\n")
+        return line.decode()
+
+    def ask(self, text):
+        self.say(text + "\n")
+        return self.line()
+
+    def silent(self, seconds):
+        return not self.rest and not select.select([self.socket], [], [], seconds)[0]
 
 
 class Raw_Client:

@@ -3,64 +3,23 @@
 
 launcher_test.py --build DIR [--only TEXT]
 """
-import argparse
 import contextlib
-import json
 import os
 import pathlib
 import re
 import signal
 import socket
-import struct
 import subprocess
 import sys
 import tempfile
 import time
 import urllib.request
 
+from instrument import Failure, Local_Client, await_that, checks_of, expect, leftovers, processes, parser_of
+
 READY = re.compile(r"^ready http=127\.0\.0\.1:(\d+) scpi=\S+ hislip=127\.0\.0\.1:\d+ vxi11=(?:on|off) root=(.*)$")
 READY_LIMIT = 120  # s; a sanitizer build on a busy machine takes its time
 END_LIMIT = 60  # s
-
-
-class Failure(Exception):
-    """Something that the launcher should have done."""
-
-
-def expect(truth, text):
-    if not truth:
-        raise Failure(text)
-
-
-def await_that(text, check, limit=END_LIMIT):
-    end = time.monotonic() + limit
-    while not (value := check()):
-        expect(time.monotonic() < end, text)
-        time.sleep(0.05)
-    return value
-
-
-def processes(session):
-    """Living processes of a session: name and id."""
-    found = {}
-    for entry in pathlib.Path("/proc").iterdir():
-        if not entry.name.isdigit():
-            continue
-        try:
-            name, _, rest = (entry / "stat").read_text().partition("(")[2].rpartition(")")
-        except OSError:
-            continue
-        fields = rest.split()
-        if int(fields[3]) == session and fields[0] not in "ZX":
-            found[name] = int(entry.name)
-    return found
-
-
-def leftovers(root):
-    """Lock, sockets, FIFOs and links to terminals below a root."""
-    paths = [path for path in pathlib.Path(root).rglob("*") if path.is_socket() or path.is_fifo()]
-    paths += [path for name in (".lock", "dev/tts/2", "dev/serial") if os.path.lexists(path := pathlib.Path(root) / name)]
-    return [str(path.relative_to(root)) for path in paths]
 
 
 class Launcher:
@@ -159,25 +118,11 @@ def greets(port):
     return False
 
 
-def ask_state(root):
-    """The instrument's own word about itself, over its local socket."""
-    folder = os.open(os.path.join(root, "tmp/web_store"), os.O_PATH)
-    try:
-        with socket.socket(socket.AF_UNIX) as connection:
-            connection.settimeout(10)
-            connection.connect(f"/proc/self/fd/{folder}/talmiron.sock")
-            connection.sendall(b"IN")
-            answer = connection.makefile("rb")
-            size, = struct.unpack("<I", answer.read(4))
-            return json.loads(answer.read(size))
-    finally:
-        os.close(folder)
-
-
 def test_comes_up_and_ends_on_sigterm(stage):
     launcher = stage.launch("--model", "KVA7200", "--seed", "7", root=stage.root("a" * 70, "b" * 70))
     port = launcher.ready()
-    state = ask_state(launcher.root)
+    with Local_Client(launcher.root) as client:
+        state = client.state()
     expect(state["model"] == "KVA7200" and state["starting"] is False, f"strange state at ready: {state}")
     expect(sorted(launcher.programs()) == ["kva720", "kva720-board", "kva720-web"], f"runs {launcher.programs()}")
     expect(greets(port), "the front panel doesn't answer")
@@ -195,7 +140,7 @@ def test_ctrl_c_ends_all_in_order(stage):
 def test_stop_while_starting(stage):
     for name in ("kva720-board", "kva720", "kva720-web"):
         launcher = stage.launch(root=stage.root(name))
-        await_that(f"{name} was not started", lambda: name in launcher.programs())
+        await_that(f"{name} was not started", lambda: name in launcher.programs(), END_LIMIT)
         launcher.signal(signal.SIGTERM)
         launcher.expect_end(0, 0)
 
@@ -285,7 +230,7 @@ def test_faults_at_the_start_are_one_line(stage):
             expect(not processes(launcher.session), "something is left running")
         except Failure as failure:
             raise Failure(f"{what}: {failure}") from None
-    left = leftovers(stage.folder.name) + [str(path) for path in pathlib.Path(stage.folder.name).rglob(".lock")]
+    left = leftovers(stage.folder.name)
     expect(not left, f"left behind: {left}")
 
 
@@ -313,7 +258,7 @@ def test_a_dead_front_panel_comes_back(stage):
     port = launcher.ready()
     before = launcher.programs()
     os.kill(before["kva720-web"], signal.SIGKILL)
-    await_that("the front panel did not come back", lambda: greets(port))
+    await_that("the front panel did not come back", lambda: greets(port), END_LIMIT)
     after = launcher.programs()
     expect(after["kva720"] == before["kva720"], "the instrument was started again too")
     os.kill(after["kva720-web"], signal.SIGKILL)
@@ -325,7 +270,7 @@ def test_a_killed_launcher_leaves_no_program_and_the_root_usable(stage):
     launcher.ready()
     launcher.signal(signal.SIGKILL)
     launcher.process.wait()
-    await_that("programs outlive the launcher", lambda: not processes(launcher.session))
+    await_that("programs outlive the launcher", lambda: not processes(launcher.session), END_LIMIT)
     again = stage.launch()
     again.ready()
     again.signal(signal.SIGTERM)
@@ -333,14 +278,10 @@ def test_a_killed_launcher_leaves_no_program_and_the_root_usable(stage):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--build", required=True, help="build folder")
-    parser.add_argument("--only", default="", help="tests with this text in their name")
-    arguments = parser.parse_args()
+    arguments = parser_of(__doc__).parse_args()
     global PROGRAM
     PROGRAM = os.path.join(os.path.abspath(arguments.build), "bin", "kva720-run")
-
-    tests = {name[5:]: test for name, test in globals().items() if name.startswith("test_")}
+    tests = checks_of(globals(), "test_")
     failed = 0
     chosen = {name: test for name, test in tests.items() if arguments.only in name}
     for name, test in chosen.items():

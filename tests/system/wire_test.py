@@ -3,71 +3,18 @@
 
 wire_test.py --build DIR [--only TEXT]
 """
-import argparse
 import contextlib
 import os
 import re
-import select
-import signal
 import socket
 import struct
 import subprocess
 import sys
-import threading
-import time
 
 import pyvisa
 
-from instrument import Failure, Instrument, Local_Client, expect, verdict
-
-PATIENCE = 15  # s for an answer; a sanitizer build on a busy machine takes its time
-QUIET = 1.0  # s in which something must not happen
-CLIENTS = 32
-
-
-def expect_same(got, wanted, what):
-    expect(got == wanted, f"{what}: {got!r} instead of {wanted!r}")
-
-
-def await_that(text, check):
-    end = time.monotonic() + PATIENCE
-    while not (value := check()):
-        expect(time.monotonic() < end, text)
-        time.sleep(0.05)
-    return value
-
-
-class Plain:
-    """A bare TCP client, for what a library would not do."""
-
-    def __init__(self, address):
-        host, _, port = address.rpartition(":")
-        self.socket = socket.create_connection((host, int(port)), timeout=PATIENCE)
-        self.rest = b""
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.socket.close()
-
-    def say(self, text):
-        self.socket.sendall(text.encode())
-
-    def line(self):
-        while b"\n" not in self.rest:
-            piece = self.socket.recv(65536)
-            expect(piece, "the instrument hung up")
-            self.rest += piece
-        line, _, self.rest = self.rest.partition(b"\n")
-        return line.decode()
-
-    def ask(self, text):
-        self.say(text + "\n")
-        return self.line()
-
-    def silent(self, seconds):
-        return not self.rest and not select.select([self.socket], [], [], seconds)[0]
+from instrument import (PATIENCE, QUIET, Instrument, Plain, checks_of, expect, expect_same, local_state, run_checks,
+                        stopped_board, parser_of, verdict)
 
 
 class Controller:
@@ -96,12 +43,6 @@ class Controller:
         data = self.socket.recv(65536)
         kind, request, argument = self.HEAD.unpack(data[:self.HEAD.size])
         return data[self.HEAD.size:].decode() if kind == 1 else (request, argument)
-
-
-def local_state(instrument):
-    """What the instrument says of itself over its local socket."""
-    with Local_Client(instrument.root, PATIENCE) as client:
-        return client.state()
 
 
 class Wires:
@@ -185,44 +126,6 @@ def check_service_requests(instrument, _):
         expect_same(usb.packet(), (2, 0), "status byte")
 
 
-def check_cuts(instrument, _):
-    with Plain(instrument.scpi) as first, Plain(instrument.scpi) as second:
-        identity = second.ask("*IDN?")
-        first.say("*ID")
-        expect_same(second.ask("*IDN?"), identity, "beside half a message")
-        first.say("N?\n")
-        expect_same(first.line(), identity, "a message in halves")
-        first.socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        for byte in ":FREQ:CENT 1 GHZ;SPAN 10 MHZ;:FREQ:CENT?;SPAN?\r\n":
-            first.say(byte)
-        center, span = first.line().split(";")
-        expect((float(center), float(span)) == (1e9, 10e6), f"set byte by byte: {center}, {span}")
-        first.say("SYST:ERR? " + "x" * 2000)
-        expect_same(second.ask("SYST:ERR?"), '0,"No error"', "beside an endless message")
-        expect_same(first.ask("\nSYST:ERR?"), '0,"No error"', "after a message that is too long")
-
-
-def check_many_clients(instrument, _):
-    faults = []
-
-    def talk(number):
-        try:
-            with Plain(instrument.scpi) as client:
-                for turn in range(20):
-                    count = (number + turn) % 5 + 1
-                    got = client.ask(";".join(["*TST?"] * count))
-                    expect_same(got, ";".join(["0"] * count), f"client {number}")
-        except (Failure, OSError) as fault:
-            faults.append(fault)
-
-    talkers = [threading.Thread(target=talk, args=(number,)) for number in range(CLIENTS)]
-    for talker in talkers:
-        talker.start()
-    for talker in talkers:
-        talker.join()
-    expect(not faults, f"{len(faults)} of {CLIENTS} failed, the first with: {faults[:1]}")
-
-
 def check_band_and_reset(instrument, wires):
     with wires.socket() as client:
         preset = client.query(":FREQ:CENT?;SPAN?")
@@ -256,30 +159,6 @@ def check_trace(instrument, wires):
         expect_same(client.query("SYST:ERR?"), '0,"No error"', "the error queue")
 
 
-def drain(instrument):
-    """Waits until the instrument has drawn what the board wrote before it stopped."""
-    seen = []
-
-    def still():
-        seen.append(instrument.trace())
-        time.sleep(0.2)
-        return len(seen) > 3 and all(trace == seen[-1] for trace in seen[-3:])
-
-    await_that("the trace moves on without samples", still)
-
-
-@contextlib.contextmanager
-def stopped_board(instrument):
-    """No sample comes, so no sweep ends."""
-    board = instrument.pid_of("kva720-board")
-    os.kill(board, signal.SIGSTOP)
-    try:
-        drain(instrument)
-        yield
-    finally:
-        os.kill(board, signal.SIGCONT)
-
-
 def check_waits(instrument, _):
     with Plain(instrument.scpi) as other:
         identity = other.ask("*IDN?")
@@ -303,18 +182,6 @@ def check_waits(instrument, _):
                 expect(fresh.silent(0.2), "a new client got another's answer")
 
 
-def check_deaf_client(instrument, _):
-    with Plain(instrument.scpi) as deaf, Plain(instrument.scpi) as other:
-        deaf.socket.settimeout(0.2)
-        with contextlib.suppress(TimeoutError):
-            while True:
-                deaf.say("*IDN?\n" * 1000)
-        begin = time.monotonic()
-        for _ in range(20):
-            other.ask("*IDN?")
-        expect(time.monotonic() - begin < PATIENCE, "a client that never reads holds up another")
-
-
 def check_leaving(instrument, _):
     """Clients that leave at any time leave nothing behind."""
     for turn in range(100):
@@ -326,24 +193,12 @@ def check_leaving(instrument, _):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--build", required=True, help="build folder with bin/kva720-run")
-    parser.add_argument("--only", default="", help="checks with this text in their name")
-    arguments = parser.parse_args()
-    checks = {name[6:]: check for name, check in globals().items() if name.startswith("check_")}
+    arguments = parser_of(__doc__).parse_args()
 
     def work():
         with Instrument(arguments.build) as instrument:
             wires = Wires(instrument)
-            for name, check in checks.items():
-                if arguments.only not in name:
-                    continue
-                begin = time.monotonic()
-                try:
-                    check(instrument, wires)
-                except (Failure, OSError, pyvisa.Error) as failure:
-                    raise Failure(f"{name}: {failure}") from None
-                print(f"{name}: passed ({time.monotonic() - begin:.1f} s)", flush=True)
+            run_checks(checks_of(globals()), instrument, wires, only=arguments.only, faults=(OSError, pyvisa.Error))
             wires.manager.close()
 
     return verdict(work)

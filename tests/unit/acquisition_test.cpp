@@ -1,16 +1,7 @@
-#include <cmath>
-#include <limits>
 #include <memory>
-#include <vector>
 
 #include "platform/sample_memory.h"
-#include "records/amp.h"
-#include "records/freqs.h"
-#include "records/handover.h"
-#include "records/sweep.h"
 #include "records_fixture.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 #include "trace/scale.h"
 
 namespace {
@@ -45,21 +36,17 @@ TEST_F(Acquisition, TheNormalDetectorAlternatesItsPeaks) {
     Fill(positive_peak_samples, -20);
     Fill(negative_peak_samples, -80);
     Write(601);
-    EXPECT_EQ(Value(0), -80);
-    EXPECT_EQ(Value(1), -20);
-    EXPECT_EQ(Value(600), -80);
-    EXPECT_EQ(Record().processed, 601);
-    EXPECT_EQ(Record().sweep_complete, 1);
-    EXPECT_EQ(Record().sweeps, 1);
+    Walk({{"", [&] { return Value(0); }, -80}, {"", [&] { return Value(1); }, -20},
+          {"", [&] { return Value(600); }, -80}, {"", [&] { return Record().processed; }, 601},
+          {"", [&] { return Record().sweep_complete; }, 1}, {"", [&] { return Record().sweeps; }, 1}});
 }
 
 TEST_F(Acquisition, OnlyWhatWasWrittenIsTaken) {
     Fill(positive_peak_samples, -20);
     Fill(negative_peak_samples, -20);
     Write(300);
-    EXPECT_EQ(Value(299), -20);
-    EXPECT_EQ(Value(300), -180);
-    EXPECT_EQ(Record().sweep_complete, 0);
+    Walk({{"", [&] { return Value(299); }, -20}, {"", [&] { return Value(300); }, -180},
+          {"", [&] { return Record().sweep_complete; }, 0}});
 }
 
 TEST_F(Acquisition, TheRingEndsWhereItStartsAgain) {
@@ -109,8 +96,7 @@ TEST_F(Acquisition, ZeroSpanTurnsVoltsIntoLevels) {
     memory[positive_peak_samples + 3] = 1e6;
     Write(601);
     EXPECT_NEAR(Value(1), -30, 1e-4);
-    EXPECT_EQ(Value(3), 30);
-    EXPECT_EQ(Value(0), -180) << "no voltage";
+    Walk({{"", [&] { return Value(3); }, 30}, {"", [&] { return Value(0); }, -180, "no voltage"}});
 }
 
 TEST_F(Acquisition, HoldModesKeepTheirExtremes) {
@@ -122,9 +108,8 @@ TEST_F(Acquisition, HoldModesKeepTheirExtremes) {
     Write(601);
     Fill(positive_peak_samples, -70);
     Write(2 * 601);
-    EXPECT_EQ(Value(7, 0), -50);
-    EXPECT_EQ(Value(7, 1), -70);
-    EXPECT_EQ(Value(7, 2), -180) << "a frozen trace stays";
+    Walk({{"", [&] { return Value(7, 0); }, -50}, {"", [&] { return Value(7, 1); }, -70},
+          {"", [&] { return Value(7, 2); }, -180, "a frozen trace stays"}});
 }
 
 TEST_F(Acquisition, AMaximumHoldBelowItsLevelStartsAgain) {
@@ -146,8 +131,7 @@ TEST_F(Acquisition, SingleSweepStopsAfterItsLastPointAndCompletesWhatWaits) {
     Write(300);
     EXPECT_EQ(SweepSingle_Data, 0);
     Write(700);
-    EXPECT_EQ(SweepSingle_Data, 1);
-    EXPECT_EQ(Record().processed, 601);
+    Walk({{"", SweepSingle_Data, 1}, {"", [&] { return Record().processed; }, 601}});
     EXPECT_EQ(SCPI_RegGet(scpi_context, reg_esr), std::uint32_t{esr_operation_complete});
     Write(1202);
     EXPECT_EQ(Record().processed, 601);

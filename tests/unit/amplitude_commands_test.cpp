@@ -1,27 +1,12 @@
-#include <string>
-
 #include "commands_rig.h"
-#include "records/amp.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 
 namespace {
-
-using Codes = std::vector<int>;
 
 class Amplitude_Commands : public Commands {
 protected:
     void SetUp() override {
         Commands::SetUp();
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
+        Factory_Settings();
     }
     static constexpr const char* settings[] = {"DISP:TRAC:Y:RLEV", "DISP:TRAC:Y:RLEV:OFFS", "DISP:TRAC:Y:PDIV",
                                                "INP:ATT", "INP:OFFS"};
@@ -86,12 +71,9 @@ TEST_F(Amplitude_Commands, LevelsAreReadAndAnsweredInTheUnit) {
 TEST_F(Amplitude_Commands, TheAutomaticScale) {
     Trace_Data[0].value[0].fill(-62);
     Trace_Data[0].value[0][9] = -47.3f;
-    EXPECT_EQ(Errors("DISP:TRAC:Y:AUTO"), Codes{});
-    EXPECT_EQ(Ask("DISP:TRAC:Y:RLEV?;:DISP:TRAC:Y:PDIV?"), "-4.700000000e+01;5");
-    EXPECT_EQ(Errors("DISP:TRAC:Y:AUTO 1"), Codes{-108});
-    Ask("DISP:TRAC:Y:SPAC LIN");
-    EXPECT_EQ(Errors("DISP:TRAC:Y:AUTO"), Codes{-221});
-    EXPECT_EQ(Errors("DISP:TRAC:Y:PDIV 10"), Codes{-221});
+    Talk({{"DISP:TRAC:Y:AUTO"}, {"DISP:TRAC:Y:RLEV?;:DISP:TRAC:Y:PDIV?", "-4.700000000e+01;5"},
+          {"DISP:TRAC:Y:AUTO 1", -108}, {"DISP:TRAC:Y:SPAC LIN"}, {"DISP:TRAC:Y:AUTO", -221},
+          {"DISP:TRAC:Y:PDIV 10", -221}});
 }
 
 TEST_F(Amplitude_Commands, WhatDoesNotSuitIsRefusedAndChangesNothing) {
@@ -106,13 +88,8 @@ TEST_F(Amplitude_Commands, WhatDoesNotSuitIsRefusedAndChangesNothing) {
         EXPECT_EQ(Errors(setting + " 1,2"), Codes{-108}) << setting;
         EXPECT_EQ(Errors(setting + "? 1"), Codes{-108}) << setting;
     }
-    EXPECT_EQ(Errors("INP:ATT 10 DBM"), Codes{-130});
-    EXPECT_EQ(Errors("DISP:TRAC:Y:RLEV 10 DB"), Codes{-130});
-    EXPECT_EQ(Errors("INP:IMP 60"), Codes{-224});
-    EXPECT_EQ(Errors("UNIT:POW DBW"), Codes{-224});
-    EXPECT_EQ(Errors("DISP:TRAC:Y:SPAC SQUARE"), Codes{-224});
-    EXPECT_EQ(Errors("DISP:TRAC:Y:POS MIDDLE"), Codes{-224});
-    EXPECT_EQ(Errors("POW:GAIN 2"), Codes{-120});
+    Talk({{"INP:ATT 10 DBM", -130}, {"DISP:TRAC:Y:RLEV 10 DB", -130}, {"INP:IMP 60", -224}, {"UNIT:POW DBW", -224},
+          {"DISP:TRAC:Y:SPAC SQUARE", -224}, {"DISP:TRAC:Y:POS MIDDLE", -224}, {"POW:GAIN 2", -120}});
     Run_AuotSet_flag = 1;
     for (const char* setting :
          {"DISP:TRAC:Y:RLEV 1", "DISP:TRAC:Y:RLEV:OFFS 1", "DISP:TRAC:Y:PDIV 1", "DISP:TRAC:Y:SPAC LIN",
@@ -120,12 +97,10 @@ TEST_F(Amplitude_Commands, WhatDoesNotSuitIsRefusedAndChangesNothing) {
           "INP:OFFS 1", "POW:GAIN 1", "UNIT:POW V"}) {
         EXPECT_EQ(Errors(setting), Codes{-221}) << setting;
     }
-    EXPECT_EQ(Ask("UNIT:POW?;:INP:ATT?"), "DBM;10") << "queries are answered";
-    EXPECT_EQ(Amp.displayed_reference, before.displayed_reference);
-    EXPECT_EQ(Amp.attenuation_mode, before.attenuation_mode);
-    EXPECT_EQ(Amp.correction_75, before.correction_75);
-    EXPECT_EQ(Amp.scale_code, before.scale_code);
-    EXPECT_EQ(Amp.label_position, before.label_position);
+    Talk({{"UNIT:POW?;:INP:ATT?", "DBM;10", "queries are answered"},
+          {"", Amp.displayed_reference, before.displayed_reference},
+          {"", Amp.attenuation_mode, before.attenuation_mode}, {"", Amp.correction_75, before.correction_75},
+          {"", Amp.scale_code, before.scale_code}, {"", Amp.label_position, before.label_position}});
 }
 
 }  // namespace

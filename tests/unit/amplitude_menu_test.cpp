@@ -1,18 +1,5 @@
-#include <string_view>
-
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
 #include "keys/soft_keys.h"
-#include "panel.h"
-#include "records/amp.h"
-#include "records/freqs.h"
-#include "records/keystate.h"
 #include "records_fixture.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "system/preset.h"
-#include "trace/acquisition.h"
 
 namespace {
 
@@ -21,13 +8,7 @@ class Amplitude_Menu : public Records {
 protected:
     void SetUp() override {
         Records::SetUp();
-        root.Write("/var/log/error.log", "");
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
-        keylink = &FreqLink[0];
+        Factory_Settings();
         Keypad_Exe(key_amplitude);
     }
     static std::string Value(int key) {
@@ -43,121 +24,52 @@ protected:
     static int Shown() { return Amp.displayed_reference[0]; }
 };
 
-constexpr std::int32_t soft(int key) { return key_soft_first + key; }
-
 TEST_F(Amplitude_Menu, ReferenceLevelsInEachUnit) {
-    Press({soft(0)});
-    Type("-20");
-    EXPECT_EQ(keylink.load(), &NumLink[2]);
-    Press({soft(0)});
-    EXPECT_EQ(Shown(), -20);
-    EXPECT_EQ(Value(0), "-20.00 dBm");
-    Type("97");
-    Press({soft(2)});
-    EXPECT_EQ(Shown(), -10) << "97 dBuV";
+    Walk({{"f0 -20", NumLink[2]}, {"f0", [&] { return Shown(); }, -20}, {"", Says(0), "-20.00 dBm"},
+          {"97 f2", [&] { return Shown(); }, -10, "97 dBuV"}});
     Press({key_knob_right_first + 2, key_down});
-    EXPECT_EQ(Shown(), -17);
-    Press({soft(4)});
+    Walk({{"", Shown, -17}, {"f4"}});
     ASSERT_EQ(keylink.load(), &AmpLink[1]);
     EXPECT_EQ(AmpLink[1].highlight, 0) << "the unit in force";
     for (const auto& [key, value] : {std::pair{1, "29.99 dBmV"}, {2, "89.99 dBuV"}, {3, "31.59 mV"}, {4, "19.95 uW"}}) {
         Press({soft(key)});
-        EXPECT_EQ(AmpLink[1].highlight, key);
-        EXPECT_EQ(Amp.unit, key);
-        Press({soft(6)});
+        Walk({{"", AmpLink[1].highlight, key}, {"", Amp.unit, key}, {"f6"}});
         ASSERT_EQ(keylink.load(), &AmpLink[0]);
-        EXPECT_EQ(Value(0), value);
-        Press({soft(4)});
+        Walk({{"", [&] { return Value(0); }, value}, {"f4"}});
     }
-    Press({soft(6), soft(0)});
-    Type("-2");
-    EXPECT_EQ(keylink.load(), &NumLink[4]) << "watts";
-    Press({soft(1)});
-    EXPECT_EQ(Shown(), 3) << "no minus: 2 mW";
-    Press({soft(4), soft(3), soft(6), soft(0)});
-    Type("0.1");
-    Press({soft(0)});
-    EXPECT_EQ(Shown(), -7) << "0.1 V";
-    EXPECT_EQ(Value(0), "99.88 mV");
+    Walk({{"f6 f0 -2", NumLink[4], "watts"}, {"f1", [&] { return Shown(); }, 3, "no minus: 2 mW"},
+          {"f4 f3 f6 f0 0.1 f0", [&] { return Shown(); }, -7, "0.1 V"}, {"", Says(0), "99.88 mV"}});
 }
 
 TEST_F(Amplitude_Menu, AttenuationTypedSteppedAndSwitched) {
-    Press({soft(1)});
-    EXPECT_EQ(Amp.attenuation_mode[0], 0) << "the first press selects";
-    Type("25");
-    EXPECT_EQ(keylink.load(), &NumLink[5]);
-    Press({soft(0)});
-    EXPECT_EQ(Value(1), "25 dB");
-    EXPECT_EQ(Chosen(1), 1);
-    Press({key_knob_left_last, key_up});
-    EXPECT_EQ(Amp.attenuation[0], 29);
-    Press({soft(1)});
-    EXPECT_EQ(Value(1), "10 dB");
-    EXPECT_EQ(Chosen(1), 0);
-    Press({soft(0), soft(1)});
-    EXPECT_EQ(Amp.attenuation_mode[0], 0);
-    Press({soft(5)});
-    EXPECT_EQ(Amp.preamplifier_auto, 1);
-    EXPECT_EQ(Chosen(5), 0);
-    Press({key_up});
-    EXPECT_EQ(Amp.preamplifier_auto, 0) << "arrows step a choice";
-    Type("5");
-    EXPECT_EQ(keylink.load(), &AmpLink[0]) << "it takes no digits";
+    Walk({{"f1", Amp.attenuation_mode[0], 0, "the first press selects"}, {"25", NumLink[5]}, {"f0", Says(1), "25 dB"},
+          {"", [&] { return Chosen(1); }, 1}, {"<< up", Amp.attenuation[0], 29}, {"f1", Says(1), "10 dB"},
+          {"", [&] { return Chosen(1); }, 0}, {"f0 f1", Amp.attenuation_mode[0], 0}, {"f5", Amp.preamplifier_auto, 1},
+          {"", [&] { return Chosen(5); }, 0}, {"up", Amp.preamplifier_auto, 0, "arrows step a choice"},
+          {"5", AmpLink[0], "it takes no digits"}});
 }
 
 TEST_F(Amplitude_Menu, ScalesAndWhatTheyGrey) {
-    Press({soft(2)});
-    EXPECT_EQ(Amp.scale_code[0], 1);
-    Press({soft(2), soft(2), key_knob_right_first});
-    EXPECT_EQ(Amp.scale_code[0], 0);
-    Press({soft(3)});
-    EXPECT_EQ(Amp.scale_type[0], 1);
-    EXPECT_EQ(Value(0), "223.61 mV");
-    Press({soft(2)});
-    EXPECT_EQ(AmpLink[0].highlight, 3) << "no decibels a division";
-    EXPECT_EQ(Amp.scale_code[0], 0);
+    Walk({{"f2", Amp.scale_code[0], 1}, {"f2 f2 >", Amp.scale_code[0], 0}, {"f3", Amp.scale_type[0], 1},
+          {"", Says(0), "223.61 mV"}, {"f2", AmpLink[0].highlight, 3, "no decibels a division"},
+          {"", Amp.scale_code[0], 0}});
     Trace_Data[0].value[0].fill(-33);
-    Press({soft(6), soft(4)});
-    EXPECT_EQ(Shown(), 0);
-    Press({key_amplitude, soft(3), soft(6), soft(4)});
-    EXPECT_EQ(Amp.scale_type[0], 0);
-    EXPECT_EQ(Shown(), -33);
-    EXPECT_EQ(Amp.scale_code[0], 3);
+    Walk({{"f6 f4", [&] { return Shown(); }, 0}, {"AMPL f3 f6 f4", Amp.scale_type[0], 0},
+          {"", [&] { return Shown(); }, -33}, {"", Amp.scale_code[0], 3}});
 }
 
 TEST_F(Amplitude_Menu, OffsetImpedanceAndLabels) {
-    Press({soft(6), soft(0)});
-    Type("-12.6");
-    Press({soft(0)});
-    EXPECT_EQ(Amp.offset[0], -13);
-    EXPECT_EQ(Value(0), "-13 dB");
-    Press({soft(2)});
-    EXPECT_EQ(AmpLink[2].highlight, 0) << "greyed at 50 ohm";
-    Press({soft(1)});
-    EXPECT_EQ(Amp.impedance[0], 1);
-    Press({soft(2), key_up});
-    EXPECT_EQ(Amp.correction_75[0], 7);
-    EXPECT_EQ(Shown(), -6);
-    Press({soft(3)});
-    EXPECT_EQ(keylink.load(), &AmpLink[2]) << "there are no corrections";
-    Press({soft(5), soft(0), soft(1), soft(1)});
-    EXPECT_EQ(Amp.labels, 0);
-    EXPECT_EQ(Amp.label_position, labels_right);
-    Press({key_up});
-    EXPECT_EQ(Amp.label_position, labels_left);
-    Press({soft(6), soft(6)});
-    EXPECT_EQ(keylink.load(), &AmpLink[0]);
+    Walk({{"f6 f0 -12.6 f0", Amp.offset[0], -13}, {"", Says(0), "-13 dB"},
+          {"f2", AmpLink[2].highlight, 0, "greyed at 50 ohm"}, {"f1", Amp.impedance[0], 1},
+          {"f2 up", Amp.correction_75[0], 7}, {"", [&] { return Shown(); }, -6},
+          {"f3", AmpLink[2], "there are no corrections"}, {"f5 f0 f1 f1", Amp.labels, 0},
+          {"", Amp.label_position, labels_right}, {"up", Amp.label_position, labels_left}, {"f6 f6", AmpLink[0]}});
 }
 
 TEST_F(Amplitude_Menu, PresetPutsItAllBack) {
-    Press({soft(3), soft(5), soft(6), soft(1), soft(2), key_up, soft(5), soft(0), key_preset});
-    EXPECT_EQ(Amp.scale_type[0], 0);
-    EXPECT_EQ(Amp.unit, unit_dbm);
-    EXPECT_EQ(Amp.preamplifier_auto, 0);
-    EXPECT_EQ(Amp.impedance[0], 0);
-    EXPECT_EQ(Amp.correction_75[0], 6);
-    EXPECT_EQ(Amp.labels, 1);
-    EXPECT_EQ(Shown(), 0);
+    Walk({{"f3 f5 f6 f1 f2 up f5 f0 PRESET", Amp.scale_type[0], 0}, {"", Amp.unit, unit_dbm},
+          {"", Amp.preamplifier_auto, 0}, {"", Amp.impedance[0], 0}, {"", Amp.correction_75[0], 6}, {"", Amp.labels, 1},
+          {"", [&] { return Shown(); }, 0}});
 }
 
 }  // namespace

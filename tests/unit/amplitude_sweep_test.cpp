@@ -1,10 +1,6 @@
 // A carrier of the calibration scene through every vertical setting: column, level, row and answer.
 
-#include <cmath>
-#include <sstream>
-
 #include "keys/level_units.h"
-#include "records/amp.h"
 #include "sweep_rig.h"
 #include "trace/scale.h"
 
@@ -16,12 +12,11 @@ class Amplitude_Sweep : public Sweep_Rig {
 protected:
     void SetUp() override {
         Sweep_Rig::SetUp();
+        Start(virtual_board::Load_Scene(std::string(KVA720_SOURCE) + "/data/scenes/calibration.toml"));
         Record().detector_choice[0] = Record().detector[0] = detector_positive;
         Ask("FREQ:CENT 600MHZ;SPAN 2MHZ");
     }
-    std::shared_ptr<const virtual_board::Input> Scene() const override {
-        return virtual_board::Load_Scene(std::string(KVA720_SOURCE) + "/data/scenes/calibration.toml");
-    }
+    std::string Scene() const override { return ""; }
     /// Levels of the whole trace as they are answered.
     static std::vector<double> Levels() {
         std::istringstream text(Ask("TRAC? TRACE1"));

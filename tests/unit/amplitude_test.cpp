@@ -1,39 +1,16 @@
 #include "sweep/amplitude.h"
 
-#include <cmath>
-#include <limits>
-
 #include "platform/dsp_message.h"
-#include "records/amp.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/keystate.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 #include "trace/scale.h"
 
 namespace {
-
-constexpr int knob = 0, arrow = 1, typed = 2;
 
 class Amplitude : public Records {
 protected:
     void SetUp() override {
         Records::SetUp();
-        keylink = &FreqLink[0];
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
-    }
-    /// A step of the knob or of the arrows, up or down.
-    static void Step(int (*setter)(int, double), int source, int steps) {
-        (steps > 0 ? AllKeyVar.up : AllKeyVar.down) = static_cast<std::uint16_t>(std::abs(steps));
-        setter(source, 0);
-        AllKeyVar.up = AllKeyVar.down = 0;
+        Factory_Settings();
     }
     static int Reference() { return Amp.reference[0]; }
     static int Shown() { return Amp.displayed_reference[0]; }
@@ -41,117 +18,47 @@ protected:
 };
 
 TEST_F(Amplitude, AttenuationFollowsTheReferenceLevel) {
-    Set_Reflevel(typed, 5);
-    EXPECT_EQ(Attenuation(), 15);
-    EXPECT_EQ(Amp.attenuation_before[0], 10);
-    Set_Reflevel(typed, -20);
-    EXPECT_EQ(Attenuation(), 10);
-    EXPECT_EQ(Amp.attenuation_before[0], 15);
-    Set_Reflevel(typed, 40);
-    EXPECT_EQ(Reference(), 30);
-    EXPECT_EQ(Attenuation(), 40);
-    Set_Reflevel(typed, 0.5);
-    EXPECT_EQ(Reference(), 1) << "rounded";
-    EMC_Data.mode = 1;
-    Set_Reflevel(typed, 5);
-    EXPECT_EQ(Attenuation(), 12) << "a smaller margin in EMC mode";
-    EXPECT_EQ(EMC_Data.reference_changed, 1);
-    Set_Reflevel(typed, -5);
-    EXPECT_EQ(Attenuation(), 10);
+    Walk({{{Set_Reflevel, 5}, Attenuation, 15}, {"", Amp.attenuation_before[0], 10},
+          {{Set_Reflevel, -20}, Attenuation, 10}, {"", Amp.attenuation_before[0], 15},
+          {{Set_Reflevel, 40}, Reference, 30}, {"", Attenuation, 40}, {{Set_Reflevel, 0.5}, Reference, 1, "rounded"},
+          {[] { EMC_Data.mode = 1; }}, {{Set_Reflevel, 5}, Attenuation, 12, "a smaller margin in EMC mode"},
+          {"", EMC_Data.reference_changed, 1}, {{Set_Reflevel, -5}, Attenuation, 10}});
 }
 
 TEST_F(Amplitude, ManualAttenuationHoldsTheReferenceLevel) {
-    Set_Attenuation(typed, 20);
-    Set_Reflevel(typed, 15);
-    EXPECT_EQ(Reference(), 10);
-    Set_Attenuation(typed, 60);
-    EXPECT_EQ(Attenuation(), 50);
-    Set_Attenuation(typed, -3);
-    EXPECT_EQ(Attenuation(), 0);
-    EXPECT_EQ(Reference(), -10);
-    Set_ReflevelOffset(typed, 25);
-    Set_Reflevel(typed, 50);
-    EXPECT_EQ(Shown(), 15) << "lowered at the input, shown with the offset";
-    Set_Attenuation_Mode(false);
-    EXPECT_EQ(Attenuation(), 10) << "automatic again";
-    Set_Attenuation_Mode(true);
-    EXPECT_EQ(Attenuation(), 10) << "the value stays";
-    EXPECT_EQ(Amp.attenuation_mode[0], 1);
+    Walk({{{Set_Attenuation, 20}}, {{Set_Reflevel, 15}, Reference, 10}, {{Set_Attenuation, 60}, Attenuation, 50},
+          {{Set_Attenuation, -3}, Attenuation, 0}, {"", Reference, -10}, {{Set_ReflevelOffset, 25}},
+          {{Set_Reflevel, 50}, Shown, 15, "lowered at the input, shown with the offset"},
+          {{Set_Attenuation_Mode, false}, Attenuation, 10, "automatic again"},
+          {{Set_Attenuation_Mode, true}, Attenuation, 10, "the value stays"}, {"", Amp.attenuation_mode[0], 1}});
 }
 
 TEST_F(Amplitude, ThePreamplifierComesInBelowItsThreshold) {
-    Set_Reflevel(typed, -30);
-    EXPECT_EQ(Amp.preamplifier_in[0], 0) << "kept out";
-    Set_Preamplifier(true);
-    EXPECT_EQ(Amp.preamplifier_in[0], 1);
-    EXPECT_EQ(Attenuation(), 0);
-    Set_Reflevel(typed, -29);
-    EXPECT_EQ(Amp.preamplifier_in[0], 0);
-    EXPECT_EQ(Attenuation(), 10);
-    Set_Reflevel(typed, -30);
-    Set_Attenuation(typed, 20);
-    EXPECT_EQ(Attenuation(), 10);
-    Set_Attenuation(typed, 10.4);
-    EXPECT_EQ(Attenuation(), 10);
-    Set_Preamplifier(false);
-    EXPECT_EQ(Amp.preamplifier_in[0], 0);
-    Set_Attenuation(typed, 20);
-    EXPECT_EQ(Attenuation(), 20);
-    Set_Attenuation_Mode(false);
-    EMC_Data.mode = 1;
-    Set_Preamplifier(true);
-    Set_Reflevel(typed, -27);
-    EXPECT_EQ(Amp.preamplifier_in[0], 1) << "sooner in EMC mode";
+    Walk({{{Set_Reflevel, -30}, Amp.preamplifier_in[0], 0, "kept out"},
+          {{Set_Preamplifier, true}, Amp.preamplifier_in[0], 1}, {"", Attenuation, 0},
+          {{Set_Reflevel, -29}, Amp.preamplifier_in[0], 0}, {"", Attenuation, 10}, {{Set_Reflevel, -30}},
+          {{Set_Attenuation, 20}, Attenuation, 10}, {{Set_Attenuation, 10.4}, Attenuation, 10},
+          {{Set_Preamplifier, false}, Amp.preamplifier_in[0], 0}, {{Set_Attenuation, 20}, Attenuation, 20},
+          {{Set_Attenuation_Mode, false}}, {[] { EMC_Data.mode = 1; }}, {{Set_Preamplifier, true}},
+          {{Set_Reflevel, -27}, Amp.preamplifier_in[0], 1, "sooner in EMC mode"}});
 }
 
 TEST_F(Amplitude, OffsetAndImpedanceShiftWhatIsShown) {
-    Set_ReflevelOffset(typed, 20);
-    EXPECT_EQ(Shown(), 20);
-    EXPECT_EQ(Reference(), 0);
-    Set_Reflevel(typed, 60);
-    EXPECT_EQ(Shown(), 50);
-    Set_InputZcal(typed, 6);
-    EXPECT_EQ(Shown(), 50) << "not at 50 ohm";
-    Set_Impedance(1);
-    EXPECT_EQ(Shown(), 56);
-    EXPECT_EQ(Reference(), 30);
-    Set_Reflevel(typed, -500);
-    EXPECT_EQ(Reference(), -120);
-    EXPECT_EQ(Shown(), -94);
-    Set_InputZcal(typed, 1e9);
-    EXPECT_EQ(Shown(), 0);
-    Set_ReflevelOffset(typed, -1e9);
-    EXPECT_EQ(Shown(), -120);
-    EXPECT_EQ(Shown_Level_Offset(), 0);
-    Set_Impedance(0);
-    EXPECT_EQ(Shown(), -220);
-    Set_Impedance(7);
-    EXPECT_EQ(Amp.impedance[0], 0);
+    Walk({{{Set_ReflevelOffset, 20}, Shown, 20}, {"", Reference, 0}, {{Set_Reflevel, 60}, Shown, 50},
+          {{Set_InputZcal, 6}, Shown, 50, "not at 50 ohm"}, {{Set_Impedance, 1}, Shown, 56}, {"", Reference, 30},
+          {{Set_Reflevel, -500}, Reference, -120}, {"", Shown, -94}, {{Set_InputZcal, 1e9}, Shown, 0},
+          {{Set_ReflevelOffset, -1e9}, Shown, -120}, {"", Shown_Level_Offset, 0}, {{Set_Impedance, 0}, Shown, -220},
+          {{Set_Impedance, 7}, Amp.impedance[0], 0}});
 }
 
 TEST_F(Amplitude, KnobAndArrowsStepByTheirWidths) {
-    Step(Set_Reflevel, knob, -3);
-    EXPECT_EQ(Shown(), -3);
-    Step(Set_Reflevel, arrow, -1);
-    EXPECT_EQ(Shown(), -13);
-    display_scale(typed, 2);
-    Step(Set_Reflevel, arrow, 1);
-    EXPECT_EQ(Shown(), -11) << "a division";
-    Step(Set_Attenuation, knob, 3);
-    EXPECT_EQ(Attenuation(), 11) << "one, however fast";
-    EXPECT_EQ(Amp.attenuation_mode[0], 1);
-    Step(Set_Attenuation, arrow, -1);
-    EXPECT_EQ(Attenuation(), 6);
-    Set_Attenuation(typed, 49);
-    Step(Set_Attenuation, arrow, 1);
-    EXPECT_EQ(Attenuation(), 50);
-    Step(Set_ReflevelOffset, knob, 2);
-    EXPECT_EQ(Amp.offset[0], 2);
-    Step(Set_InputZcal, knob, -2);
-    EXPECT_EQ(Amp.correction_75[0], 4);
-    Set_Reflevel(typed, 31);
-    Step(Set_Reflevel, knob, 3);
-    EXPECT_EQ(Shown(), 32) << "30 dBm and the offset of 2 dB";
+    Walk({{{Set_Reflevel, knob, -3}, Shown, -3}, {{Set_Reflevel, arrow, -1}, Shown, -13}, {{display_scale, 2}},
+          {{Set_Reflevel, arrow, 1}, Shown, -11, "a division"},
+          {{Set_Attenuation, knob, 3}, Attenuation, 11, "one, however fast"}, {"", Amp.attenuation_mode[0], 1},
+          {{Set_Attenuation, arrow, -1}, Attenuation, 6}, {{Set_Attenuation, 49}},
+          {{Set_Attenuation, arrow, 1}, Attenuation, 50}, {{Set_ReflevelOffset, knob, 2}, Amp.offset[0], 2},
+          {{Set_InputZcal, knob, -2}, Amp.correction_75[0], 4}, {{Set_Reflevel, 31}},
+          {{Set_Reflevel, knob, 3}, Shown, 32, "30 dBm and the offset of 2 dB"}});
 }
 
 TEST_F(Amplitude, WhatIsNoFiniteNumberChangesNothing) {
@@ -162,28 +69,15 @@ TEST_F(Amplitude, WhatIsNoFiniteNumberChangesNothing) {
             EXPECT_EQ(setter(typed, none), 0);
         }
     }
-    EXPECT_EQ(Shown(), 0);
-    EXPECT_EQ(Attenuation(), 10);
-    EXPECT_EQ(Amp.attenuation_mode, before);
-    EXPECT_EQ(Amp.offset[0], 0);
-    EXPECT_EQ(Amp.correction_75[0], 6);
-    EXPECT_EQ(Amp.scale_code[0], 0);
+    Walk({{"", Shown, 0}, {"", Attenuation, 10}, {"", Amp.attenuation_mode, before}, {"", Amp.offset[0], 0},
+          {"", Amp.correction_75[0], 6}, {"", Amp.scale_code[0], 0}});
 }
 
 TEST_F(Amplitude, TheOtherScreenKeepsItsOwn) {
-    ScreenActive = 1;
-    Init_Trace_Data();
-    Set_Reflevel(typed, -40);
-    Set_Impedance(1);
-    Set_Linear_Scale(true);
-    ScreenActive = 0;
-    EXPECT_EQ(Shown(), 0);
-    EXPECT_EQ(Amp.impedance[0], 0);
-    EXPECT_EQ(Amp.scale_type[0], 0);
-    Set_Preamplifier(true);
-    EXPECT_EQ(Amp.preamplifier_in[0], 0);
-    EXPECT_EQ(Amp.preamplifier_in[1], 1) << "the preamplifier's mode is one for both";
-    EXPECT_EQ(Amp.attenuation[1], 0);
+    Walk({{[] { ScreenActive = 1; }}, {Init_Trace_Data}, {{Set_Reflevel, -40}}, {{Set_Impedance, 1}},
+          {{Set_Linear_Scale, true}}, {[] { ScreenActive = 0; }, Shown, 0}, {"", Amp.impedance[0], 0},
+          {"", Amp.scale_type[0], 0}, {{Set_Preamplifier, true}, Amp.preamplifier_in[0], 0},
+          {"", Amp.preamplifier_in[1], 1, "the preamplifier's mode is one for both"}, {"", Amp.attenuation[1], 0}});
 }
 
 TEST_F(Amplitude, ScalesAreTheNearestOrTheNext) {
@@ -191,41 +85,23 @@ TEST_F(Amplitude, ScalesAreTheNearestOrTheNext) {
         display_scale(typed, decibels);
         EXPECT_EQ(Amp.scale_code[0], code) << decibels;
     }
-    Step(display_scale, knob, 1);
-    EXPECT_EQ(Amp.scale_code[0], 1);
-    Step(display_scale, arrow, -1);
-    Step(display_scale, arrow, -1);
-    EXPECT_EQ(Amp.scale_code[0], 3) << "round";
-    Set_Linear_Scale(true);
-    EXPECT_EQ(Amp.unit, unit_volt);
-    display_scale(typed, 10);
-    EXPECT_EQ(Amp.scale_code[0], 3) << "there are no decibels a division";
-    Set_Linear_Scale(false);
-    EXPECT_EQ(Amp.unit, unit_dbm);
-    Set_Amplitude_Unit(unit_watt);
-    Set_Linear_Scale(false);
-    EXPECT_EQ(Amp.unit, unit_watt) << "only volts turn back";
-    Set_Amplitude_Unit(9);
-    EXPECT_EQ(Amp.unit, unit_watt);
+    Walk({{{display_scale, knob, 1}, Amp.scale_code[0], 1}, {{display_scale, arrow, -1}},
+          {{display_scale, arrow, -1}, Amp.scale_code[0], 3, "round"}, {{Set_Linear_Scale, true}, Amp.unit, unit_volt},
+          {{display_scale, 10}, Amp.scale_code[0], 3, "there are no decibels a division"},
+          {{Set_Linear_Scale, false}, Amp.unit, unit_dbm}, {{Set_Amplitude_Unit, unit_watt}},
+          {{Set_Linear_Scale, false}, Amp.unit, unit_watt, "only volts turn back"},
+          {{Set_Amplitude_Unit, 9}, Amp.unit, unit_watt}});
 }
 
 TEST_F(Amplitude, TracesStandWhereTheNewScaleHasThem) {
     Trace_Record& record = Trace_Data[0];
     record.value[0].fill(-40);
     const auto row = [&] { return record.rows[0][300]; };
-    Set_Reflevel(typed, -20);
-    EXPECT_EQ(row(), 58 + 90);
-    Set_ReflevelOffset(typed, 30);
-    EXPECT_EQ(row(), 58 + 90) << "trace and reference level move together";
-    Set_Impedance(1);
-    EXPECT_EQ(row(), 58 + 90);
-    display_scale(typed, 5);
-    EXPECT_EQ(row(), 58 + 180);
-    Set_Linear_Scale(true);
-    EXPECT_EQ(row(), 58 + 405);
-    Set_Impedance(0);
-    Set_Amplitude_Unit(unit_dbuv);
-    EXPECT_EQ(row(), 58 + 405) << "a unit moves nothing";
+    Walk({{{Set_Reflevel, -20}, [&] { return row(); }, 58 + 90},
+          {{Set_ReflevelOffset, 30}, [&] { return row(); }, 58 + 90, "trace and reference level move together"},
+          {{Set_Impedance, 1}, [&] { return row(); }, 58 + 90}, {{display_scale, 5}, [&] { return row(); }, 58 + 180},
+          {{Set_Linear_Scale, true}, [&] { return row(); }, 58 + 405}, {{Set_Impedance, 0}},
+          {{Set_Amplitude_Unit, unit_dbuv}, [&] { return row(); }, 58 + 405, "a unit moves nothing"}});
 }
 
 TEST_F(Amplitude, AutomaticScaleFillsTheUpperHalf) {
@@ -252,9 +128,7 @@ TEST_F(Amplitude, AutomaticScaleFillsTheUpperHalf) {
     record.mode[0] = trace_blank;
     Amp_Auto_Scale();
     record.mode[0] = trace_clear_write;
-    Set_Linear_Scale(true);
-    Amp_Auto_Scale();
-    EXPECT_EQ(Reference(), -120);
+    Walk({{{Set_Linear_Scale, true}}, {Amp_Auto_Scale, Reference, -120}});
 }
 
 TEST_F(Amplitude, HeldMaximaStartAgainWithANewCoupling) {
@@ -295,8 +169,7 @@ TEST_F(Amplitude, OneMessageAChangeAndNoneForTheViewAlone) {
     EXPECT_EQ(message[platform::sweep_impedance], 1);
     EXPECT_EQ(messages([] { Set_ReflevelOffset(typed, 7); }), 1);
     EXPECT_EQ(message[platform::sweep_reference], 2) << "the core knows levels at the input";
-    EXPECT_EQ(messages([] { Set_InputZcal(typed, 7); }), 1);
-    Set_Reflevel(typed, -40);
+    Walk({{"", [&] { return messages([] { Set_InputZcal(typed, 7); }); }, 1}, {{Set_Reflevel, -40}}});
     EXPECT_EQ(messages([] { Set_Preamplifier(true); }), 1);
     EXPECT_EQ(message[platform::sweep_preamplifier], 1);
     EXPECT_EQ(message[platform::sweep_attenuation], 0);

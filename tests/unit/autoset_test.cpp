@@ -1,63 +1,23 @@
 #include "measure/autoset.h"
 
-#include <cmath>
 #include <cstring>
-#include <memory>
 #include <mutex>
-#include <string>
 
 #include "app/main_loop.h"
-#include "commands_rig.h"
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
-#include "records/amp.h"
-#include "records/autoset.h"
-#include "records/bw.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/locks.h"
-#include "records/sweep.h"
-#include "records/trigger.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
+#include "sweep_rig.h"
 #include "sweep/trigger.h"
-#include "system/preset.h"
-#include "trace/acquisition.h"
 #include "trace/single_sweep.h"
-#include "virtual_board/board.h"
-#include "virtual_board/scene.h"
 
 namespace {
 
-using Codes = std::vector<int>;
-constexpr int typed = 2;
-
 /// The automatic setting over the sweeps of a core whose time the test moves.
-class Autoset : public Commands {
+class Autoset : public Sweep_Rig {
 protected:
-    void SetUp() override {
-        Commands::SetUp();
-        platform::Set_Clock_Mode(platform::Clock_Mode::fast);
-        for (const char* folder : {"/dev/fb", "/dev/tts", "/mnt/nand"}) {
-            std::filesystem::create_directories(platform::Rooted(folder));
-        }
-    }
-    void TearDown() override {
-        if (LOOP_Buffers) LOOP_Delete();
-        if (DSP_Trace_Data) platform::Unmap_Sample_Memory(DSP_Trace_Data);
-        board.reset();
-        Commands::TearDown();
-    }
+    Autoset() : Sweep_Rig({.core = {.fast = true}, .manual = true}) {}
+    std::string Scene() const override { return ""; }
     /// A preset instrument with a scene at its input.
     void Power_On(const std::string& scene) {
-        board = std::make_unique<virtual_board::Board>(
-            virtual_board::Parse_Scene(scene, "scene"),
-            virtual_board::Board_Options{.core = {.fast = true}, .manual = true});
-        board->Start();
-        CMEM_setup(LOOP_Main("dsp_loop_new.out", "2048", "1"));
-        ASSERT_TRUE(DSP_Trace_Data);
+        Start(virtual_board::Parse_Scene(scene, "scene"));
         const std::lock_guard records(Command_Main_Mutex);
         Preset_Instrument();
     }
@@ -95,7 +55,6 @@ protected:
         return "[[carrier]]\nfrequency = " + std::to_string(frequency) + "\nlevel = " + std::to_string(level) + "\n" +
                more + "\n";
     }
-    std::unique_ptr<virtual_board::Board> board;
 };
 
 TEST_F(Autoset, FindsTheStrongestSignalWhereverItStands) {
@@ -119,8 +78,7 @@ TEST_F(Autoset, TheSpanFollowsTheWidthOfTheSignal) {
     SetUp();
     Power_On("[[noise]]\ncenter = 1842.5e6\nbandwidth = 18e6\nlevel = -20\n");
     Run();
-    EXPECT_NEAR(Freqs.center[0], 1842.5e6, 1e6);
-    EXPECT_EQ(Freqs.span[0], 50e6);
+    Walk({{"", Freqs.center[0], Near{1842.5e6, 1e6}}, {"", Freqs.span[0], 50e6}});
     TearDown();
     SetUp();
     Power_On("[[ask]]\nfrequency = 433.92e6\nlevel = -45\nbits = \"11100000\"\nbit_rate = 500\n");
@@ -137,9 +95,7 @@ TEST_F(Autoset, OffsetsSpanAndFloorAreTheUsers) {
     Set_Autoset_Floor(typed, -11);
     Run();
     Expect_Shown(500e6, -30, 3e6, 3e6);
-    EXPECT_EQ(Amp.displayed_reference[0], Amp.reference[0] + 20);
-    Set_Full_Span();
-    Set_Autoset_Floor(typed, -9);
+    Walk({{"", Amp.displayed_reference[0], Amp.reference[0] + 20}, {Set_Full_Span}, {{Set_Autoset_Floor, -9}}});
     Run();
     EXPECT_EQ(Freqs.span[0], MAXSPAN) << "the signal is shown with -10 dBm and does not reach the floor";
 }
@@ -178,11 +134,10 @@ TEST_F(Autoset, WhereNothingStandsOutEverythingReturns) {
         EXPECT_EQ(bw.rbw_mode, BW_Data.rbw_mode);
         EXPECT_EQ(bw.rbw, BW_Data.rbw);
         EXPECT_EQ(trigger.source, Trigger_Data.source);
-        EXPECT_EQ(values, Trace_Data[0].value);
-        EXPECT_EQ(Trace_Data[0].mode, (std::array<std::uint8_t, traces>{trace_max_hold, trace_view, trace_min_hold,
-                                                                         trace_clear_write}));
-        EXPECT_EQ(Sweep_Data.hold, 1);
-        EXPECT_EQ(Sweep_Data.single, 1);
+        Walk({{"", [&] { return values; }, Trace_Data[0].value},
+              {"", Trace_Data[0].mode, (std::array<std::uint8_t, traces>{trace_max_hold, trace_view, trace_min_hold,
+               trace_clear_write})},
+              {"", Sweep_Data.hold, 1}, {"", Sweep_Data.single, 1}});
     }
 }
 
@@ -195,24 +150,18 @@ TEST_F(Autoset, ASingleSweepShowsTheSignalAndStops) {
     Trace_Data[0].value[1].fill(-33);
     Run();
     Expect_Shown(1e9, -20, 100e3, 100e3);
-    EXPECT_EQ(Sweep_Data.single, 1);
-    EXPECT_EQ(SweepSingle_Data, 1);
-    EXPECT_EQ(Trace_Data[0].mode[1], trace_view);
-    EXPECT_EQ(Trace_Data[0].value[1][300], -33) << "a viewed trace moves with the axis, once";
-    EXPECT_EQ(Freqs.last_span[0], MAXSPAN);
+    Walk({{"", Sweep_Data.single, 1}, {"", SweepSingle_Data, 1}, {"", Trace_Data[0].mode[1], trace_view},
+          {"", Trace_Data[0].value[1][300], -33, "a viewed trace moves with the axis, once"},
+          {"", Freqs.last_span[0], MAXSPAN}});
 }
 
 TEST_F(Autoset, WhileItRunsAllElseWaits) {
     Power_On(Carrier(1e9, -20));
-    EXPECT_EQ(Ask("ASET:AMPL?;AMPL:AUTO?;:ASET:SPAN?;SPAN:AUTO?"), "-6.000000000e+01;1;3.000000000e+06;1");
-    EXPECT_EQ(Errors("ASET:SPAN 30;:ASET:AMPL 99"), None());
-    EXPECT_EQ(Ask("ASET:AMPL?;AMPL:AUTO?;:ASET:SPAN?;SPAN:AUTO?"), "2.000000000e+01;0;1.000000000e+02;0");
-    EXPECT_EQ(Errors("ASET:SPAN:AUTO ON;:ASET:AMPL:AUTO ON"), None());
-    EXPECT_EQ(Errors("ASET:RUN;*OPC"), None());
-    EXPECT_EQ(Run_AuotSet_flag, 1);
-    for (const char* setting : {"ASET:RUN", "FREQ:CENT 1", "ASET:SPAN 1MHZ", "INIT:CONT ON"}) {
-        EXPECT_EQ(Errors(setting), Codes{-221}) << setting;
-    }
+    Talk({{"ASET:AMPL?;AMPL:AUTO?;:ASET:SPAN?;SPAN:AUTO?", "-6.000000000e+01;1;3.000000000e+06;1"},
+          {"ASET:SPAN 30;:ASET:AMPL 99"},
+          {"ASET:AMPL?;AMPL:AUTO?;:ASET:SPAN?;SPAN:AUTO?", "2.000000000e+01;0;1.000000000e+02;0"},
+          {"ASET:SPAN:AUTO ON;:ASET:AMPL:AUTO ON"}, {"ASET:RUN;*OPC", Run_AuotSet_flag, 1}});
+    Expect_Error(-221, {"ASET:RUN", "FREQ:CENT 1", "ASET:SPAN 1MHZ", "INIT:CONT ON"});
     const double center = Freqs.center[0];
     Remote_Flag = 0;
     for (const int key : {0, 32, 53, 32, 117}) Keypad_Exe(key);  // Frequency, its first key, a digit, a unit, up
@@ -236,30 +185,23 @@ TEST_F(Autoset, ItsKeysStartStopAndSet) {
     constexpr int soft = key_soft_first;
     const auto* const start = AutosetLink[0].label[0];
     press({key_autoset, soft + 1, '-', '4', '5', soft});
-    EXPECT_EQ(Autoset_Data.floor, -45);
-    EXPECT_EQ(Autoset_Data.floor_manual, 1);
+    Walk({{"", Autoset_Data.floor, -45}, {"", Autoset_Data.floor_manual, 1}});
     press({soft + 1});
     EXPECT_EQ(Autoset_Data.floor_manual, 0);
     press({key_down});
     EXPECT_EQ(Autoset_Data.floor, -55);
     press({soft + 2, key_up});
-    EXPECT_EQ(Autoset_Data.span, 5e6);
-    EXPECT_EQ(Autoset_Data.span_manual, 1);
+    Walk({{"", Autoset_Data.span, 5e6}, {"", Autoset_Data.span_manual, 1}});
     press({soft});
     EXPECT_EQ(Run_AuotSet_flag, 1);
     EXPECT_NE(AutosetLink[0].label[0], start) << "it reads Stop";
     press({soft + 1, soft + 2, '7', key_up, key_span});
-    EXPECT_EQ(Autoset_Data.span, 5e6);
-    EXPECT_EQ(keylink.load(), &AutosetLink[0]);
+    Walk({{"", Autoset_Data.span, 5e6}, {"", AutosetLink[0]}});
     press({soft});
-    EXPECT_EQ(Run_AuotSet_flag, 0);
-    EXPECT_EQ(AutosetLink[0].label[0], start);
-    EXPECT_EQ(Freqs.span[0], MAXSPAN);
+    Walk({{"", Run_AuotSet_flag, 0}, {"", AutosetLink[0].label[0], start}, {"", Freqs.span[0], MAXSPAN}});
     press({soft, key_preset});
-    EXPECT_EQ(Run_AuotSet_flag, 0);
-    EXPECT_EQ(AutosetLink[0].label[0], start);
-    EXPECT_EQ(Autoset_Data.floor, -60) << "preset";
-    EXPECT_EQ(Amp.attenuation[0], 10);
+    Walk({{"", Run_AuotSet_flag, 0}, {"", AutosetLink[0].label[0], start}, {"", Autoset_Data.floor, -60, "preset"},
+          {"", Amp.attenuation[0], 10}});
 }
 
 TEST_F(Autoset, OtherModesAndADeadCoreRefuseIt) {

@@ -1,26 +1,12 @@
-#include <string>
-
 #include "commands_rig.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/keystate.h"
-#include "records/sys.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 
 namespace {
-
-using Codes = std::vector<int>;
 
 class Bandwidth_Commands : public Commands {
 protected:
     void SetUp() override {
         Commands::SetUp();
-        Freqs_ArrayInit();
-        Init_Trace_Data();
-        BW_Init();
-        Sweep_Init();
+        Factory_Settings();
     }
 };
 
@@ -58,19 +44,10 @@ TEST_F(Bandwidth_Commands, SettingsAndTheirAnswers) {
 }
 
 TEST_F(Bandwidth_Commands, RefusalsAndTheirTexts) {
-    Ask("FREQ:SPAN 0");
-    EXPECT_EQ(Errors("BAND 3KHZ"), Codes{111});
-    EXPECT_EQ(Ask("STAT:QUES:FREQ:COND?;:BAND?"), "32;1.000000000e+06");
-    EXPECT_EQ(Errors("BAND 10KHZ"), Codes{});
-    EXPECT_EQ(Ask("STAT:QUES:FREQ:COND?"), "0");
-    Ask("FREQ:SPAN:FULL;:BAND:AUTO 1");
-    EXPECT_EQ(Errors("BAND 1"), Codes{110});
-    EXPECT_EQ(Errors("BAND:VID 1"), Codes{110});
-    EXPECT_EQ(Errors("SWE:TIME 1US"), Codes{210});
-    EXPECT_EQ(Check_warning, covers_time_short);
-    EXPECT_EQ(Ask("SWE:TIME?"), "3.775200000e-01");
-    EXPECT_EQ(Errors("SWE:TIME 2KS"), Codes{200});
-    EXPECT_EQ(Ask("SWE:TIME?"), "1.000000000e+03");
+    Talk({{"FREQ:SPAN 0"}, {"BAND 3KHZ", 111}, {"STAT:QUES:FREQ:COND?;:BAND?", "32;1.000000000e+06"}, {"BAND 10KHZ"},
+          {"STAT:QUES:FREQ:COND?", "0"}, {"FREQ:SPAN:FULL;:BAND:AUTO 1"}, {"BAND 1", 110}, {"BAND:VID 1", 110},
+          {"SWE:TIME 1US", 210}, {"", Check_warning, covers_time_short}, {"SWE:TIME?", "3.775200000e-01"},
+          {"SWE:TIME 2KS", 200}, {"SWE:TIME?", "1.000000000e+03"}});
     Ask("BAND 1");
     EXPECT_EQ(Ask("SYST:ERR?"), "110,\"Invalid      Span      or      BW\"");
 }
@@ -86,11 +63,8 @@ TEST_F(Bandwidth_Commands, WhatDoesNotSuitIsRefusedAndChangesNothing) {
         EXPECT_EQ(Errors(setting + ":AUTO 2"), Codes{-120});
         EXPECT_EQ(Errors(setting + "? 1"), Codes{-108});
     }
-    EXPECT_EQ(Errors("SWE:TIME 1 HZ"), Codes{-130});
-    EXPECT_EQ(Errors("SWE:TIME -1e999"), Codes{-222});
-    EXPECT_EQ(Errors("SWE:MODE FAST"), Codes{-224});
-    EXPECT_EQ(Errors("SWE:MODE FFT"), Codes{-221}) << "above 3 kHz";
-    EXPECT_EQ(Errors("EMIF:BAND 9KHZ"), Codes{-221}) << "without the filters";
+    Talk({{"SWE:TIME 1 HZ", -130}, {"SWE:TIME -1e999", -222}, {"SWE:MODE FAST", -224},
+          {"SWE:MODE FFT", -221, "above 3 kHz"}, {"EMIF:BAND 9KHZ", -221, "without the filters"}});
     for (const auto mode : {mode_am_fm, mode_ask, mode_fsk}) {
         FunctionMode_Flag = mode;
         EXPECT_EQ(Errors("EMIF:STAT 1"), Codes{-221});
@@ -100,14 +74,10 @@ TEST_F(Bandwidth_Commands, WhatDoesNotSuitIsRefusedAndChangesNothing) {
     EXPECT_EQ(Errors("EMIF:STAT 1"), Codes{-241});
     KVA720_ATTR_INST_MODEL = 1;
     Run_AuotSet_flag = 1;
-    for (const char* setting : {"BAND 1E3", "BAND:AUTO 0", "BAND:VID 1E3", "BAND:VID:AUTO 0", "SWE:TIME 5",
-                                "SWE:TIME:AUTO 0", "SWE:MODE AUTO", "EMIF:STAT 1", "EMIF:BAND 9KHZ"}) {
-        EXPECT_EQ(Errors(setting), Codes{-221}) << setting;
-    }
-    EXPECT_EQ(BW_Data.rbw, before.rbw);
-    EXPECT_EQ(BW_Data.rbw_mode, before.rbw_mode);
-    EXPECT_EQ(BW_Data.vbw_mode, before.vbw_mode);
-    EXPECT_EQ(Sweep_Data.time_mode[0], 0);
+    Expect_Error(-221, {"BAND 1E3", "BAND:AUTO 0", "BAND:VID 1E3", "BAND:VID:AUTO 0", "SWE:TIME 5", "SWE:TIME:AUTO 0",
+        "SWE:MODE AUTO", "EMIF:STAT 1", "EMIF:BAND 9KHZ"});
+    Walk({{"", BW_Data.rbw, before.rbw}, {"", BW_Data.rbw_mode, before.rbw_mode},
+          {"", BW_Data.vbw_mode, before.vbw_mode}, {"", Sweep_Data.time_mode[0], 0}});
 }
 
 }  // namespace

@@ -1,57 +1,21 @@
-#include <algorithm>
-#include <cmath>
-#include <memory>
-#include <string>
-
-#include "commands_rig.h"
-#include "records/freqs.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
-#include "virtual_board/board.h"
-#include "virtual_board/scene.h"
+#include "sweep_rig.h"
 
 namespace {
 
 /// Bandwidths and sweep times on the signals of the calibration scene, with the core behind its link.
-class Bandwidth_Core : public Commands {
+class Bandwidth_Core : public Sweep_Rig {
 protected:
     void SetUp() override {
-        Commands::SetUp();
-        platform::Set_Clock_Mode(platform::Clock_Mode::fast);
-        std::filesystem::create_directories(platform::Rooted("/dev/fb"));
-        std::filesystem::create_directories(platform::Rooted("/dev/tts"));
-        board = std::make_unique<virtual_board::Board>(
-            virtual_board::Load_Scene(std::string(KVA720_SHARE) + "/scenes/calibration.toml"),
-            virtual_board::Board_Options{.manual = true});
-        board->Start();
-        CMEM_setup(LOOP_Main("dsp_loop_new.out", "2048", "1"));
-        ASSERT_NE(DSP_Trace_Data, nullptr);
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
+        Sweep_Rig::SetUp();
+        Start(virtual_board::Load_Scene(std::string(KVA720_SHARE) + "/scenes/calibration.toml"));
     }
-    void TearDown() override {
-        LOOP_Delete();
-        platform::Unmap_Sample_Memory(DSP_Trace_Data);
-        board.reset();
-        Commands::TearDown();
-    }
-    void Run(double seconds) {
-        board->Step(platform::Duration(std::llround(seconds * 1e9)));
-        readadc();
-    }
+    std::string Scene() const override { return ""; }
+    static void Run(double seconds) { Sweep_Rig::Run(seconds / Sweep_Data.time[0]); }
     /// Makes the settings, then one whole sweep of them.
     void Sweep(const std::string& settings) {
         EXPECT_EQ(Errors(settings), None()) << settings;
         Run(Sweep_Data.time[0] * 1.001);
         EXPECT_GE(Record().sweeps, 1) << settings;
-    }
-    static Trace_Record& Record() { return Trace_Data[0]; }
-    static long Highest() {
-        const auto& values = Record().value[0];
-        return std::max_element(values.begin(), values.end()) - values.begin();
     }
     static double Power_Mean(std::size_t first, std::size_t last) {
         double sum = 0;
@@ -62,7 +26,6 @@ protected:
         Record().detector_choice[0] = detector;
         DetectionAutoFunc();
     }
-    std::unique_ptr<virtual_board::Board> board;
 };
 
 TEST_F(Bandwidth_Core, ACarrierStaysWhereAndAsHighAsItIs) {
@@ -76,13 +39,11 @@ TEST_F(Bandwidth_Core, ACarrierStaysWhereAndAsHighAsItIs) {
         }
     }
     Sweep("FREQ:SPAN 10 KHZ;:BAND:AUTO 1");
-    EXPECT_EQ(Highest(), 300);
-    EXPECT_NEAR(Record().value[0][300], -20, 0.2);
+    Walk({{"", [&] { return Highest(); }, 300}, {"", [&] { return Record().value[0][300]; }, Near{-20, 0.2}}});
     Sweep("FREQ:SPAN 20 MHZ;:EMIF:STAT 1");
     EXPECT_NEAR(Record().value[0][300], -20, 0.2) << "120 kHz (6 dB)";
     Sweep("FREQ:SPAN 20 KHZ");
-    EXPECT_EQ(JUDGE_FFT_MODE(), 1);
-    EXPECT_NEAR(Record().value[0][300], -20, 0.2) << "200 Hz by FFT";
+    Walk({{"", JUDGE_FFT_MODE, 1}, {"", [&] { return Record().value[0][300]; }, Near{-20, 0.2}, "200 Hz by FFT"}});
     Sweep("FREQ:SPAN 0");
     EXPECT_NEAR(Record().value[0][600], -20, 0.2) << "200 Hz in zero span";
     Sweep("EMIF:STAT 0;:BAND 10KHZ");
@@ -124,8 +85,7 @@ TEST_F(Bandwidth_Core, ASlowSweepComesPointByPoint) {
     EXPECT_GT(Record().value[0][100], -150);
     EXPECT_EQ(Record().value[0][400], -180) << "not swept yet";
     Ask("BAND 1 MHZ");
-    EXPECT_EQ(Record().point, 0) << "a change begins anew";
-    EXPECT_EQ(Sweep_Data.time[0], 100);
+    Walk({{"", [&] { return Record().point; }, 0, "a change begins anew"}, {"", Sweep_Data.time[0], 100}});
     Run(100.1);
     EXPECT_EQ(Record().sweeps, 1);
 }

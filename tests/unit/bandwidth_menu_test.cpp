@@ -1,16 +1,5 @@
-#include <string_view>
-
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
 #include "keys/soft_keys.h"
-#include "panel.h"
-#include "records/freqs.h"
-#include "records/keystate.h"
-#include "records/sys.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 
 namespace {
 
@@ -19,105 +8,43 @@ class Bandwidth_Menu : public Records {
 protected:
     void SetUp() override {
         Records::SetUp();
-        root.Write("/var/log/error.log", "");
-        Freqs_ArrayInit();
-        Init_Trace_Data();
-        BW_Init();
-        Sweep_Init();
-        keylink = &FreqLink[0];
+        Factory_Settings();
         Keypad_Exe(key_bw);
     }
     static int Chosen(int key) { return Face(key).chosen; }
 };
 
-constexpr std::int32_t soft(int key) { return key_soft_first + key; }
-
 TEST_F(Bandwidth_Menu, ResolutionTypedSteppedAndSwitched) {
-    Press({soft(0)});
-    EXPECT_EQ(BW_Data.rbw_mode[0], 0) << "the first press selects";
-    Type("-25");
-    EXPECT_EQ(keylink.load(), &NumLink[0]);
-    Press({soft(2)});
-    EXPECT_EQ(Value(0), "30 kHz") << "no minus";
-    EXPECT_EQ(Chosen(0), 1);
-    Press({key_up, key_knob_left_first});
-    EXPECT_EQ(Value(0), "30 kHz");
-    Press({key_down, key_down});
-    EXPECT_EQ(Value(0), "FFT 3 kHz");
-    EXPECT_EQ(Value(1), "3 kHz");
-    Press({soft(0)});
-    EXPECT_EQ(Value(0), "1 MHz");
-    EXPECT_EQ(Chosen(0), 0);
-    Press({soft(0)});
-    EXPECT_EQ(BW_Data.rbw_mode[0], 1);
+    Walk({{"f0", BW_Data.rbw_mode[0], 0, "the first press selects"}, {"-25", NumLink[0]},
+          {"f2", Says(0), "30 kHz", "no minus"}, {"", [&] { return Chosen(0); }, 1}, {"up <", Says(0), "30 kHz"},
+          {"down down", Says(0), "FFT 3 kHz"}, {"", Says(1), "3 kHz"}, {"f0", Says(0), "1 MHz"},
+          {"", [&] { return Chosen(0); }, 0}, {"f0", BW_Data.rbw_mode[0], 1}});
 }
 
 TEST_F(Bandwidth_Menu, VideoAndItsRatio) {
-    Press({soft(1)});
-    Type("100");
-    Press({soft(2)});
-    EXPECT_EQ(Value(1), "100 kHz");
-    EXPECT_EQ(Chosen(1), 1);
-    EXPECT_EQ(Value(2), "0.1");
-    Press({soft(2)});
-    Type(".03");
-    EXPECT_EQ(keylink.load(), &NumLink[9]);
-    Press({soft(0)});
-    EXPECT_EQ(Value(1), "30 kHz");
-    EXPECT_EQ(Value(2), "0.03");
-    Press({key_up});
-    EXPECT_EQ(Value(2), "0.1");
-    Press({soft(1), soft(1)});
-    EXPECT_EQ(Chosen(1), 0);
-    EXPECT_EQ(Value(2), "1");
+    Walk({{"f1 100 f2", Says(1), "100 kHz"}, {"", [&] { return Chosen(1); }, 1}, {"", Says(2), "0.1"},
+          {"f2 .03", NumLink[9]}, {"f0", Says(1), "30 kHz"}, {"", Says(2), "0.03"}, {"up", Says(2), "0.1"},
+          {"f1 f1", [&] { return Chosen(1); }, 0}, {"", Says(2), "1"}});
 }
 
 TEST_F(Bandwidth_Menu, EmiFilters) {
-    Press({soft(6)});
-    EXPECT_EQ(keylink.load(), &BWLink[0]) << "greyed without the filters";
-    Press({soft(5)});
-    EXPECT_EQ(BW_Data.emi, 1);
-    EXPECT_EQ(Chosen(5), 0);
-    Press({soft(6)});
+    Walk({{"f6", BWLink[0], "greyed without the filters"}, {"f5", BW_Data.emi, 1}, {"", [&] { return Chosen(5); }, 0},
+          {"f6"}});
     ASSERT_EQ(keylink.load(), &BWLink[1]);
-    EXPECT_EQ(BWLink[1].highlight, 3);
-    Press({soft(2)});
-    EXPECT_EQ(BWLink[1].highlight, 2);
-    EXPECT_EQ(Int_RBW_Transfer(BW_Data.rbw[0]), 120e3);
-    Press({soft(6)});
-    EXPECT_EQ(Value(0), "120 kHz");
-    Press({soft(5), key_up});
-    EXPECT_EQ(BW_Data.emi, 1) << "arrows step a choice";
-    KVA720_ATTR_INST_MODEL = 0;
-    Press({key_bw});
-    EXPECT_EQ(BWLink[0].label[5], nullptr);
-    EXPECT_EQ(BWLink[0].label[6], nullptr);
+    Walk({{"", BWLink[1].highlight, 3}, {"f2", BWLink[1].highlight, 2},
+          {"", [&] { return Int_RBW_Transfer(BW_Data.rbw[0]); }, 120e3}, {"f6", Says(0), "120 kHz"},
+          {"f5 up", BW_Data.emi, 1, "arrows step a choice"}, {[] { KVA720_ATTR_INST_MODEL = 0; }},
+          {"BW", BWLink[0].label[5], nullptr}, {"", BWLink[0].label[6], nullptr}});
 }
 
 TEST_F(Bandwidth_Menu, SweepTimeAndRule) {
-    Press({key_sweep, soft(1)});
-    EXPECT_EQ(Value(1), "377.5 ms");
-    Type("2.5");
-    EXPECT_EQ(keylink.load(), &NumLink[1]);
-    Press({soft(1)});
-    EXPECT_EQ(Value(1), "2.500 s");
-    EXPECT_EQ(Chosen(1), 1);
-    Press({key_up});
-    EXPECT_EQ(Value(1), "5.000 s");
-    Type("1");
-    Press({soft(2)});
-    EXPECT_EQ(Check_warning, covers_time_short);
-    EXPECT_EQ(Value(1), "377.5 ms");
-    Type("3");
-    EXPECT_EQ(Check_warning, 0) << "a digit takes the warning away";
-    Press({soft(1), soft(1)});
-    EXPECT_EQ(Chosen(1), 0);
-    Press({soft(5)});
-    EXPECT_EQ(Chosen(5), 1);
-    EXPECT_EQ(Sweep_Data.steps[0], 6500);
-    EXPECT_NEAR(Sweep_Data.time[0], 6500 * (0.16 * (14 + 42 + 184) + 20) * 1e-6, 1e-9);
-    Press({key_down});
-    EXPECT_EQ(Chosen(5), 0);
+    Walk({{"SWEEP f1", Says(1), "377.5 ms"}, {"2.5", NumLink[1]}, {"f1", Says(1), "2.500 s"},
+          {"", [&] { return Chosen(1); }, 1}, {"up", Says(1), "5.000 s"}, {"1 f2", Check_warning, covers_time_short},
+          {"", Says(1), "377.5 ms"}, {"3", Check_warning, 0, "a digit takes the warning away"},
+          {"f1 f1", [&] { return Chosen(1); }, 0}, {"f5", [&] { return Chosen(5); }, 1},
+          {"", Sweep_Data.steps[0], 6500},
+          {"", Sweep_Data.time[0], Near{6500 * (0.16 * (14 + 42 + 184) + 20) * 1e-6, 1e-9}},
+          {"down", [&] { return Chosen(5); }, 0}});
 }
 
 }  // namespace

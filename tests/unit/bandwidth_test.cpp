@@ -1,26 +1,14 @@
-#include <cmath>
-#include <initializer_list>
-#include <limits>
-#include <vector>
-
-#include "records/freqs.h"
-#include "records/keystate.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
 
 namespace {
 
-constexpr int knob = 0, arrow = 1, typed = 2;
 using Codes = std::vector<int>;
 
 class Bandwidth : public Records {
 protected:
     void SetUp() override {
         Records::SetUp();
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
+        Factory_Settings();
         SCPI_ErrorClear(scpi_context);
     }
     static double Rbw() { return Int_RBW_Transfer(BW_Data.rbw[0]); }
@@ -32,12 +20,6 @@ protected:
         Ext_BW_Auto_RBW();
         Ext_BW_Auto_RBW();
         Ext_Sweep_Time_Auto();
-    }
-    static void Step(int source, int up, int(setter)(int, double)) {
-        AllKeyVar.up = up > 0 ? static_cast<std::uint16_t>(up) : 0;
-        AllKeyVar.down = up < 0 ? static_cast<std::uint16_t>(-up) : 0;
-        setter(source, 0);
-        AllKeyVar.up = AllKeyVar.down = 0;
     }
     static Codes Errors() {
         Codes codes;
@@ -59,12 +41,8 @@ TEST_F(Bandwidth, TypedWidthsGoToTheNearestAsARatio) {
         EXPECT_EQ(Set_BW_VBW(typed, value), 0);
         EXPECT_EQ(Vbw(), rbw) << value;
     }
-    Set_BW_RBW(typed, 0);
-    Set_BW_VBW(typed, -5);
-    EXPECT_EQ(Rbw(), 1);
-    EXPECT_EQ(Vbw(), 1);
-    EXPECT_EQ(BW_Data.rbw_mode[0] + BW_Data.vbw_mode[0], 2);
-    EXPECT_EQ(Errors(), Codes{});
+    Walk({{{Set_BW_RBW, 0}}, {{Set_BW_VBW, -5}, Rbw, 1}, {"", Vbw, 1},
+          {"", [&] { return BW_Data.rbw_mode[0] + BW_Data.vbw_mode[0]; }, 2}, {"", Errors, Codes{}}});
 }
 
 TEST_F(Bandwidth, WhatIsNoNumberChangesNothing) {
@@ -73,59 +51,27 @@ TEST_F(Bandwidth, WhatIsNoNumberChangesNothing) {
     for (const double value : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
         for (auto* setter : {Set_BW_RBW, Set_BW_VBW, Set_BW_Ratio, Set_Sweep_Time}) EXPECT_EQ(setter(typed, value), -1);
     }
-    EXPECT_EQ(BW_Data.rbw_mode, before.rbw_mode);
-    EXPECT_EQ(BW_Data.vbw_mode, before.vbw_mode);
-    EXPECT_EQ(BW_Data.ratio, before.ratio);
-    EXPECT_EQ(Sweep_Data.time, sweep.time);
-    EXPECT_EQ(Sweep_Data.time_mode, sweep.time_mode);
-    EXPECT_EQ(Errors(), Codes{});
-    EXPECT_FALSE(Condition());
+    Walk({{"", BW_Data.rbw_mode, before.rbw_mode}, {"", BW_Data.vbw_mode, before.vbw_mode},
+          {"", BW_Data.ratio, before.ratio}, {"", Sweep_Data.time, sweep.time},
+          {"", Sweep_Data.time_mode, sweep.time_mode}, {"", Errors, Codes{}}, {"", Condition, false}});
 }
 
 TEST_F(Bandwidth, StepsGoAlongTheTable) {
-    Step(arrow, -1, Set_BW_RBW);
-    EXPECT_EQ(Rbw(), 300e3);
-    EXPECT_EQ(Vbw(), 300e3) << "the automatic VBW comes along";
-    Step(knob, -3, Set_BW_RBW);
-    EXPECT_EQ(Rbw(), 100e3);
-    Step(knob, 1, Set_BW_RBW);
-    Step(knob, 1, Set_BW_RBW);
-    Step(knob, 1, Set_BW_RBW);
-    EXPECT_EQ(Rbw(), 1e6) << "the widest is the end";
-    Step(arrow, -1, Set_BW_VBW);
-    EXPECT_EQ(Vbw(), 300e3);
-    EXPECT_EQ(Rbw(), 1e6);
-    Set_EMI_Filter(true);
+    Walk({{{Set_BW_RBW, arrow, -1}, Rbw, 300e3}, {"", Vbw, 300e3, "the automatic VBW comes along"},
+          {{Set_BW_RBW, knob, -3}, Rbw, 100e3}, {{Set_BW_RBW, knob, 1}}, {{Set_BW_RBW, knob, 1}},
+          {{Set_BW_RBW, knob, 1}, Rbw, 1e6, "the widest is the end"}, {{Set_BW_VBW, arrow, -1}, Vbw, 300e3},
+          {"", Rbw, 1e6}, {{Set_EMI_Filter, true}}});
     for (const double rbw : {120e3, 9e3, 200.0, 200.0}) {
-        Step(arrow, -1, Set_BW_RBW);
-        EXPECT_EQ(Rbw(), rbw) << "only EMI widths";
-        Set_Span(typed, 1e6);
+        Walk({{{Set_BW_RBW, arrow, -1}, Rbw, rbw, "only EMI widths"}, {{Set_Span, 1e6}}});
     }
 }
 
 TEST_F(Bandwidth, AVbwKeepsItsRatioUntilItIsSet) {
-    Set_BW_Ratio(typed, 0.1);
-    EXPECT_EQ(Vbw(), 100e3);
-    EXPECT_EQ(BW_Data.vbw_mode[0], 1);
-    Set_Span(typed, 2e6);
-    EXPECT_EQ(Rbw(), 10e3);
-    EXPECT_EQ(Vbw(), 1e3) << "also behind an automatic RBW";
-    EXPECT_DOUBLE_EQ(Int_BW_Transfer_Ratio(), 0.1);
-    Set_BW_RBW(typed, 100e3);
-    EXPECT_EQ(Vbw(), 10e3);
-    Step(arrow, 1, Set_BW_Ratio);
-    EXPECT_EQ(Vbw(), 30e3);
-    Set_BW_RBW(typed, 30e3);
-    EXPECT_EQ(Vbw(), 10e3);
-    Set_BW_VBW(typed, 3e3);
-    Set_BW_RBW(typed, 300e3);
-    EXPECT_EQ(Vbw(), 3e3);
-    Set_BW_Ratio(typed, 0);
-    EXPECT_EQ(BW_Data.ratio[0], 1e-6);
-    Set_VBW_Mode(false);
-    EXPECT_EQ(Vbw(), 300e3);
-    EXPECT_EQ(BW_Data.ratio[0], 0);
-    EXPECT_EQ(Errors(), Codes{});
+    Walk({{{Set_BW_Ratio, 0.1}, Vbw, 100e3}, {"", BW_Data.vbw_mode[0], 1}, {{Set_Span, 2e6}, Rbw, 10e3},
+          {"", Vbw, 1e3, "also behind an automatic RBW"}, {"", [&] { return Int_BW_Transfer_Ratio(); }, 0.1},
+          {{Set_BW_RBW, 100e3}, Vbw, 10e3}, {{Set_BW_Ratio, arrow, 1}, Vbw, 30e3}, {{Set_BW_RBW, 30e3}, Vbw, 10e3},
+          {{Set_BW_VBW, 3e3}}, {{Set_BW_RBW, 300e3}, Vbw, 3e3}, {{Set_BW_Ratio, 0}, BW_Data.ratio[0], 1e-6},
+          {{Set_VBW_Mode, false}, Vbw, 300e3}, {"", BW_Data.ratio[0], 0}, {"", Errors, Codes{}}});
 }
 
 TEST_F(Bandwidth, EmiWidthsByBandAndBySpan) {
@@ -145,94 +91,44 @@ TEST_F(Bandwidth, EmiWidthsByBandAndBySpan) {
         Set_Cent(typed, center);
         EXPECT_EQ(Rbw(), rbw) << center;
     }
-    Set_Span(typed, 10e3);
-    Set_BW_RBW(typed, 1e3);
-    EXPECT_EQ(Rbw(), 200) << "no ordinary width";
-    Set_EMI_Filter(false);
-    EXPECT_EQ(BW_Data.rbw_mode[0], 0);
-    EXPECT_EQ(Rbw(), 100);
-    EXPECT_EQ(Trace_Data[0].detector_choice[0], detector_auto);
-    EXPECT_FALSE(EMI_Detector());
-    EXPECT_EQ(Int_RBW_Transfer(13), 141);
+    Walk({{{Set_Span, 10e3}}, {{Set_BW_RBW, 1e3}, Rbw, 200, "no ordinary width"},
+          {{Set_EMI_Filter, false}, BW_Data.rbw_mode[0], 0}, {"", Rbw, 100},
+          {"", Trace_Data[0].detector_choice[0], detector_auto}, {"", EMI_Detector, false},
+          {"", [&] { return Int_RBW_Transfer(13); }, 141}});
 }
 
 TEST_F(Bandwidth, ZeroSpanKeepsWhatItCanUse) {
-    Set_BW_RBW(typed, 30e3);
-    Set_RBW_Mode(false);
-    Set_Span(typed, 200e3);
-    EXPECT_EQ(Rbw(), 1e3);
-    Set_Span(typed, 0);
-    EXPECT_EQ(Rbw(), 10e3);
-    Set_BW_RBW(typed, 100e3);
-    Set_RBW_Mode(false);
-    EXPECT_EQ(Rbw(), 100e3) << "wider ones stay";
-    EXPECT_EQ(Errors(), Codes{});
-    EXPECT_EQ(Set_BW_RBW(typed, 3e3), -1);
-    EXPECT_EQ(Errors(), Codes{111});
-    EXPECT_EQ(Check_warning, covers_rbw);
-    EXPECT_TRUE(Condition());
-    EXPECT_EQ(Rbw(), 100e3);
-    EXPECT_EQ(BW_Data.rbw_mode[0], 0);
-    Set_BW_RBW(typed, 10e3);
-    EXPECT_FALSE(Condition());
-    EXPECT_EQ(Check_warning, 0) << "what was taken clears the warning";
-    for (int i = 0; i < 4; ++i) Step(knob, -1, Set_BW_RBW);
-    EXPECT_EQ(Errors(), Codes{111}) << "a knob at its end says it once";
-    Set_EMI_Filter(true);
-    EXPECT_EQ(Rbw(), 9e3) << "an EMI width stays";
+    Walk({{{Set_BW_RBW, 30e3}}, {{Set_RBW_Mode, false}}, {{Set_Span, 200e3}, Rbw, 1e3}, {{Set_Span, 0}, Rbw, 10e3},
+          {{Set_BW_RBW, 100e3}}, {{Set_RBW_Mode, false}, Rbw, 100e3, "wider ones stay"}, {"", Errors, Codes{}},
+          {"", [&] { return Set_BW_RBW(typed, 3e3); }, -1}, {"", Errors, Codes{111}}, {"", Check_warning, covers_rbw},
+          {"", Condition, true}, {"", Rbw, 100e3}, {"", BW_Data.rbw_mode[0], 0}, {{Set_BW_RBW, 10e3}, Condition, false},
+          {"", Check_warning, 0, "what was taken clears the warning"}});
+    for (int i = 0; i < 4; ++i) Turn(Set_BW_RBW, knob, -1);
+    Walk({{"", Errors, Codes{111}, "a knob at its end says it once"},
+          {{Set_EMI_Filter, true}, Rbw, 9e3, "an EMI width stays"}});
 }
 
 TEST_F(Bandwidth, AManualNarrowWidthStaysInZeroSpanAndIsSaid) {
-    Set_Span(typed, 10e3);
-    Set_BW_RBW(typed, 1e3);
-    Set_Span(typed, 0);
-    EXPECT_EQ(Rbw(), 1e3);
-    EXPECT_EQ(JUDGE_FFT_MODE(), 1);
-    EXPECT_EQ(Errors(), Codes{111});
-    EXPECT_TRUE(Condition());
-    Set_Cent(typed, 1e9);
-    EXPECT_EQ(Errors(), Codes{}) << "once";
-    EXPECT_TRUE(Condition());
-    Set_Span(typed, 1e3);
-    EXPECT_FALSE(Condition());
-    Set_Span(typed, 0);
-    Set_RBW_Mode(false);
-    EXPECT_EQ(Rbw(), 10e3);
-    EXPECT_FALSE(Condition());
+    Walk({{{Set_Span, 10e3}}, {{Set_BW_RBW, 1e3}}, {{Set_Span, 0}, Rbw, 1e3}, {"", JUDGE_FFT_MODE, 1},
+          {"", Errors, Codes{111}}, {"", Condition, true}, {{Set_Cent, 1e9}, Errors, Codes{}, "once"},
+          {"", Condition, true}, {{Set_Span, 1e3}, Condition, false}, {{Set_Span, 0}},
+          {{Set_RBW_Mode, false}, Rbw, 10e3}, {"", Condition, false}});
 }
 
 TEST_F(Bandwidth, WidthsThatNeedTooLongAreRefused) {
     const auto shortest = Sweep_Data.shortest[0];
-    EXPECT_EQ(Set_BW_RBW(typed, 1e3), 0);
-    EXPECT_EQ(Set_BW_RBW(typed, 10), -1);
-    EXPECT_EQ(Rbw(), 1e3);
-    EXPECT_EQ(Errors(), Codes{110});
-    EXPECT_EQ(Check_warning, covers_rbw);
-    EXPECT_TRUE(Condition());
-    Set_RBW_Mode(false);
-    EXPECT_FALSE(Condition());
-    EXPECT_EQ(Set_BW_VBW(typed, 1), -1);
-    EXPECT_EQ(Errors(), Codes{110});
-    EXPECT_EQ(BW_Data.vbw_mode[0], 0);
-    EXPECT_EQ(Set_BW_VBW(typed, 3), -1) << "6500 steps of 205 ms";
-    EXPECT_EQ(Set_BW_VBW(typed, 10), 0);
+    Walk({{"", [&] { return Set_BW_RBW(typed, 1e3); }, 0}, {"", [&] { return Set_BW_RBW(typed, 10); }, -1},
+          {"", Rbw, 1e3}, {"", Errors, Codes{110}}, {"", Check_warning, covers_rbw}, {"", Condition, true},
+          {{Set_RBW_Mode, false}, Condition, false}, {"", [&] { return Set_BW_VBW(typed, 1); }, -1},
+          {"", Errors, Codes{110}}, {"", BW_Data.vbw_mode[0], 0},
+          {"", [&] { return Set_BW_VBW(typed, 3); }, -1, "6500 steps of 205 ms"},
+          {"", [&] { return Set_BW_VBW(typed, 10); }, 0}});
     EXPECT_NEAR(Sweep_Data.shortest[0], 6500 * (0.16 * (256000 + 40 + 184) + 20) * 1e-6, 1e-9);
-    EXPECT_EQ(Sweep_Data.uncal[0], 0);
-    Set_BW_Ratio(typed, 1e-6);
-    EXPECT_EQ(Vbw(), 10);
-    EXPECT_EQ(Errors(), (Codes{110, 110}));
+    Walk({{"", Sweep_Data.uncal[0], 0}, {{Set_BW_Ratio, 1e-6}, Vbw, 10}, {"", Errors, (Codes{110, 110})}});
     // An RBW whose automatic successor would take too long with the manual VBW stays manual.
-    Set_Span(typed, 2e6);
-    Set_BW_RBW(typed, 1e6);
-    Set_BW_VBW(typed, 1);
-    Set_Span(typed, 1e9);
-    EXPECT_EQ(Freqs.span[0], 1e9) << "2000 steps of 410 ms";
-    Set_Span(typed, 3e9);
-    EXPECT_EQ(Freqs.span[0], 1e9);
-    Set_VBW_Mode(false);
-    Set_Full_Span();
-    Set_RBW_Mode(false);
-    EXPECT_EQ(Sweep_Data.shortest[0], shortest);
+    Walk({{{Set_Span, 2e6}}, {{Set_BW_RBW, 1e6}}, {{Set_BW_VBW, 1}},
+          {{Set_Span, 1e9}, Freqs.span[0], 1e9, "2000 steps of 410 ms"}, {{Set_Span, 3e9}, Freqs.span[0], 1e9},
+          {{Set_VBW_Mode, false}}, {Set_Full_Span}, {{Set_RBW_Mode, false}, Sweep_Data.shortest[0], shortest}});
 }
 
 TEST_F(Bandwidth, TheLimitIsAThousandSeconds) {
@@ -256,147 +152,74 @@ TEST_F(Bandwidth, FftModeIsThatOfTheNarrow) {
     EXPECT_EQ(Set_Sweep_Mode(sweep_mode_swept), -1) << "below 1 kHz";
     Set_BW_RBW(typed, 1e3);
     EXPECT_EQ(Set_Sweep_Mode(sweep_mode_swept), 0);
-    EXPECT_EQ(JUDGE_FFT_MODE(), 0);
-    EXPECT_NEAR(Time(), 6 * (0.16 * (2560 + 18880 + 184) + 20) * 1e-6, 1e-12);
-    Set_BW_RBW(typed, 300);
-    EXPECT_EQ(Sweep_Data.mode[0], sweep_mode_auto) << "it no longer suits";
+    Walk({{"", JUDGE_FFT_MODE, 0}, {"", Time, Near{6 * (0.16 * (2560 + 18880 + 184) + 20) * 1e-6, 1e-12}},
+          {{Set_BW_RBW, 300}, Sweep_Data.mode[0], sweep_mode_auto, "it no longer suits"}});
     EXPECT_EQ(Set_Sweep_Mode(sweep_mode_fft), 0);
     Set_BW_RBW(typed, 10e3);
     EXPECT_EQ(Sweep_Data.mode[0], sweep_mode_auto);
     EXPECT_EQ(Set_Sweep_Mode(sweep_mode_fft), -1);
-    EXPECT_EQ(Set_Sweep_Mode(7), -1);
-    Set_Full_Span();
-    Set_BW_RBW(typed, 1e3);
+    Walk({{"", [&] { return Set_Sweep_Mode(7); }, -1}, {Set_Full_Span}, {{Set_BW_RBW, 1e3}}});
     EXPECT_EQ(Set_Sweep_Mode(sweep_mode_swept), -1) << "6 500 000 steps of 3 ms";
-    EXPECT_EQ(JUDGE_FFT_MODE(), 1);
-    Set_RBW_Mode(false);
-    Set_EMI_Filter(true);
-    Set_Span(typed, 10e3);
-    EXPECT_EQ(Rbw(), 200);
-    EXPECT_EQ(JUDGE_FFT_MODE(), 1);
-    EXPECT_EQ(BW_RBW_Code(), 2) << "100 kHz before an FFT of 512 times 141 Hz";
-    Choose_Detector(detector_emi_average);
-    EXPECT_EQ(JUDGE_FFT_MODE(), 0) << "not for an EMI detector";
-    EXPECT_EQ(BW_RBW_Code(), 13);
-    Choose_Detector(detector_auto);
-    Set_Span(typed, 0);
-    EXPECT_EQ(Rbw(), 200);
-    EXPECT_EQ(JUDGE_FFT_MODE(), 0) << "nor in zero span";
+    Walk({{"", JUDGE_FFT_MODE, 1}, {{Set_RBW_Mode, false}}, {{Set_EMI_Filter, true}}, {{Set_Span, 10e3}, Rbw, 200},
+          {"", JUDGE_FFT_MODE, 1}, {"", BW_RBW_Code, 2, "100 kHz before an FFT of 512 times 141 Hz"},
+          {{Choose_Detector, detector_emi_average}, JUDGE_FFT_MODE, 0, "not for an EMI detector"},
+          {"", BW_RBW_Code, 13}, {{Choose_Detector, detector_auto}}, {{Set_Span, 0}, Rbw, 200},
+          {"", JUDGE_FFT_MODE, 0, "nor in zero span"}});
 }
 
 TEST_F(Bandwidth, StepsAndSettling) {
-    Set_Span(typed, 10e6);
-    EXPECT_EQ(Sweep_Data.steps[0], 200);
-    EXPECT_NEAR(Time(), 200 * (0.16 * (39 + 213 + 184) + 20) * 1e-6, 1e-12);
-    Set_Sweep_Rule(true);
-    EXPECT_NEAR(Time(), 200 * (0.16 * (39 + 221 + 184) + 20) * 1e-6, 1e-12);
-    EXPECT_EQ(BW_RBW_Mode[0], 1);
-    Set_EMI_Filter(true);
-    EXPECT_EQ(Rbw(), 120e3);
-    EXPECT_EQ(Sweep_Data.steps[0], std::ceil(1.85 * 10e6 / 84853));
-    EXPECT_NEAR(Time(), Sweep_Data.steps[0] * (0.16 * (39 + 221 + 184) + 20) * 1e-6, 1e-12);
-    Set_Span(typed, 1e6);
-    EXPECT_EQ(Sweep_Data.steps[0], std::ceil(1.85 * 1e6 / 6364));
-    EXPECT_NEAR(Time(), Sweep_Data.steps[0] * (0.16 * (287 + 2134 + 184) + 42) * 1e-6, 1e-12) << "the one pair";
-    Choose_Detector(detector_emi_average);
-    EXPECT_EQ(Sweep_Data.steps[0], 111) << "1 MHz / 9 kHz, cut";
-    EXPECT_NEAR(Time(), 111 * (0.16 * (287 + 2134 + 184) + 42 + 3000) * 1e-6, 1e-9) << "three charging times a step";
-    Choose_Detector(detector_auto);
-    Set_Full_Span();
-    EXPECT_NEAR(Time(), std::ceil(1.85 * 3.25e3) * (0.16 * (14 + 213 + 184) + 20) * 1e-6, 1e-9) << "the EMI column";
-    Set_EMI_Filter(false);
-    Set_Sweep_Rule(false);
-    Set_BW_RBW(typed, 1e6);
-    Set_Span(typed, 2e6);
-    EXPECT_EQ(Sweep_Data.steps[0], 6) << "never fewer";
-    Set_Span(typed, 2.6e6);
-    EXPECT_EQ(Sweep_Data.steps[0], 6);
-    Set_Span(typed, 3.1e6);
-    EXPECT_EQ(Sweep_Data.steps[0], 7);
+    Walk({{{Set_Span, 10e6}, Sweep_Data.steps[0], 200},
+          {"", Time, Near{200 * (0.16 * (39 + 213 + 184) + 20) * 1e-6, 1e-12}},
+          {{Set_Sweep_Rule, true}, Time, Near{200 * (0.16 * (39 + 221 + 184) + 20) * 1e-6, 1e-12}},
+          {"", BW_RBW_Mode[0], 1}, {{Set_EMI_Filter, true}, Rbw, 120e3},
+          {"", Sweep_Data.steps[0], 219},
+          {"", Time, Near{219 * (0.16 * (39 + 221 + 184) + 20) * 1e-6, 1e-12}},
+          {{Set_Span, 1e6}, Sweep_Data.steps[0], 291},
+          {"", Time, Near{291 * (0.16 * (287 + 2134 + 184) + 42) * 1e-6, 1e-12}, "the one pair"},
+          {{Choose_Detector, detector_emi_average}, Sweep_Data.steps[0], 111, "1 MHz / 9 kHz, cut"},
+          {"", Time, Near{111 * (0.16 * (287 + 2134 + 184) + 42 + 3000) * 1e-6, 1e-9}, "three charging times a step"},
+          {{Choose_Detector, detector_auto}},
+          {Set_Full_Span, Time, Near{std::ceil(1.85 * 3.25e3) * (0.16 * (14 + 213 + 184) + 20) * 1e-6, 1e-9},
+           "the EMI column"},
+          {{Set_EMI_Filter, false}}, {{Set_Sweep_Rule, false}}, {{Set_BW_RBW, 1e6}},
+          {{Set_Span, 2e6}, Sweep_Data.steps[0], 6, "never fewer"}, {{Set_Span, 2.6e6}, Sweep_Data.steps[0], 6},
+          {{Set_Span, 3.1e6}, Sweep_Data.steps[0], 7}});
 }
 
 TEST_F(Bandwidth, FftsAreAsLongAsTheirWindowAndTheVideoFilter) {
-    Set_Span(typed, 200);
-    EXPECT_NEAR(Time(), 2.1 + 2e-3, 1e-12);
-    Set_BW_RBW(typed, 100);
-    EXPECT_NEAR(Time(), 23e-3, 1e-12);
-    Set_BW_VBW(typed, 1);
-    EXPECT_NEAR(Time(), 2.102, 1e-12) << "an average over the video filter's time";
-    Set_VBW_Mode(false);
-    Set_BW_RBW(typed, 3e3);
-    Set_Span(typed, 10e6);
-    EXPECT_NEAR(Time(), 10 * (2.1 / 3e3 + 2e-3), 1e-12) << "no FFT is wider than the filter before it";
+    Walk({{{Set_Span, 200}, Time, Near{2.1 + 2e-3, 1e-12}}, {{Set_BW_RBW, 100}, Time, Near{23e-3, 1e-12}},
+          {{Set_BW_VBW, 1}, Time, Near{2.102, 1e-12}, "an average over the video filter's time"},
+          {{Set_VBW_Mode, false}}, {{Set_BW_RBW, 3e3}},
+          {{Set_Span, 10e6}, Time, Near{10 * (2.1 / 3e3 + 2e-3), 1e-12}, "no FFT is wider than the filter before it"}});
 }
 
 TEST_F(Bandwidth, TypedSweepTimesAreHeld) {
     const double shortest = Sweep_Data.shortest[0];
-    Set_Sweep_Time(typed, 2);
-    EXPECT_EQ(Time(), 2);
-    EXPECT_EQ(Sweep_Data.time_mode[0], 1);
-    Set_Sweep_Time(typed, 1e-3);
-    EXPECT_EQ(Time(), shortest);
-    EXPECT_EQ(Errors(), Codes{210});
-    EXPECT_EQ(Check_warning, covers_time_short);
-    Set_Sweep_Time(typed, 1000);
-    EXPECT_EQ(Time(), 1000);
-    EXPECT_EQ(Errors(), Codes{});
-    EXPECT_EQ(Check_warning, 0);
-    Set_Sweep_Time(typed, 1001);
-    EXPECT_EQ(Time(), 1000);
-    EXPECT_EQ(Errors(), Codes{200});
-    EXPECT_EQ(Check_warning, covers_time_long);
-    Set_Sweep_Time(typed, std::nextafter(shortest, 0));
-    EXPECT_EQ(Errors(), Codes{}) << "the same time";
-    Step(arrow, 1, Set_Sweep_Time);
-    EXPECT_DOUBLE_EQ(Time(), 0.5);
-    Step(arrow, 1, Set_Sweep_Time);
-    EXPECT_DOUBLE_EQ(Time(), 1);
-    Step(knob, -1, Set_Sweep_Time);
-    EXPECT_DOUBLE_EQ(Time(), 0.99);
-    Step(knob, 3, Set_Sweep_Time);
-    EXPECT_DOUBLE_EQ(Time(), 1.02);
-    Step(arrow, -1, Set_Sweep_Time);
-    Step(arrow, -1, Set_Sweep_Time);
-    for (int i = 0; i < 3; ++i) Step(arrow, -1, Set_Sweep_Time);
-    EXPECT_EQ(Time(), shortest);
-    EXPECT_EQ(Errors(), Codes{210});
-    Set_Sweep_Time(typed, 0.5);
-    Set_BW_VBW(typed, 10e3);
+    Walk({{{Set_Sweep_Time, 2}, Time, 2}, {"", Sweep_Data.time_mode[0], 1}, {{Set_Sweep_Time, 1e-3}, Time, shortest},
+          {"", Errors, Codes{210}}, {"", Check_warning, covers_time_short}, {{Set_Sweep_Time, 1000}, Time, 1000},
+          {"", Errors, Codes{}}, {"", Check_warning, 0}, {{Set_Sweep_Time, 1001}, Time, 1000}, {"", Errors, Codes{200}},
+          {"", Check_warning, covers_time_long},
+          {{Set_Sweep_Time, std::nextafter(shortest, 0)}, Errors, Codes{}, "the same time"},
+          {{Set_Sweep_Time, arrow, 1}, Time, 0.5}, {{Set_Sweep_Time, arrow, 1}, Time, 1},
+          {{Set_Sweep_Time, knob, -1}, Time, 0.99}, {{Set_Sweep_Time, knob, 3}, Time, 1.02},
+          {{Set_Sweep_Time, arrow, -1}}, {{Set_Sweep_Time, arrow, -1}}});
+    for (int i = 0; i < 3; ++i) Turn(Set_Sweep_Time, arrow, -1);
+    Walk({{"", Time, shortest}, {"", Errors, Codes{210}}, {{Set_Sweep_Time, 0.5}}, {{Set_BW_VBW, 10e3}}});
     EXPECT_GT(Time(), 0.5) << "raised where it became too short";
-    Set_Sweep_Time_Mode(false);
-    Set_VBW_Mode(false);
-    EXPECT_EQ(Time(), shortest);
-    EXPECT_EQ(Errors(), Codes{});
+    Walk({{{Set_Sweep_Time_Mode, false}}, {{Set_VBW_Mode, false}, Time, shortest}, {"", Errors, Codes{}}});
 }
 
 TEST_F(Bandwidth, UncalibratedWhereNothingCouldRefuse) {
-    Set_EMI_Filter(true);
-    Choose_Detector(detector_quasi_peak);
-    Set_Cent(typed, 1.2e9);
-    Set_Span(typed, 1e9);
-    Set_BW_VBW(typed, 1);
-    EXPECT_EQ(Errors(), Codes{});
-    Set_Cent(typed, 900e6);
-    EXPECT_EQ(Rbw(), 120e3) << "the band's filter with 8333 steps of 410 ms";
-    EXPECT_EQ(Sweep_Data.uncal[0], 1);
-    EXPECT_EQ(Time(), 1000);
-    Set_Cent(typed, 899e6);
-    EXPECT_EQ(Errors(), Codes{101}) << "said once";
-    EXPECT_EQ(Check_warning, covers_uncal);
-    Set_VBW_Mode(false);
-    EXPECT_EQ(Sweep_Data.uncal[0], 0);
-    EXPECT_EQ(Check_warning, 0);
+    Walk({{{Set_EMI_Filter, true}}, {{Choose_Detector, detector_quasi_peak}}, {{Set_Cent, 1.2e9}}, {{Set_Span, 1e9}},
+          {{Set_BW_VBW, 1}, Errors, Codes{}},
+          {{Set_Cent, 900e6}, Rbw, 120e3, "the band's filter with 8333 steps of 410 ms"}, {"", Sweep_Data.uncal[0], 1},
+          {"", Time, 1000}, {{Set_Cent, 899e6}, Errors, Codes{101}, "said once"}, {"", Check_warning, covers_uncal},
+          {{Set_VBW_Mode, false}, Sweep_Data.uncal[0], 0}, {"", Check_warning, 0}});
 }
 
 TEST_F(Bandwidth, TheOtherScreenKeepsItsOwn) {
-    Set_BW_RBW(typed, 100e3);
-    Set_Sweep_Time(typed, 7);
-    ScreenActive = 1;
-    EXPECT_EQ(BW_Data.rbw[1], 0);
-    Set_BW_RBW(typed, 300e3);
-    EXPECT_EQ(BW_Data.rbw[0], 2);
-    EXPECT_EQ(Sweep_Data.time[0], 7);
-    EXPECT_EQ(Sweep_Data.time_mode[1], 0);
+    Walk({{{Set_BW_RBW, 100e3}}, {{Set_Sweep_Time, 7}}, {[] { ScreenActive = 1; }, BW_Data.rbw[1], 0},
+          {{Set_BW_RBW, 300e3}, BW_Data.rbw[0], 2}, {"", Sweep_Data.time[0], 7}, {"", Sweep_Data.time_mode[1], 0}});
 }
 
 }  // namespace

@@ -1,16 +1,8 @@
 #include "measure/channel.h"
 
 #include "commands_rig.h"
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/keystate.h"
-#include "sweep/frequency.h"
 
 namespace {
-
-using Codes = std::vector<int>;
 
 class Channel : public Commands {
 protected:
@@ -23,8 +15,7 @@ protected:
 };
 
 TEST_F(Channel, EachMeasurementStepsByItsOwnSpacing) {
-    EXPECT_EQ(Errors("CHAN:SPAC:UP"), Codes{-221}) << "none runs";
-    EXPECT_EQ(Errors("CHAN:SPAC:DOWN"), Codes{-221});
+    Talk({{"CHAN:SPAC:UP", -221, "none runs"}, {"CHAN:SPAC:DOWN", -221}});
     constexpr struct {
         int table;
         const char* header;
@@ -70,13 +61,11 @@ TEST_F(Channel, KeysOfTheMeasurePages) {
     press({soft + 3, '7', soft + 1});
     EXPECT_EQ(Channel_Data.occupied_spacing, 7e6);
     press({key_up});
-    EXPECT_EQ(Channel_Data.occupied_spacing, 10e6);
-    Global_Table = table_occupied_bandwidth;
+    Walk({{"", Channel_Data.occupied_spacing, 10e6}, {[] { Global_Table = table_occupied_bandwidth; }}});
     press({soft + 4});
     EXPECT_EQ(Freqs.center[0], 510e6);
     press({soft + 5});
-    EXPECT_EQ(Freqs.center[0], 500e6);
-    Freqs.span[0] = 0;
+    Walk({{"", Freqs.center[0], 500e6}, {[] { Freqs.span[0] = 0; }}});
     press({soft + 5});
     EXPECT_EQ(Freqs.center[0], 500e6) << "greyed in zero span";
 }

@@ -1,13 +1,11 @@
 #pragma once
-#include <initializer_list>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "records_fixture.h"
 #include "scpi/commands/table.h"
 #include "scpi/parser.h"
 #include "scpi/writers.h"
+
+using Codes = std::vector<int>;
 
 /// The instrument's command table behind an interface of the test's own.
 class Commands : public Records {
@@ -44,6 +42,38 @@ protected:
         return codes;
     }
     static std::vector<int> None() { return {}; }
+    /// Each of the messages leaves this error alone and answers nothing.
+    static void Expect_Error(int code, std::initializer_list<const char*> messages) {
+        for (const char* message : messages) EXPECT_EQ(Errors(message), Codes{code}) << message;
+    }
+    /// A message and what it brings: an answer, an error, or what a row of a walk checks.
+    struct Exchange : Walk_Step {
+        using Walk_Step::Walk_Step;
+        Exchange(const char* message, std::string_view expected, const char* why = "", Where at = Where::current())
+            : Walk_Step(message, at), answer(expected), reason(why) {}
+        Exchange(const char* message, int code, Where at = Where::current()) : Walk_Step(message, at), codes{code} {}
+        template <std::size_t size>
+        Exchange(const char* message, int code, const char (&why)[size], Where at = Where::current())
+            : Walk_Step(message, at), codes{code}, reason(why) {}
+
+        std::string_view answer;
+        Codes codes;
+        const char* reason = "";
+    };
+    /// Sends one message after another; errors may come where they are expected only.
+    static void Talk(std::initializer_list<Exchange> exchanges) {
+        for (const Exchange& exchange : exchanges) {
+            const int line = static_cast<int>(exchange.where.line());
+            const testing::ScopedTrace trace(exchange.where.file_name(), line, exchange.reason);
+            SCPI_ErrorClear(scpi_context);
+            if (exchange.action.call) exchange.action.call();
+            else EXPECT_EQ(Ask(exchange.action.text), exchange.answer) << exchange.action.text;
+            Codes codes;
+            while (const int code = SCPI_ErrorPop(scpi_context)) codes.push_back(code);
+            EXPECT_EQ(codes, exchange.codes) << exchange.action.text;
+            exchange.Check();
+        }
+    }
 
     static inline std::string answer;
 

@@ -1,15 +1,6 @@
-#include <algorithm>
-#include <string_view>
-
 #include "commands_rig.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/sweep.h"
-#include "records/sys.h"
 
 namespace {
-
-using Codes = std::vector<int>;
 
 TEST_F(Commands, EveryRowIsInTheOrderOnceAndReachesItsHandler) {
     std::vector<std::string_view> offered;
@@ -33,18 +24,12 @@ TEST_F(Commands, EveryRowIsInTheOrderOnceAndReachesItsHandler) {
 }
 
 TEST_F(Commands, EnablesAndTheStatusByte) {
-    Ask("*ESE 32;*SRE 32");
-    EXPECT_EQ(Ask("*ESE?;*SRE?"), "32;32");
-    EXPECT_EQ(Ask("*STB?"), "0");
+    Talk({{"*ESE 32;*SRE 32"}, {"*ESE?;*SRE?", "32;32"}, {"*STB?", "0"}});
     Ask("NO:SUCH:HEADER");
-    EXPECT_EQ(Ask("*STB?"), "100") << "error queue, standard event, request service";
-    EXPECT_EQ(Ask("*STB?"), "100") << "asking clears nothing";
-    EXPECT_EQ(Ask("*ESR?;*ESR?"), "32;0");
-    EXPECT_EQ(Ask("*STB?"), "4");
-    EXPECT_EQ(Ask("*ESE #HFF;*ESE?"), "255");
-    EXPECT_EQ(Errors("*ESE"), Codes{-109});
-    EXPECT_EQ(Errors("*SRE 1,2"), Codes{-108});
-    EXPECT_EQ(Ask("*SRE?;*ESE?"), "32;255") << "refused settings change nothing";
+    EXPECT_EQ(Ask("*STB?;*STB?"), "100;100") << "error queue, standard event, request service; asking clears nothing";
+    EXPECT_EQ(Ask("*ESR?;*ESR?;*STB?"), "32;0;4");
+    Talk({{"*ESE #HFF;*ESE?", "255"}, {"*ESE", -109}, {"*SRE 1,2", -108},
+          {"*SRE?;*ESE?", "32;255", "refused settings change nothing"}});
 }
 
 TEST_F(Commands, ParameterlessCommandsTakeNone) {
@@ -68,10 +53,8 @@ TEST_F(Commands, TheErrorQueueIsReadOldestFirst) {
     EXPECT_EQ(Ask("SYST:ERR?"), "0,\"No error\"");
     Ask("NONE");
     Ask("*ESE ON");
-    EXPECT_EQ(Ask("SYSTem:ERRor:NEXT?"), "-113,\"Undefined      header\"");
-    EXPECT_EQ(Ask("*STB?"), "4");
-    EXPECT_EQ(Ask("SYST:ERR?;ERR?"), "-104,\"Data      type      error\";0,\"No error\"");
-    EXPECT_EQ(Ask("*STB?"), "0");
+    EXPECT_EQ(Ask("SYSTem:ERRor:NEXT?;*STB?"), "-113,\"Undefined      header\";4");
+    EXPECT_EQ(Ask(":SYST:ERR?;ERR?;*STB?"), "-104,\"Data      type      error\";0,\"No error\";0");
     for (int i = 0; i < 101; ++i) Ask("NONE");
     EXPECT_EQ(Ask(":SYST:ERR:CLE;:SYST:ERR?"), "0,\"No error\"");
 }
@@ -86,10 +69,8 @@ TEST_F(Commands, ClearStatusLeavesNoEventBehind) {
     SCPI_RegSet(scpi_context, reg_operation + set_condition, 32);
     Ask("NONE");
     Command_Opc_Flag = 1;
-    Ask("*CLS");
-    EXPECT_EQ(Ask("*ESR?;:STAT:QUES?;:STAT:QUES:FREQ?;:STAT:OPER?;:SYST:ERR?"), "0;0;0;0;0,\"No error\"");
-    EXPECT_EQ(Ask("STAT:OPER:COND?"), "32") << "conditions stay";
-    EXPECT_EQ(Command_Opc_Flag, 0);
+    Talk({{"*CLS"}, {"*ESR?;:STAT:QUES?;:STAT:QUES:FREQ?;:STAT:OPER?;:SYST:ERR?", "0;0;0;0;0,\"No error\""},
+          {"STAT:OPER:COND?", "32", "conditions stay"}, {"", Command_Opc_Flag, 0}});
     EXPECT_EQ(handed, std::vector<int>{control_status_cleared});
 }
 
@@ -141,10 +122,8 @@ TEST_F(Commands, TheBusyInstrumentRefusesStatusSettingsButAnswers) {
     };
     for (const auto reason : reasons) {
         reason(true);
-        EXPECT_EQ(Errors("STAT:OPER:ENAB 7"), Codes{-221});
-        EXPECT_EQ(Errors("STAT:QUES:SEML:PTR 7"), Codes{-221});
-        EXPECT_EQ(Ask("STAT:OPER:ENAB?;:STAT:QUES:SEML:PTR?"), "0;65535");
-        EXPECT_EQ(Errors("*ESE 1;*CLS;:STAT:PRES"), None());
+        Talk({{"STAT:OPER:ENAB 7", -221}, {"STAT:QUES:SEML:PTR 7", -221},
+              {"STAT:OPER:ENAB?;:STAT:QUES:SEML:PTR?", "0;65535"}, {"*ESE 1;*CLS;:STAT:PRES"}});
         reason(false);
     }
     EXPECT_EQ(Errors("STAT:OPER:ENAB 7"), None());

@@ -1,25 +1,9 @@
-#include <algorithm>
-#include <functional>
-#include <vector>
-
-#include "keys/dispatch.h"
 #include "keys/handlers.h"
-#include "keys/key_codes.h"
 #include "keys/name_entry.h"
 #include "keys/reader.h"
 #include "keys/soft_keys.h"
-#include "panel.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/keystate.h"
 #include "records/recording.h"
-#include "records/sweep.h"
-#include "records/sys.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
 
 namespace {
 
@@ -27,10 +11,7 @@ class Dispatch : public Records {
 protected:
     void SetUp() override {
         Records::SetUp();
-        root.Write("/var/log/error.log", "");
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
+        Factory_Settings();
         // Labels stand for themselves: without a word list they are blank, not absent.
         keylink = &FreqLink[0];
         Keypad_Exe(key_frequency);
@@ -38,42 +19,20 @@ protected:
     std::string Log() { return root.Read("/var/log/error.log"); }
 };
 
-constexpr std::int32_t soft(int key) { return key_soft_first + key; }
-
 TEST_F(Dispatch, ACentreAndASpanTypedOnThePanel) {
-    Press({key_frequency, soft(0)});
-    Type("433.92");
-    EXPECT_EQ(keylink.load(), &NumLink[0]) << "a digit opens the unit page";
-    Press({soft(1)});
-    EXPECT_EQ(keylink.load(), &FreqLink[0]);
-    EXPECT_EQ(Freqs.center[0], 433.92e6);
-    Press({key_span, soft(0)});
-    Type("2");
-    Press({soft(1)});
-    EXPECT_EQ(Freqs.span[0], 2e6);
-    EXPECT_EQ(Freqs.start[0], 432.92e6);
-    Press({soft(1)});
-    EXPECT_EQ(Freqs.span[0], MAXSPAN);
-    Press({soft(3)});
-    EXPECT_EQ(Freqs.span[0], 2e6);
-    Press({soft(2)});
-    EXPECT_EQ(Freqs.span[0], 0);
+    Walk({{"FREQ f0 433.92", NumLink[0], "a digit opens the unit page"}, {"f1", FreqLink[0]},
+          {"", Freqs.center[0], 433.92e6}, {"SPAN f0 2 f1", Freqs.span[0], 2e6}, {"", Freqs.start[0], 432.92e6},
+          {"f1", Freqs.span[0], MAXSPAN}, {"f3", Freqs.span[0], 2e6}, {"f2", Freqs.span[0], 0}});
 }
 
 TEST_F(Dispatch, KeysWithoutLabelOrGreyedDoNotEvenMoveTheHighlight) {
-    Press({soft(0), soft(6)});
-    EXPECT_EQ(FreqLink[0].highlight, 0);
-    FreqLink[0].disabled[1] = 1;
-    Press({soft(1)});
-    EXPECT_EQ(FreqLink[0].highlight, 0);
-    FreqLink[0].disabled[1] = 0;
+    Walk({{"f0 f6", FreqLink[0].highlight, 0}, {[] { FreqLink[0].disabled[1] = 1; }}, {"f1", FreqLink[0].highlight, 0},
+          {[] { FreqLink[0].disabled[1] = 0; }}});
 }
 
 TEST_F(Dispatch, FrequencyKeysOfNoMeaningAreGreyed) {
-    Press({key_span, soft(2), key_frequency, soft(3)});
-    EXPECT_EQ(FreqLink[0].highlight, no_highlight) << "no step in zero span";
-    Press({key_span, soft(3), key_frequency, soft(3)});
-    EXPECT_EQ(FreqLink[0].highlight, 3);
+    Walk({{"SPAN f2 FREQ f3", FreqLink[0].highlight, no_highlight, "no step in zero span"},
+          {"SPAN f3 FREQ f3", FreqLink[0].highlight, 3}});
     for (const auto mode : {mode_emission_mask, mode_am_fm, mode_fsk, mode_iq}) {
         FunctionMode_Flag = mode;
         Press({key_frequency, soft(1), soft(2)});
@@ -82,63 +41,26 @@ TEST_F(Dispatch, FrequencyKeysOfNoMeaningAreGreyed) {
 }
 
 TEST_F(Dispatch, StepModeTogglesOnTheSecondPress) {
-    Press({soft(3)});
-    EXPECT_EQ(stepautoman[0], 0);
-    Press({soft(3)});
-    EXPECT_EQ(stepautoman[0], 1);
-    Press({soft(3)});
-    EXPECT_EQ(stepautoman[0], 0);
-    EXPECT_EQ(Freqs.step[0], Freqs.span[0] / 10);
-    Type("7");
-    Press({soft(2)});
-    EXPECT_EQ(stepautoman[0], 1) << "a typed step stays";
-    EXPECT_EQ(Freqs.step[0], 7e3);
+    Walk({{"f3", stepautoman[0], 0}, {"f3", stepautoman[0], 1}, {"f3", stepautoman[0], 0},
+          {"", Freqs.step[0], Freqs.span[0] / 10}, {"7 f2", stepautoman[0], 1, "a typed step stays"},
+          {"", Freqs.step[0], 7e3}});
 }
 
 TEST_F(Dispatch, ArrowsAndKnobWorkOnTheHighlightedKeyUnlessANumberIsTyped) {
-    Press({key_span, soft(0)});
-    Press({key_down});
-    EXPECT_EQ(Freqs.span[0], 2e9);
-    Press({key_knob_left_last});
-    EXPECT_EQ(Freqs.span[0], 1e9);
-    Type("5");
-    Press({key_up});
-    EXPECT_EQ(Freqs.span[0], 1e9);
-    EXPECT_EQ(AllKeyVar.count, 1) << "the number stays";
+    Walk({{"SPAN f0 down", Freqs.span[0], 2e9}, {"<<", Freqs.span[0], 1e9}, {"5 up", Freqs.span[0], 1e9},
+          {"", AllKeyVar.count, 1, "the number stays"}});
 }
 
 TEST_F(Dispatch, WithoutAParameterDigitsAreIgnored) {
-    Press({key_span});
-    Type("5");
-    EXPECT_EQ(keylink.load(), &SpanLink[0]);
-    EXPECT_EQ(AllKeyVar.count, 0);
+    Walk({{"SPAN 5", SpanLink[0]}, {"", AllKeyVar.count, 0}});
 }
 
 TEST_F(Dispatch, UnderRemoteControlOnlyPresetWorks) {
-    Press({soft(0)});
-    Remote_Flag = 1;
-    Press({key_span, soft(1)});
-    EXPECT_EQ(Keylink_HwInit, key_span) << "what was pressed is remembered";
-    EXPECT_EQ(Keylink_SwInit, 1);
-    Type("5");
-    Press({key_up, key_knob_right_first});
-    EXPECT_EQ(Freqs.span[0], MAXSPAN);
-    EXPECT_EQ(Freqs.center[0], MAXFREQUENCY / 2 - 25'000);
-    EXPECT_EQ(AllKeyVar.count, 0);
-    EXPECT_EQ(keylink.load(), &FreqLink[0]);
-    Freqs.span[0] = 5e6;
-    Local_Lockouts = 1;
-    Press({key_preset});
-    EXPECT_EQ(Freqs.span[0], 5e6) << "a client bars the way back";
-    EXPECT_EQ(Remote_Flag, 1);
-    Local_Lockouts = 0;
-    Press({key_preset});
-    EXPECT_EQ(Freqs.span[0], MAXSPAN);
-    EXPECT_EQ(Remote_Flag, 0);
-    Freqs.span[0] = 5e6;
-    Local_Lockouts = 1;
-    Press({key_preset});
-    EXPECT_EQ(Freqs.span[0], MAXSPAN) << "only remote control is locked in";
+    Walk({{"f0"}, {[] { Remote_Flag = 1; }}, {"SPAN f1", Keylink_HwInit, key_span, "what was pressed is remembered"},
+          {"", Keylink_SwInit, 1}, {"5 up >", Freqs.span[0], MAXSPAN},
+          {"", Freqs.center[0], MAXFREQUENCY / 2 - 25'000}, {"", AllKeyVar.count, 0}, {"", FreqLink[0]},
+           {[] { Freqs.span[0] = 5e6; }}, {[] { Local_Lockouts = 1; }}, {"PRESET", Freqs.span[0], 5e6,
+            "a client bars the way back"}, {"", Remote_Flag, 1}, {[] { Local_Lockouts = 0; }}, {"PRESET", Freqs.span[0], MAXSPAN}, {"", Remote_Flag, 0}, {[] { Freqs.span[0] = 5e6; }}, {[] { Local_Lockouts = 1; }}, {"PRESET", Freqs.span[0], MAXSPAN, "only remote control is locked in"}});
 }
 
 /// A hard key in a state in which it may be refused.
@@ -167,7 +89,8 @@ protected:
 };
 
 const std::vector<Hard_Key_Case> all_keys{
-    {key_frequency, &FreqLink[0]}, {key_span, &SpanLink[0]}, {key_amplitude, &AmpLink[0]}, {key_autoset, &AutosetLink[0]},
+    {key_frequency, &FreqLink[0]}, {key_span, &SpanLink[0]}, {key_amplitude, &AmpLink[0]}, {key_autoset,
+     &AutosetLink[0]},
     {key_bw, &BWLink[0]}, {key_measure, &MeasLink[0]}, {key_trace, &TraLink[0]}, {key_display, &DisplayLink[0]},
     {key_sweep, &SweepLink[0]}, {key_emc, &EMCLink[0]}, {key_limit_line, &LimitlineLink[0]},
     {key_trigger, &TriggerLink[0]}, {key_sweep_mode, &SweepLink[0]}, {key_file, &FileLink[0]}, {key_save, &SaveLink[0]},
@@ -226,9 +149,7 @@ TEST_F(Hard_Keys, AViewOfFilesHasTheKeysOfTheModeBeforeItAndIsLeftByMostOfThem) 
             EXPECT_EQ(FunctionMode_Flag, view) << code;
         }
         Global_Table_Flag_For_File = table_peak;
-        Press({key_span});
-        EXPECT_EQ(FunctionMode_Flag, mode_spectrum_list);
-        EXPECT_EQ(Global_Table, table_peak);
+        Walk({{"SPAN", FunctionMode_Flag, mode_spectrum_list}, {"", Global_Table, table_peak}});
     }
 }
 
@@ -244,9 +165,7 @@ TEST_F(Hard_Keys, ATestOrAnAutomaticSettingInProgressAndABarredPanelRefuseThem) 
     Expect_Only({}, [] { Near_DC_Search_Flag = 1; });
     Near_DC_Search_Flag = 0;
     Expect_Only(all_keys, [] {});
-    EMC_Data.mode = 1;
-    Press({key_bw});
-    EXPECT_EQ(keylink.load(), &EMCLink[17]);
+    Walk({{[] { EMC_Data.mode = 1; }}, {"BW", EMCLink[17]}});
 }
 
 TEST_F(Hard_Keys, OnHoldFiveKeysWork) {
@@ -260,12 +179,7 @@ TEST_F(Hard_Keys, OnHoldFiveKeysWork) {
         EXPECT_EQ(SweepLink[0].highlight, opened ? no_highlight : highlight) << "its page afresh";
     }
     HWkeyIdx = -1;
-    Press({key_quick_save});
-    EXPECT_EQ(HWkeyIdx, key_quick_save);
-    Type("5");
-    Press({key_preset});
-    EXPECT_EQ(keylink.load(), &FreqLink[0]) << "Preset works";
-    EXPECT_EQ(AllKeyVar.count, 0);
+    Walk({{"QUICK", HWkeyIdx, key_quick_save}, {"5 PRESET", FreqLink[0], "Preset works"}, {"", AllKeyVar.count, 0}});
 }
 
 TEST_F(Hard_Keys, WhileLockedEachShowsTheDisplayPageWithTheKeyThatFreesThem) {
@@ -273,22 +187,12 @@ TEST_F(Hard_Keys, WhileLockedEachShowsTheDisplayPageWithTheKeyThatFreesThem) {
     ASSERT_EQ(Display_Data.key_lock, 1);
     for (const std::int32_t code : {key_span, key_file, key_system}) {
         Press({code});
-        EXPECT_EQ(keylink.load(), &DisplayLink[0]);
-        EXPECT_EQ(HWkeyIdx, key_display);
+        Walk({{"", DisplayLink[0]}, {"", HWkeyIdx, key_display}});
     }
-    Press({soft(3), soft(4)});
-    EXPECT_EQ(DisplayLink[0].highlight, no_highlight);
-    EXPECT_EQ(Display_Data.active, 1);
-    Press({key_quick_save});
-    EXPECT_EQ(HWkeyIdx, key_quick_save);
-    Sweep_Data.hold = 1;
-    Press({key_span});
-    EXPECT_EQ(HWkeyIdx, key_quick_save) << "the hold goes before the lock";
-    Sweep_Data.hold = 0;
-    Press({key_display, soft(5), key_span});
-    EXPECT_EQ(keylink.load(), &SpanLink[0]);
-    Press({key_display, soft(3)});
-    EXPECT_EQ(DisplayLink[0].highlight, 3);
+    Walk({{"f3 f4", DisplayLink[0].highlight, no_highlight}, {"", Display_Data.active, 1},
+          {"QUICK", HWkeyIdx, key_quick_save}, {[] { Sweep_Data.hold = 1; }},
+          {"SPAN", HWkeyIdx, key_quick_save, "the hold goes before the lock"}, {[] { Sweep_Data.hold = 0; }},
+          {"DISPLAY f5 SPAN", SpanLink[0]}, {"DISPLAY f3", DisplayLink[0].highlight, 3}});
 }
 
 /// Preset of the web page, while the instrument is under remote control: what passes depends on the panel's buffer.
@@ -333,11 +237,8 @@ TEST_F(Dispatch, TheEMCKeyNeedsItsModelAndUnknownCodesAreLogged) {
     testing::internal::CaptureStdout();
     Press({key_emc});
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "\r\n 7200b do not have EMC function\n");
-    EXPECT_EQ(keylink.load(), &FreqLink[0]);
-    EXPECT_EQ(Check_warning, 1) << "nothing else is done";
-    KVA720_ATTR_INST_MODEL = 1;
-    Press({key_emc});
-    EXPECT_EQ(keylink.load(), &EMCLink[0]);
+    Walk({{"", FreqLink[0]}, {"", Check_warning, 1, "nothing else is done"}, {[] { KVA720_ATTR_INST_MODEL = 1; }},
+          {"EMC", EMCLink[0]}});
     std::size_t logged = 0;
     for (std::int32_t code = -1; code < 260; ++code) {
         const bool known = (code >= 0 && code <= 23) || (code >= 32 && code <= 38) || code == '-' || code == '.' ||
@@ -366,25 +267,12 @@ TEST_F(Dispatch, DigitsGoToTheNumberOnlyWhereAValueIsEntered) {
         AllKeyVar.unit_type = unit;
         Type("7");
         EXPECT_EQ(AllKeyVar.count, 0) << unit;
-        EXPECT_EQ(Keypad_Keyin_Type_Lock, 0);
-        EXPECT_EQ(keylink.load(), &FreqLink[0]);
+        Walk({{"", Keypad_Keyin_Type_Lock, 0}, {"", FreqLink[0]}});
     }
-    Press({soft(0)});
-    Sequence_runnow_flag = 1;
-    Type("7");
-    EXPECT_EQ(AllKeyVar.count, 0);
-    Sequence_runnow_flag = 0;
-    FreqLink[0].parent = &SpanLink[0];
-    Type("7");
-    EXPECT_EQ(AllKeyVar.count, 1);
-    EXPECT_EQ(Keypad_Keyin_Type_Lock, 1);
-    EXPECT_EQ(keylink.load(), &FreqLink[0]) << "a sub-page opens no unit page";
-    Type("8");
-    EXPECT_EQ(AllKeyVar.count, 2);
-    AllKeyVar.clear = 1;
-    Type("9");
-    EXPECT_EQ(AllKeyVar.count, 1) << "a new number";
-    EXPECT_EQ(AllKeyVar.clear, key_idle);
+    Walk({{"f0"}, {[] { Sequence_runnow_flag = 1; }}, {"7", AllKeyVar.count, 0}, {[] { Sequence_runnow_flag = 0; }},
+          {[] { FreqLink[0].parent = &SpanLink[0]; }}, {"7", AllKeyVar.count, 1}, {"", Keypad_Keyin_Type_Lock, 1},
+          {"", FreqLink[0], "a sub-page opens no unit page"}, {"8", AllKeyVar.count, 2}, {[] { AllKeyVar.clear = 1; }},
+          {"9", AllKeyVar.count, 1, "a new number"}, {"", AllKeyVar.clear, key_idle}});
 }
 
 TEST_F(Dispatch, ANumericKeyBringsBackWhatAWarningCovered) {
@@ -396,9 +284,8 @@ TEST_F(Dispatch, ANumericKeyBringsBackWhatAWarningCovered) {
     }
     Check_block3 = 1;
     for (const char unit : {'2', '5'}) {
-        AllKeyVar.unit_type = unit;
-        Type("5");
-        EXPECT_EQ(Check_block3, 1) << "while a name is typed or a list is open it waits";
+        Walk({{[&] { AllKeyVar.unit_type = unit; }},
+              {"5", Check_block3, 1, "while a name is typed or a list is open it waits"}});
     }
 }
 
@@ -454,44 +341,29 @@ TEST_F(Dispatch, EnterEndsWhatWaitsForIt) {
     Name_Entry_Open = Name_Entry::file;
     AllKeyVar.unit_type = '5';
     work({1, 0, 1, 1, 1, 0});
-    EXPECT_EQ(keylink.load(), &FileLink[0]);
-    EXPECT_EQ(Name_Entry_Open, Name_Entry::none);
-    Name_Entry_Open = Name_Entry::state;
+    Walk({{"", FileLink[0]}, {"", Name_Entry_Open, Name_Entry::none}, {[] { Name_Entry_Open = Name_Entry::state; }}});
     work({0, 1, 1, 1, 1, 0});
-    EXPECT_EQ(keylink.load(), &SaveLink[0]);
-    EXPECT_EQ(AllKeyVar.unit_type, '5');
+    Walk({{"", SaveLink[0]}, {"", AllKeyVar.unit_type, '5'}});
     for (const std::int32_t view : {mode_file_view, mode_recall_view}) {
         FunctionMode_Flag = view;
         work({0, 0, 1, 1, 1, 1});
     }
     Enter_Work = {};
-    FunctionMode_Flag = mode_spectrum;
-    Press({key_enter});
-    AllKeyVar.unit_type = '1';
-    AllKeyVar.digit[0] = '7';
-    Press({key_enter});
-    EXPECT_EQ(AllKeyVar.digit[0], key_idle) << "a number that was begun is dropped";
+    Walk({{[] { FunctionMode_Flag = mode_spectrum; }}, {"enter"}, {[] { AllKeyVar.unit_type = '1'; }},
+          {[] { AllKeyVar.digit[0] = '7'; }},
+          {"enter", AllKeyVar.digit[0], key_idle, "a number that was begun is dropped"}});
 }
 
 TEST_F(Dispatch, DigitsAreTypedIntoTheNameThatIsOpen) {
     for (const auto name : {Name_Entry::file, Name_Entry::state, Name_Entry::pattern}) {
-        Start_Name("AB");
-        Name_Entry_Open = name;
-        AllKeyVar.unit_type = '5';
-        Type("1.2-B3");
-        EXPECT_EQ(Name_Typed(), "AB1.23");
+        Walk({{{Start_Name, "AB"}}, {[&] { Name_Entry_Open = name; }}, {[] { AllKeyVar.unit_type = '5'; }},
+              {"1.2-B3", [&] { return Name_Typed(); }, "AB1.23"}});
     }
-    Name_Entry_Open = Name_Entry::sync_word;
-    Start_Name("");
-    Type("01-1.0");
-    EXPECT_EQ(Name_Typed(), "0110");
-    Name_Entry_Open = Name_Entry::none;
-    Type("9");
-    EXPECT_EQ(Name_Typed(), "0110");
-    Start_Name(std::string(100, 'x'));
-    Name_Entry_Open = Name_Entry::file;
-    Type("9");
-    EXPECT_EQ(Name_Typed(), std::string(longest_name, 'x'));
+    Walk({{[] { Name_Entry_Open = Name_Entry::sync_word; }}, {{Start_Name, ""}},
+          {"01-1.0", [&] { return Name_Typed(); }, "0110"}, {[] { Name_Entry_Open = Name_Entry::none; }},
+          {"9", [&] { return Name_Typed(); }, "0110"}, {{Start_Name, std::string(100, 'x')}},
+          {[] { Name_Entry_Open = Name_Entry::file; }},
+          {"9", [&] { return Name_Typed(); }, std::string(longest_name, 'x')}});
     for (int i = 0; i < 40; ++i) Press({key_backspace});
     EXPECT_EQ(Name_Typed(), "");
 }
@@ -509,25 +381,21 @@ TEST_F(Dispatch, TheReaderEndsRecordings) {
         GetIQCounter = Keypad_Flag = 0;
         testing::internal::CaptureStdout();
         Take_Panel_Key(code);
-        EXPECT_EQ(Keypad_Flag, 1) << "the key is stored in any case";
-        EXPECT_EQ(Keypad_Value[0], code);
+        Walk({{"", Keypad_Flag, 1, "the key is stored in any case"}, {"", Keypad_Value[0], code}});
         return testing::internal::GetCapturedStdout();
     };
     const std::string stopped = "\r\n scan key pad rd_buf[0]:32,Keypad_Flag:0,\n";
     const std::string saved = "\r\n *******stop get id set 100 rd_buf[0]:14,*******,\n";
     keylink = &MeasLink[35];
-    EXPECT_EQ(take(soft(0)), "") << "armed alone is not active";
-    EXPECT_EQ(RecordData_IQ.armed, 1);
+    Walk({{"", [&] { return take(soft(0)); }, "", "armed alone is not active"}, {"", RecordData_IQ.armed, 1}});
     for (auto* recording : {&RecordData_IQ, &RecordData_RPhi}) {
         recording->running = 1;
         keylink = &MeasLink[35];
-        EXPECT_EQ(take(soft(0)), stopped);
-        EXPECT_EQ(RecordData_IQ.armed + RecordData_RPhi.armed, 0);
-        EXPECT_EQ(GetIQCounter, 0);
-        EXPECT_EQ(take(soft(1)), "");
+        Walk({{"", [&] { return take(soft(0)); }, stopped},
+              {"", [&] { return RecordData_IQ.armed + RecordData_RPhi.armed; }, 0}, {"", GetIQCounter, 0},
+              {"", [&] { return take(soft(1)); }, ""}});
         EXPECT_EQ(take(key_save), saved);
-        EXPECT_EQ(GetIQCounter, 100);
-        EXPECT_EQ(RecordData_IQ.armed, 1);
+        Walk({{"", GetIQCounter, 100}, {"", RecordData_IQ.armed, 1}});
         keylink = &MeasLink[36];
         EXPECT_EQ(take(soft(0)), "");
         EXPECT_EQ(take(key_save), saved);
@@ -543,8 +411,7 @@ TEST_F(Dispatch, WebKeysWaitInOrderAndAreRefusedWhileStarting) {
     systeminit = 0;
     for (int i = 0; i < web_key_slots; ++i) EXPECT_TRUE(num_queue_insert(i));
     EXPECT_FALSE(num_queue_insert(99));
-    EXPECT_EQ(num_queue_remove(), 0);
-    EXPECT_EQ(num_queue_remove(), 1);
+    Walk({{"", [&] { return num_queue_remove(); }, 0}, {"", [&] { return num_queue_remove(); }, 1}});
     EXPECT_TRUE(num_queue_insert(100));
 }
 

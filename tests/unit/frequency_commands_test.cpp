@@ -1,27 +1,12 @@
-#include <cmath>
-#include <string>
-
 #include "commands_rig.h"
-#include "records/bw.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/sweep.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 
 namespace {
-
-using Codes = std::vector<int>;
 
 class Frequency_Commands : public Commands {
 protected:
     void SetUp() override {
         Commands::SetUp();
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
+        Factory_Settings();
     }
 };
 
@@ -69,29 +54,18 @@ TEST_F(Frequency_Commands, NumbersBeyondAllSizeLeaveABandWithinTheLimits) {
 }
 
 TEST_F(Frequency_Commands, TheOffsetIsTypedAndAnsweredWithEachPlaceOfTheAxis) {
-    Ask("FREQ:SPAN 2MHZ;OFFS 10MHZ;CENT 110MHZ");
-    EXPECT_EQ(Freqs.center[0], 100e6);
-    EXPECT_EQ(Ask("FREQ:CENT?;STAR?;STOP?;SPAN?"),
-              "1.100000000e+08;1.090000000e+08;1.110000000e+08;2.000000000e+06");
-    Ask("FREQ:STAR 110MHZ;STOP 112MHZ");
-    EXPECT_EQ(Freqs.start[0], 100e6);
-    EXPECT_EQ(Freqs.stop[0], 102e6);
+    Talk({{"FREQ:SPAN 2MHZ;OFFS 10MHZ;CENT 110MHZ", Freqs.center[0], 100e6},
+          {"FREQ:CENT?;STAR?;STOP?;SPAN?", "1.100000000e+08;1.090000000e+08;1.110000000e+08;2.000000000e+06"},
+          {"FREQ:STAR 110MHZ;STOP 112MHZ", Freqs.start[0], 100e6}, {"", Freqs.stop[0], 102e6}});
 }
 
 TEST_F(Frequency_Commands, SpanEventsAndTheCoupledStep) {
-    Ask("FREQ:SPAN 5MHZ;:FREQ:SPAN 1MHZ;:FREQ:SPAN:PREV");
-    EXPECT_EQ(Freqs.span[0], 5e6);
-    EXPECT_EQ(Freqs.last_span[0], 1e6);
-    EXPECT_EQ(Ask("FREQ:CENT:STEP:AUTO?"), "1");
-    Ask("FREQ:CENT:STEP 7KHZ");
-    EXPECT_EQ(Ask("FREQ:CENT:STEP:AUTO?"), "1") << "a step given is no manual step";
-    Ask("FREQ:CENT:STEP:AUTO OFF;:FREQ:SPAN 1MHZ");
-    EXPECT_EQ(Ask("FREQ:CENT:STEP:AUTO?;:FREQ:CENT:STEP?"), "0;7.000000000e+03");
-    Ask("FREQ:CENT:STEP:AUTO 1");
-    EXPECT_EQ(Freqs.step[0], 100e3);
-    Ask("FREQ:SPAN:FULL");
-    EXPECT_EQ(Freqs.span[0], MAXSPAN);
-    EXPECT_EQ(Freqs.step[0], MAXSPAN / 10);
+    Talk({{"FREQ:SPAN 5MHZ;:FREQ:SPAN 1MHZ;:FREQ:SPAN:PREV", Freqs.span[0], 5e6}, {"", Freqs.last_span[0], 1e6},
+          {"FREQ:CENT:STEP:AUTO?", "1"}, {"FREQ:CENT:STEP 7KHZ"},
+          {"FREQ:CENT:STEP:AUTO?", "1", "a step given is no manual step"}, {"FREQ:CENT:STEP:AUTO OFF;:FREQ:SPAN 1MHZ"},
+          {"FREQ:CENT:STEP:AUTO?;:FREQ:CENT:STEP?", "0;7.000000000e+03"},
+          {"FREQ:CENT:STEP:AUTO 1", Freqs.step[0], 100e3}, {"FREQ:SPAN:FULL", Freqs.span[0], MAXSPAN},
+          {"", Freqs.step[0], MAXSPAN / 10}});
 }
 
 TEST_F(Frequency_Commands, WhatIsNoFrequencyIsRefusedAndChangesNothing) {
@@ -108,28 +82,20 @@ TEST_F(Frequency_Commands, WhatIsNoFrequencyIsRefusedAndChangesNothing) {
         EXPECT_EQ(Errors(root + " 1MHZ,2MHZ"), Codes{-108}) << root;
         EXPECT_EQ(Errors(root + "? 1"), Codes{-108}) << root;
     }
-    EXPECT_EQ(Errors("FREQ:SPAN:FULL 1"), Codes{-108});
-    EXPECT_EQ(Errors("FREQ:CENT:STEP:AUTO 2"), Codes{-120});
-    EXPECT_EQ(Freqs.center, before.center);
-    EXPECT_EQ(Freqs.span, before.span);
-    EXPECT_EQ(Freqs.step, before.step);
-    EXPECT_EQ(Freqs.offset, before.offset);
+    Talk({{"FREQ:SPAN:FULL 1", -108}, {"FREQ:CENT:STEP:AUTO 2", -120}, {"", Freqs.center, before.center},
+          {"", Freqs.span, before.span}, {"", Freqs.step, before.step}, {"", Freqs.offset, before.offset}});
 }
 
 TEST_F(Frequency_Commands, TheBusyInstrumentRefusesSettingsOnly) {
     Run_AuotSet_flag = 1;
     const Freqs_Record before = Freqs;
-    for (const char* setting : {"FREQ:CENT 1", "FREQ:SPAN 1", "FREQ:STAR 1", "FREQ:STOP 1", "FREQ:CENT:STEP 1",
-                                "FREQ:OFFS 1", "FREQ:SPAN:FULL", "FREQ:SPAN:PREV", "FREQ:CENT:STEP:AUTO 0"}) {
-        EXPECT_EQ(Errors(setting), Codes{-221}) << setting;
-    }
-    EXPECT_EQ(Freqs.center, before.center);
-    EXPECT_EQ(stepautoman[0], 0);
+    Expect_Error(-221, {"FREQ:CENT 1", "FREQ:SPAN 1", "FREQ:STAR 1", "FREQ:STOP 1", "FREQ:CENT:STEP 1", "FREQ:OFFS 1",
+        "FREQ:SPAN:FULL", "FREQ:SPAN:PREV", "FREQ:CENT:STEP:AUTO 0"});
+    Walk({{"", Freqs.center, before.center}, {"", stepautoman[0], 0}});
     EXPECT_EQ(Ask("FREQ:CENT?"), "1.625000000e+09");
     Run_AuotSet_flag = 0;
     Global_Table = 0x80000;
-    EXPECT_EQ(Errors("FREQ:CENT 1"), Codes{-221});
-    EXPECT_EQ(Errors("FREQ:SPAN 1MHZ"), Codes{});
+    Talk({{"FREQ:CENT 1", -221}, {"FREQ:SPAN 1MHZ"}});
 }
 
 TEST_F(Frequency_Commands, AModeRefusesWhatIsItsOwn) {
@@ -150,9 +116,8 @@ TEST_F(Frequency_Commands, ANewCentreStartsHoldTracesAgain) {
         record.mode[0] = mode;
         record.value[0].fill(-50);
         record.rows[0].fill(283);
-        Ask("FREQ:CENT 1GHZ");
-        EXPECT_EQ(record.value[0][300], level);
-        EXPECT_EQ(record.rows[0][300], mode == trace_max_hold ? 508 : 58);
+        Talk({{"FREQ:CENT 1GHZ", record.value[0][300], level},
+              {"", record.rows[0][300], mode == trace_max_hold ? 508 : 58}});
     }
 }
 

@@ -1,44 +1,22 @@
 #include <atomic>
 #include <chrono>
-#include <cmath>
 #include <thread>
 
-#include "records/amp.h"
-#include "records/bw.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/keystate.h"
-#include "records/sweep.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 
 namespace {
-
-constexpr int knob = 0, arrow = 1, typed = 2;
 
 class Frequency : public Records {
 protected:
     void SetUp() override {
         Records::SetUp();
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
+        Factory_Settings();
         Menu_Page& page = FreqLink[0];
         keylink = &page;
     }
     static void Expect_Axis(double start, double center, double stop, double span) {
-        EXPECT_DOUBLE_EQ(Freqs.start[0], start);
-        EXPECT_DOUBLE_EQ(Freqs.center[0], center);
-        EXPECT_DOUBLE_EQ(Freqs.stop[0], stop);
-        EXPECT_DOUBLE_EQ(Freqs.span[0], span);
-    }
-    static void Step(int (*setter)(int, double), int source, int steps) {
-        AllKeyVar.up = static_cast<std::uint16_t>(steps > 0 ? steps : 0);
-        AllKeyVar.down = static_cast<std::uint16_t>(steps < 0 ? -steps : 0);
-        setter(source, 0);
-        AllKeyVar.up = AllKeyVar.down = 0;
+        Walk({{"", Freqs.start[0], start}, {"", Freqs.center[0], center}, {"", Freqs.stop[0], stop},
+              {"", Freqs.span[0], span}});
     }
 };
 
@@ -53,68 +31,42 @@ TEST_F(Frequency, ASpanOverAnEdgeShrinksAroundItsCentre) {
     Set_Span(typed, 300e6);
     Set_Cent(typed, 100e6);
     Expect_Axis(0, 100e6, 200e6, 200e6);
-    Set_Cent(typed, 3.2e9);
-    EXPECT_DOUBLE_EQ(Freqs.center[0], 3.2e9);
-    EXPECT_DOUBLE_EQ(Freqs.stop[0], MAXFREQUENCY);
-    EXPECT_DOUBLE_EQ(Freqs.span[0], 100.1e6);
+    Walk({{{Set_Cent, 3.2e9}, Freqs.center[0], 3.2e9}, {"", Freqs.stop[0], MAXFREQUENCY},
+          {"", Freqs.span[0], 100.1e6}});
 }
 
 TEST_F(Frequency, SpansAreHeldAndZeroIsZeroSpan) {
-    Set_Cent(typed, 1e9);
-    Set_Span(typed, 30);
-    EXPECT_EQ(Freqs.span[0], 100);
-    Set_Span(typed, 0);
+    Walk({{{Set_Cent, 1e9}}, {{Set_Span, 30}, Freqs.span[0], 100}, {{Set_Span, 0}}});
     Expect_Axis(1e9, 1e9, 1e9, 0);
-    EXPECT_EQ(Freqs.last_span[0], 100);
-    Set_Last_Span();
-    EXPECT_EQ(Freqs.span[0], 100);
-    Set_Full_Span();
+    Walk({{"", Freqs.last_span[0], 100}, {Set_Last_Span, Freqs.span[0], 100}, {Set_Full_Span}});
     Expect_Axis(0, 1.625e9, 3.25e9, 3.25e9);
     EXPECT_EQ(Freqs.step[0], 325e6);
 }
 
 TEST_F(Frequency, TheSpanLadder) {
-    Set_Cent(typed, 1.5e9);
-    Set_Span(typed, 100);
-    Step(Set_Span, arrow, -1);
-    EXPECT_EQ(Freqs.span[0], 0);
-    Step(Set_Span, arrow, 1);
-    EXPECT_EQ(Freqs.span[0], 100);
-    Set_Span(typed, 150);
-    Step(Set_Span, arrow, 1);
-    EXPECT_EQ(Freqs.span[0], 200);
-    Set_Span(typed, 150);
-    Step(Set_Span, arrow, -1);
-    EXPECT_EQ(Freqs.span[0], 100);
-    Set_Span(typed, 2e9);
-    Step(Set_Span, arrow, 1);
-    EXPECT_EQ(Freqs.span[0], 2e9);
-    Set_Span(typed, 2.35e6);
-    Step(Set_Span, knob, 1);
-    EXPECT_DOUBLE_EQ(Freqs.span[0], 2.36e6);
+    Walk({{{Set_Cent, 1.5e9}}, {{Set_Span, 100}}, {{Set_Span, arrow, -1}, Freqs.span[0], 0},
+          {{Set_Span, arrow, 1}, Freqs.span[0], 100}, {{Set_Span, 150}}, {{Set_Span, arrow, 1}, Freqs.span[0], 200},
+          {{Set_Span, 150}}, {{Set_Span, arrow, -1}, Freqs.span[0], 100}, {{Set_Span, 2e9}},
+          {{Set_Span, arrow, 1}, Freqs.span[0], 2e9}, {{Set_Span, 2.35e6}},
+          {{Set_Span, knob, 1}, Freqs.span[0], 2.36e6}});
 }
 
 TEST_F(Frequency, StepsStopAtTheLimits) {
     Set_Span(typed, 1e6);
     Set_Step_Mode(true);
     Set_Step_Freq(typed, 2e9);
-    Step(Set_Cent, arrow, 3);
+    Turn(Set_Cent, arrow, 3);
     EXPECT_LE(Freqs.stop[0], MAXFREQUENCY);
-    Step(Set_Cent, arrow, -3);
+    Turn(Set_Cent, arrow, -3);
     EXPECT_GE(Freqs.start[0], 0);
     Set_Step_Mode(false);
     EXPECT_DOUBLE_EQ(Freqs.step[0], Freqs.span[0] / 10);
 }
 
 TEST_F(Frequency, AStepGivenWhileAutomaticHoldsUntilTheSpanChanges) {
-    Set_Span(typed, 1e6);
-    Set_Step_Freq(typed, 7e3);
-    Set_Cent(typed, 1e9);
-    EXPECT_EQ(Freqs.step[0], 7e3);
-    Set_Span(typed, 2e6);
-    EXPECT_EQ(Freqs.step[0], 200e3);
-    Set_Cent(typed, 100e3);
-    EXPECT_EQ(Freqs.step[0], 20e3) << "a centre at the edge takes the span along";
+    Walk({{{Set_Span, 1e6}}, {{Set_Step_Freq, 7e3}}, {{Set_Cent, 1e9}, Freqs.step[0], 7e3},
+          {{Set_Span, 2e6}, Freqs.step[0], 200e3},
+          {{Set_Cent, 100e3}, Freqs.step[0], 20e3, "a centre at the edge takes the span along"}});
 }
 
 TEST_F(Frequency, StartAndStopKeepASpanThatCanBeSwept) {
@@ -123,40 +75,25 @@ TEST_F(Frequency, StartAndStopKeepASpanThatCanBeSwept) {
     BW_Data.rbw[0] = 12;
     Ext_Sweep_Time_Auto();
     const Freqs_Record before = Freqs;
-    Set_Start_Freq(typed, 0);
-    Set_Stop_Freq(typed, 3e9);
-    Set_Span(typed, 1e300);
-    EXPECT_EQ(Freqs.start[0], before.start[0]);
-    EXPECT_EQ(Freqs.stop[0], before.stop[0]);
-    EXPECT_EQ(Freqs.last_span[0], before.last_span[0]);
-    BW_Data.rbw_mode[0] = 0;
-    Set_Span(typed, 1e300);
-    EXPECT_EQ(Freqs.span[0], MAXSPAN);
+    Walk({{{Set_Start_Freq, 0}}, {{Set_Stop_Freq, 3e9}}, {{Set_Span, 1e300}, Freqs.start[0], before.start[0]},
+          {"", Freqs.stop[0], before.stop[0]}, {"", Freqs.last_span[0], before.last_span[0]},
+          {[] { BW_Data.rbw_mode[0] = 0; }}, {{Set_Span, 1e300}, Freqs.span[0], MAXSPAN}});
 }
 
 TEST_F(Frequency, TheOffsetIsShownAndNeverStored) {
-    Set_Offset_Freq(typed, 10e6);
-    Set_Cent(typed, 110e6);
-    EXPECT_DOUBLE_EQ(Freqs.center[0], 100e6);
-    EXPECT_DOUBLE_EQ(Freqs.offset[0], 10e6);
+    Walk({{{Set_Offset_Freq, 10e6}}, {{Set_Cent, 110e6}, Freqs.center[0], 100e6}, {"", Freqs.offset[0], 10e6}});
 }
 
 TEST_F(Frequency, TableIndexesRoundTheWayTheStepGoes) {
     Freqs.step[0] = 150;
     const int up = FreqValue2FreqIdx();
-    AllKeyVar.down = 1;
-    EXPECT_EQ(FreqValue2FreqIdx(), up + 1);
-    AllKeyVar.down = 0;
-    Freqs.span[0] = 3.3e9;
-    EXPECT_EQ(SpanValue2SpanIdx(), 0);
+    Walk({{[] { AllKeyVar.down = 1; }, [&] { return FreqValue2FreqIdx(); }, up + 1}, {[] { AllKeyVar.down = 0; }},
+          {[] { Freqs.span[0] = 3.3e9; }, [&] { return SpanValue2SpanIdx(); }, 0}});
 }
 
 TEST_F(Frequency, StartAndStopPushEachOtherAndNeverCross) {
-    Set_Start_Freq(typed, 900e6);
-    Set_Stop_Freq(typed, 100e6);
-    EXPECT_DOUBLE_EQ(Freqs.stop[0] - Freqs.start[0], 100);
-    EXPECT_DOUBLE_EQ(Freqs.stop[0], 100e6);
-    Set_Start_Freq(typed, 1e12);
+    Walk({{{Set_Start_Freq, 900e6}}, {{Set_Stop_Freq, 100e6}, [&] { return Freqs.stop[0] - Freqs.start[0]; }, 100},
+          {"", Freqs.stop[0], 100e6}, {{Set_Start_Freq, 1e12}}});
     EXPECT_LE(Freqs.stop[0], MAXFREQUENCY);
 }
 
@@ -193,35 +130,18 @@ TEST_F(Frequency, TheEmissionMaskKeepsItsSpanOnBothSidesOfTheCentre) {
     FunctionMode_Flag = mode_emission_mask;
     Set_Cent(typed, 0);
     Expect_Axis(25e6, 50e6, 75e6, 50e6);
-    Set_Cent(typed, 9e9);
-    EXPECT_EQ(Freqs.center[0], MAXFREQUENCY - 50e6);
-    Set_Start_Freq(typed, 1e9);
-    EXPECT_EQ(Freqs.span[0], 50e6);
+    Walk({{{Set_Cent, 9e9}, Freqs.center[0], MAXFREQUENCY - 50e6}, {{Set_Start_Freq, 1e9}, Freqs.span[0], 50e6}});
 }
 
 TEST_F(Frequency, MeasurementsKeepTheSpanThatTheyNeed) {
-    Set_Span(typed, 20e6);
-    Set_Span(typed, 10e6);
-    Global_Table = table_acpr;
-    Set_Span(typed, 0);
-    EXPECT_EQ(Freqs.span[0], 10e6) << "the last span instead of zero";
-    EXPECT_EQ(Freqs.step[0], 1e6);
-    Set_Span(typed, 100);
-    Step(Set_Span, arrow, -1);
-    EXPECT_EQ(Freqs.span[0], 10e6);
-    Freqs.last_span[0] = 0;
-    Set_Span(typed, 100);
-    Freqs.last_span[0] = 0;
-    Step(Set_Span, arrow, -1);
-    EXPECT_EQ(Freqs.span[0], 100) << "there was no other one";
-    Global_Table = table_occupied_bandwidth;
-    Set_Span(typed, 5e6);
-    Set_Span(typed, 1.99e6);
-    EXPECT_EQ(Freqs.span[0], 5e6) << "smaller than the main channel";
-    Step(Set_Span, arrow, -1);
-    EXPECT_EQ(Freqs.span[0], 2e6);
-    Step(Set_Span, arrow, -1);
-    EXPECT_EQ(Freqs.span[0], 2e6);
+    Walk({{{Set_Span, 20e6}}, {{Set_Span, 10e6}}, {[] { Global_Table = table_acpr; }},
+          {{Set_Span, 0}, Freqs.span[0], 10e6, "the last span instead of zero"}, {"", Freqs.step[0], 1e6},
+          {{Set_Span, 100}}, {{Set_Span, arrow, -1}, Freqs.span[0], 10e6}, {[] { Freqs.last_span[0] = 0; }},
+          {{Set_Span, 100}}, {[] { Freqs.last_span[0] = 0; }},
+          {{Set_Span, arrow, -1}, Freqs.span[0], 100, "there was no other one"},
+          {[] { Global_Table = table_occupied_bandwidth; }}, {{Set_Span, 5e6}},
+          {{Set_Span, 1.99e6}, Freqs.span[0], 5e6, "smaller than the main channel"},
+          {{Set_Span, arrow, -1}, Freqs.span[0], 2e6}, {{Set_Span, arrow, -1}, Freqs.span[0], 2e6}});
 }
 
 TEST_F(Frequency, TheOneShotNoticeStandsForASecond) {
@@ -257,7 +177,7 @@ TEST_F(Frequency, TheKnobChangesTheLeadingDigits) {
     for (const auto& [before, steps, after] : cases) {
         Set_Cent(typed, 1.6e9);
         Set_Span(typed, before);
-        Step(Set_Span, knob, steps);
+        Turn(Set_Span, knob, steps);
         EXPECT_NEAR(Freqs.span[0], after, 1e-3) << before << ' ' << steps;
     }
 }
@@ -271,11 +191,9 @@ TEST_F(Frequency, AMinHoldTraceForgetsWhatTheNewAxisHadNotSeen) {
     Set_Span(typed, 2e6);
     const auto& value = Trace_Data[0].value;
     for (std::size_t trace = 0; trace < 3; ++trace) EXPECT_EQ(value[trace][300], -50);
-    EXPECT_EQ(value[0][0], -180);
-    EXPECT_EQ(value[1][0], -200);
-    EXPECT_EQ(value[2][0], 40) << "or it would hold the bottom for ever";
-    Set_Span(typed, 0);
-    EXPECT_EQ(value[0][0], -50) << "the level at the centre";
+    Walk({{"", [&] { return value[0][0]; }, -180}, {"", [&] { return value[1][0]; }, -200},
+          {"", [&] { return value[2][0]; }, 40, "or it would hold the bottom for ever"},
+          {{Set_Span, 0}, [&] { return value[0][0]; }, -50, "the level at the centre"}});
 }
 
 struct Coupling {
@@ -285,24 +203,22 @@ struct Coupling {
 
 TEST_F(Frequency, BandwidthsFollowTheSpan) {
     for (const auto& c : {Coupling{3.25e9, 1e6, 1e6, false}, {1e6, 10e3, 10e3, false}, {2e6, 10e3, 10e3, false},
-                          {2'000'001, 30e3, 30e3, false}, {200, 1, 1, true}, {650e3, 3e3, 3e3, true}, {6.5e3, 30, 30, true}}) {
+                          {2'000'001, 30e3, 30e3, false}, {200, 1, 1, true}, {650e3, 3e3, 3e3, true}, {6.5e3, 30, 30,
+                           true}}) {
         Set_Cent(typed, 1.625e9);
         Set_Span(typed, c.span);
         EXPECT_EQ(Int_RBW_Transfer(BW_Data.rbw[0]), c.rbw) << c.span;
         EXPECT_EQ(Int_VBW_Transfer(BW_Data.vbw[0]), c.vbw) << c.span;
         EXPECT_EQ(JUDGE_FFT_MODE(), c.fft) << c.span;
     }
-    EXPECT_EQ(Int_RBW_Transfer(99), 300e3);
-    Set_Span(typed, 0);
-    EXPECT_EQ(Int_RBW_Transfer(BW_Data.rbw[0]), 10e3) << "zero span needs 10 kHz";
+    Walk({{"", [&] { return Int_RBW_Transfer(99); }, 300e3},
+          {{Set_Span, 0}, [&] { return Int_RBW_Transfer(BW_Data.rbw[0]); }, 10e3, "zero span needs 10 kHz"}});
 }
 
 TEST_F(Frequency, SweepTimeIsStepsTimesSettling) {
-    Set_Full_Span();
-    EXPECT_EQ(Sweep_Data.steps[0], 6500);
-    EXPECT_NEAR(Sweep_Data.time[0], 6500 * (0.16 * (14 + 40 + 184) + 20) * 1e-6, 1e-9);
-    Set_Span(typed, 0);
-    EXPECT_EQ(Sweep_Data.steps[0], 600);
+    Walk({{Set_Full_Span, Sweep_Data.steps[0], 6500},
+          {"", Sweep_Data.time[0], Near{6500 * (0.16 * (14 + 40 + 184) + 20) * 1e-6, 1e-9}},
+          {{Set_Span, 0}, Sweep_Data.steps[0], 600}});
 }
 
 TEST_F(Frequency, ASpanThatWouldSweepTooLongIsRefused) {
@@ -311,11 +227,8 @@ TEST_F(Frequency, ASpanThatWouldSweepTooLongIsRefused) {
     BW_Data.rbw_mode[0] = 1;
     BW_Data.rbw[0] = 10;  // 10 Hz
     const Freqs_Record before = Freqs;
-    EXPECT_EQ(change_span(typed, 3e9), -1);
-    Set_Full_Span();
-    EXPECT_EQ(Freqs.span, before.span);
-    EXPECT_EQ(Freqs.start, before.start);
-    EXPECT_EQ(change_span(typed, 20e6), 0);
+    Walk({{"", [&] { return change_span(typed, 3e9); }, -1}, {Set_Full_Span, Freqs.span, before.span},
+          {"", Freqs.start, before.start}, {"", [&] { return change_span(typed, 20e6); }, 0}});
 }
 
 }  // namespace

@@ -1,24 +1,15 @@
 #include <chrono>
-#include <functional>
 #include <thread>
 
 #include "app/main_loop.h"
 #include "app/start_up.h"
 #include "app/workers.h"
 #include "display/layers.h"
-#include "keys/key_codes.h"
 #include "keys/reader.h"
 #include "files/state.h"
 #include "palette.h"
 #include "platform/shell.h"
-#include "records/amp.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/locks.h"
 #include "records/normalisation.h"
-#include "records/sys.h"
 #include "records_fixture.h"
 #include "system/system.h"
 #include "virtual_board/board.h"
@@ -89,8 +80,6 @@ protected:
     std::thread main_loop;
 };
 
-constexpr std::int32_t soft(int key) { return key_soft_first + key; }
-
 TEST_F(Instrument, FromAKeyPressToTheSignalInTheMiddleOfTheScreen) {
     EXPECT_EQ(fbOsd0.bits, 16u);
     Press({key_frequency, soft(0), '5', '0', '0', soft(1), key_span, soft(0), '2', soft(1)});
@@ -112,8 +101,7 @@ TEST_F(Instrument, ThePowerKeyKeepsTheStateAndTheNextStartComesUpInIt) {
     platform::Reset_Stop();
     Reset_Records();
     Power_On();
-    EXPECT_EQ(Freqs.center[0], 433e6);
-    EXPECT_EQ(Freqs.span[0], 5e6);
+    Walk({{"", Freqs.center[0], 433e6}, {"", Freqs.span[0], 5e6}});
 }
 
 TEST_F(Instrument, PanelKeysOfOneSweepRunNewestFirst) {
@@ -171,9 +159,7 @@ TEST_F(Instrument, WordsOfAnotherVersionAreReportedAndTheInstrumentRuns) {
     testing::internal::CaptureStdout();
     Power_On();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "File could not be opened. \n");
-    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 420);
-    EXPECT_EQ(Checkversion, 1);
-    Press({key_span});
+    Walk({{"", [&] { return SCPI_ErrorPop(scpi_context); }, 420}, {"", Checkversion, 1}, {"SPAN"}});
     EXPECT_TRUE(Eventually([] { return keylink == &SpanLink[0]; }));
 }
 
@@ -235,8 +221,7 @@ TEST_F(Instrument, ALinkAndAFontThatFailAreToldAndTheInstrumentStarts) {
     Power_On();
     testing::internal::GetCapturedStderr();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "\r\nload font fail!!!\r\nPROC_load failed.\n");
-    EXPECT_EQ(DSP_Trace_Data, nullptr);
-    Press({key_span});
+    Walk({{"", DSP_Trace_Data, nullptr}, {"SPAN"}});
     EXPECT_TRUE(Eventually([] { return keylink == &SpanLink[0]; }));
     root.Write("/dev/faults", "");
 }
@@ -254,10 +239,8 @@ TEST_F(Instrument, PowerOnTakesTheChosenState) {
     TG_Pos_Diff_Value = 7;
     Normalisation_Trace.fill(-3);
     Power_On();
-    EXPECT_EQ(Freqs.center[0], 100e6);
-    EXPECT_EQ(Sys_Data.tracking_normalised, 1);
-    EXPECT_EQ(TG_Pos_Diff_Value, 0);
-    EXPECT_EQ(Normalisation_Trace[300], 0) << "the old reference is gone";
+    Walk({{"", Freqs.center[0], 100e6}, {"", Sys_Data.tracking_normalised, 1}, {"", TG_Pos_Diff_Value, 0},
+          {"", Normalisation_Trace[300], 0, "the old reference is gone"}});
     EXPECT_EQ(Check_TG_Normalize + Check_Sweep_Again + CheckNormInit, 3) << "and is measured again";
     Power_Cut();
     Reset_Records();

@@ -1,8 +1,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <limits>
-#include <vector>
 
 #include <jpeglib.h>
 

@@ -1,5 +1,3 @@
-#include "records/freqs.h"
-#include "records/sys.h"
 #include "records_fixture.h"
 #include "system/system.h"
 #include "virtual_board/board.h"

@@ -1,23 +1,9 @@
 #include "app/main_loop.h"
 
-#include <vector>
-
-#include "keys/key_codes.h"
 #include "keys/reader.h"
 #include "keys/soft_keys.h"
 #include "platform/sample_memory.h"
-#include "records/analysis.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/keystate.h"
-#include "records/sweep.h"
-#include "records/sys.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 
 namespace {
 
@@ -27,11 +13,7 @@ protected:
     void SetUp() override {
         Records::SetUp();
         platform::Set_Clock_Mode(platform::Clock_Mode::fast);
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
-        keylink = &FreqLink[0];
+        Factory_Settings();
         DSP_Trace_Data = memory.data();
         FPGA_Int_Fd = -1;
     }
@@ -69,8 +51,7 @@ TEST_F(Iteration, APulledPowerSensorLeadsBackToTheSpectrumAtOnce) {
 TEST_F(Iteration, PanelKeysRunNewestFirstThenWebKeysInOrder) {
     for (const std::int32_t code : {key_frequency, key_marker, key_trace}) Store_Key(code);
     Main_Loop_Once();
-    EXPECT_EQ(Keypad_Flag, 0);
-    EXPECT_EQ(HWkeyIdx, key_frequency);
+    Walk({{"", Keypad_Flag, 0}, {"", HWkeyIdx, key_frequency}});
     Store_Key(key_trace);
     AllKeyVar.unit_type = '1';
     for (const std::int32_t code : {key_marker, key_span}) num_queue_insert(code);
@@ -96,10 +77,7 @@ TEST_F(Iteration, AnEMCTestThatRunsWhileStartingSendsItsSettingsEachTime) {
     EMC_Data.running = 1;
     EXPECT_FALSE(Sends());
     systeminit = 2;
-    EXPECT_TRUE(Sends());
-    EXPECT_TRUE(Sends());
-    EMC_Data.held = 1;
-    EXPECT_FALSE(Sends());
+    Walk({{"", Sends, true}, {"", Sends, true}, {[] { EMC_Data.held = 1; }, Sends, false}});
     EMC_Data = {};
     EXPECT_FALSE(Sends());
 }
@@ -127,14 +105,10 @@ TEST_F(Iteration, RemoteControlLeavesInformationSequenceAndMenu) {
     FreqLink[0].highlight = 2;
     PresetLink[0].parent = nullptr;
     Main_Loop_Once();
-    EXPECT_EQ(System_information, 0);
-    EXPECT_EQ(FunctionMode_Flag, mode_spectrum_list);
-    EXPECT_EQ(Global_Table, table_peak);
-    EXPECT_EQ(Sequence_runnow_flag, 0);
-    EXPECT_EQ(FreqLink[0].highlight, no_highlight);
+    Walk({{"", System_information, 0}, {"", FunctionMode_Flag, mode_spectrum_list}, {"", Global_Table, table_peak},
+          {"", Sequence_runnow_flag, 0}, {"", FreqLink[0].highlight, no_highlight}});
     EXPECT_EQ(keylink, &PresetLink[0]);
-    EXPECT_EQ(PresetLink[0].parent, &PresetLink[0]);
-    Sequence_runnow_flag = 1;
+    Walk({{"", PresetLink[0].parent, &PresetLink[0]}, {[] { Sequence_runnow_flag = 1; }}});
     Main_Loop_Once();
     EXPECT_EQ(Sequence_runnow_flag, 1) << "entered once only";
     keylink = &FreqLink[0];

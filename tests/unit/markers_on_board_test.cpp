@@ -1,9 +1,5 @@
-#include <cmath>
-#include <string>
-
 #include "board_rig.h"
 #include "platform/dsp_message.h"
-#include "records/analysis.h"
 
 /// Markers, counter and peaks over the link, against scenes whose truth is known.
 namespace {

@@ -1,9 +1,4 @@
-#include <cmath>
-#include <limits>
-
-#include "keys/key_codes.h"
 #include "keys/number_format.h"
-#include "records/keystate.h"
 #include "records_fixture.h"
 
 namespace {

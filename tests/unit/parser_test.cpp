@@ -1,9 +1,5 @@
 #include <mutex>
-#include <string>
-#include <vector>
 
-#include "records/handover.h"
-#include "records/locks.h"
 #include "records_fixture.h"
 #include "scpi/lexer.h"
 #include "scpi/parser.h"
@@ -12,6 +8,8 @@
 #include "scpi/writers.h"
 
 namespace {
+
+using Codes = std::vector<int>;
 
 std::vector<std::string> ran;         ///< what the handlers did, in their order
 std::vector<std::string> answers;     ///< as they were sent
@@ -185,8 +183,6 @@ protected:
         return codes.empty() && ran.size() == 1 ? ran[0] : "neither";
     }
 };
-
-using Codes = std::vector<int>;
 using Texts = std::vector<std::string>;
 
 TEST_F(Parser, AMessageRunsAtItsNewlineHoweverItIsCut) {

@@ -1,17 +1,6 @@
 #include "trace/peak_search.h"
 
-#include <cmath>
-#include <limits>
-
-#include "records/amp.h"
-#include "records/analysis.h"
-#include "records/freqs.h"
-#include "records/keystate.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
-#include "trace/markers.h"
 
 namespace {
 
@@ -23,13 +12,9 @@ class Peaks : public Records {
 protected:
     void SetUp() override {
         Records::SetUp();
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
+        Factory_Settings();
         Amp.attenuation = {10, 10};
-        Init_Trace_Data();
-        PeakSearch_Init();
-        Marker_Init();
+        Factory_Settings();
         Set_Cent(2, 1e9);
         Set_Span(2, 60e6);
         values.fill(-100);
@@ -99,10 +84,9 @@ TEST_F(Peaks, TheExcursionIsAskedForOnBothSides) {
         values[310] = -49.95f, values[311] = -52, values[312] = -70, values[298] = -70;
         return Found();
     };
-    EXPECT_EQ(valley(2.9f), Columns{310}) << "the valley is too flat for the lower one";
-    EXPECT_EQ(valley(3.0f), (Columns{300, 310}));
-    Set_Peak_Excursion(2, 6);
-    EXPECT_EQ(valley(5.9f), Columns{310});
+    Walk({{"", [&] { return valley(2.9f); }, Columns{310}, "the valley is too flat for the lower one"},
+          {"", [&] { return valley(3.0f); }, (Columns{300, 310})},
+          {{Set_Peak_Excursion, 6}, [&] { return valley(5.9f); }, Columns{310}}});
     values.fill(-50.5f);
     for (int i = 0; i <= 20; ++i) values[static_cast<std::size_t>(i)] = -52 + 0.1f * static_cast<float>(i);
     for (std::size_t i = 21; i < trace_points; ++i) values[i] = -80;
@@ -113,28 +97,18 @@ TEST_F(Peaks, NoneIsFoundBelowHalfTheResolutionBandwidth) {
     Freqs.start[0] = 0, Freqs.span[0] = 601e3;  // a kilohertz a column
     BW_Data.rbw[0] = 2;                         // 100 kHz
     Peak(50, -20), Peak(52, -20), Peak(0, -10), Peak(300, -40);
-    EXPECT_EQ(Found(), (Columns{52, 300})) << "the column before 51 stands at 50 kHz";
-    EXPECT_EQ(Peak_Excludenum, 50e3);
-    EXPECT_EQ(Near_DC_Search_Flag, 0) << "hard keys wait no longer";
+    Walk({{"", [&] { return Found(); }, (Columns{52, 300}), "the column before 51 stands at 50 kHz"},
+          {"", Peak_Excludenum, 50e3}, {"", Near_DC_Search_Flag, 0, "hard keys wait no longer"}});
 }
 
 TEST_F(Peaks, TheThresholdFollowsTheAttenuation) {
     Peak(100, -45), Peak(200, -55), Peak(300, -65);
-    EXPECT_EQ(Found(), (Columns{100, 200, 300}));
-    Set_Peak_Threshold_State(true);
-    EXPECT_EQ(Found(), Columns{100});
-    Amp.attenuation[0] = 20;
-    EXPECT_EQ(Found(), (Columns{100, 200}));
-    Set_Peak_Threshold(2, -500);
-    EXPECT_EQ(Peak_Data.threshold, -130);
-    Set_Peak_Threshold(2, 500);
-    EXPECT_EQ(Peak_Data.threshold, 30);
-    Set_Peak_Excursion(2, -1);
-    EXPECT_EQ(Peak_Data.excursion, 0);
-    Set_Peak_Excursion(2, 101);
-    EXPECT_EQ(Peak_Data.excursion, 100);
-    Set_Peak_Excursion(2, std::nan(""));
-    EXPECT_EQ(Peak_Data.excursion, 100);
+    Walk({{"", [&] { return Found(); }, (Columns{100, 200, 300})},
+          {{Set_Peak_Threshold_State, true}, [&] { return Found(); }, Columns{100}},
+          {[] { Amp.attenuation[0] = 20; }, [&] { return Found(); }, (Columns{100, 200})},
+          {{Set_Peak_Threshold, -500}, Peak_Data.threshold, -130}, {{Set_Peak_Threshold, 500}, Peak_Data.threshold, 30},
+          {{Set_Peak_Excursion, -1}, Peak_Data.excursion, 0}, {{Set_Peak_Excursion, 101}, Peak_Data.excursion, 100},
+          {{Set_Peak_Excursion, std::nan("")}, Peak_Data.excursion, 100}});
 }
 
 TEST_F(Peaks, EqualPeaksKeepTheOrderOfTheirFrequencies) {
@@ -149,9 +123,8 @@ TEST_F(Peaks, ManyPeaksFillTheListsAndTheHighestTheTable) {
     EXPECT_EQ(Peak_Table_Rows(rows), 10);
     EXPECT_EQ(rows[0].column, 1);
     EXPECT_EQ(rows[9].column, 19);
-    EXPECT_EQ(Peak_Data.table_frequency[0][9], Freqs.start[0] + 19 * 60e6 / 601);
-    EXPECT_EQ(Peak_Data.table_level[9], -40) << "cut toward zero";
-    Set_Peak_Order(true);
+    Walk({{"", Peak_Data.table_frequency[0][9], Freqs.start[0] + 19 * 60e6 / 601},
+          {"", Peak_Data.table_level[9], -40, "cut toward zero"}, {{Set_Peak_Order, true}}});
     values[401] = -10;
     Found();
     Peak_Table_Rows(rows);
@@ -181,8 +154,7 @@ TEST_F(Peaks, TheMarkerGoesFromPeakToPeak) {
         return Marker_Data.column[3][0];
     };
     EXPECT_EQ(column(Peak_Step::highest), 200);
-    EXPECT_EQ(Marker_Data.on[3][0], 1);
-    EXPECT_EQ(Active_Marker(), 3);
+    Walk({{"", Marker_Data.on[3][0], 1}, {"", Active_Marker, 3}});
     EXPECT_EQ(column(Peak_Step::next), 300);
     EXPECT_EQ(column(Peak_Step::next), 100);
     EXPECT_EQ(column(Peak_Step::next), 400);
@@ -218,11 +190,9 @@ TEST_F(Peaks, WithoutAPeakOrATraceNothingMoves) {
 TEST_F(Peaks, TheHighestAndLowestPointsAreTheFirstOnes) {
     values[10] = values[20] = -20;
     values[30] = values[40] = -120;
-    EXPECT_EQ(Ext_Peak_Max(values), 10);
-    EXPECT_EQ(Ext_Peak_Min(values), 30);
+    Walk({{"", [&] { return Ext_Peak_Max(values); }, 10}, {"", [&] { return Ext_Peak_Min(values); }, 30}});
     values.fill(-7);
-    EXPECT_EQ(Ext_Peak_Max(values), 0);
-    EXPECT_EQ(Ext_Peak_Min(values), 0);
+    Walk({{"", [&] { return Ext_Peak_Max(values); }, 0}, {"", [&] { return Ext_Peak_Min(values); }, 0}});
 }
 
 TEST_F(Peaks, TheSearchedTraceIsTheMarkersElseTheActiveElseAnyShown) {
@@ -230,14 +200,11 @@ TEST_F(Peaks, TheSearchedTraceIsTheMarkersElseTheActiveElseAnyShown) {
     Trace_Data[0].value[2] = values;
     Trace_Data[0].mode = {trace_clear_write, trace_blank, trace_view, trace_blank};
     SelectTraceForPeakSearch();
-    EXPECT_EQ(Peak_Data.trace, 0);
-    EXPECT_EQ(Set_Marker_Trace(0, 2), 0);
+    Walk({{"", Peak_Data.trace, 0}, {"", [&] { return Set_Marker_Trace(0, 2); }, 0}});
     SelectTraceForPeakSearch();
-    EXPECT_EQ(Peak_Data.trace, 2);
-    EXPECT_EQ(Peak_Data.count, 1);
-    EXPECT_EQ(Set_Marker_Trace(0, 1), -221) << "blank";
-    Set_Marker_Trace_Auto(0, true);
-    Trace_Data[0].mode[0] = trace_blank;
+    Walk({{"", Peak_Data.trace, 2}, {"", Peak_Data.count, 1},
+          {"", [&] { return Set_Marker_Trace(0, 1); }, -221, "blank"}, {[] { Set_Marker_Trace_Auto(0, true); }},
+          {[] { Trace_Data[0].mode[0] = trace_blank; }}});
     SelectTraceForPeakSearch();
     EXPECT_EQ(Peak_Data.trace, 2);
 }

@@ -1,24 +1,7 @@
 #include "app/remote_base.h"
 #include "commands_rig.h"
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
-#include "records/amp.h"
-#include "records/bw.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/sweep.h"
-#include "records/sys.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "system/preset.h"
-#include "trace/acquisition.h"
 
 namespace {
-
-using Codes = std::vector<int>;
 
 class Preset_Commands : public Commands {
 protected:
@@ -46,22 +29,15 @@ protected:
         SweepSingle_Data = 1;
     }
     static void Expect_Factory() {
-        EXPECT_EQ(Freqs.span[0], MAXSPAN);
-        EXPECT_EQ(Freqs.offset[0], 0);
-        EXPECT_EQ(stepautoman[0], 0);
-        EXPECT_EQ(Amp.reference[0], 0);
-        EXPECT_EQ(Amp.attenuation[0], 10);
-        EXPECT_EQ(Amp.attenuation_mode[0], 0);
+        Walk({{"", Freqs.span[0], MAXSPAN}, {"", Freqs.offset[0], 0}, {"", stepautoman[0], 0},
+              {"", Amp.reference[0], 0}, {"", Amp.attenuation[0], 10}, {"", Amp.attenuation_mode[0], 0}});
         EXPECT_EQ(BW_Data.rbw_mode[0] + BW_Data.vbw_mode[0] + BW_Data.rbw[0], 0);
         EXPECT_EQ(Sweep_Data.time_mode[0] + Sweep_Data.hold + Sweep_Data.single, 0);
-        EXPECT_EQ(SweepSingle_Data, 0);
-        EXPECT_EQ(Trace_Data[0].mode, (std::array<std::uint8_t, traces>{trace_clear_write}));
-        EXPECT_EQ(Trace_Data[0].active, 0);
-        EXPECT_EQ(Trace_Data[0].detector_choice[0], detector_auto);
-        EXPECT_EQ(Display_Data.key_lock, 0);
-        EXPECT_EQ(Display_Data.active, 1);
-        EXPECT_EQ(Display_Data.brightness, 40) << "stays";
-        EXPECT_EQ(FunctionMode_Flag, mode_spectrum);
+        Walk({{"", SweepSingle_Data, 0},
+              {"", Trace_Data[0].mode, (std::array<std::uint8_t, traces>{trace_clear_write})},
+              {"", Trace_Data[0].active, 0}, {"", Trace_Data[0].detector_choice[0], detector_auto},
+              {"", Display_Data.key_lock, 0}, {"", Display_Data.active, 1}, {"", Display_Data.brightness, 40, "stays"},
+              {"", FunctionMode_Flag, mode_spectrum}});
     }
 };
 
@@ -73,8 +49,7 @@ TEST_F(Preset_Commands, KeyAndCommandsRestoreEverySettingAndKeepStatusAndQueue) 
         Language = 3;
         preset();
         Expect_Factory();
-        EXPECT_EQ(keylink.load(), &FreqLink[0]);
-        EXPECT_EQ(Language, 3);
+        Walk({{"", FreqLink[0]}, {"", Language, 3}});
         EXPECT_EQ(Ask("*ESE?;*SRE?;:STAT:OPER:ENAB?"), "5;6;7");
         EXPECT_EQ(SCPI_ErrorPop(scpi_context), -113);
     }
@@ -100,21 +75,13 @@ TEST_F(Preset_Commands, PresetIsNeverRefusedAndLeavesTheRemotePage) {
 }
 
 TEST_F(Preset_Commands, TheUserPresetIsSavedChosenAndFallsBackToFactory) {
-    EXPECT_EQ(Ask("SYST:PRES:TYPE?"), "FACTory");
-    EXPECT_EQ(Errors("SYST:PRES:TYPE USER"), Codes{-221}) << "none is saved";
-    EXPECT_EQ(Errors("SYST:PRES:TYPE BOTH"), Codes{-224});
+    Talk({{"SYST:PRES:TYPE?", "FACTory"}, {"SYST:PRES:TYPE USER", -221, "none is saved"},
+          {"SYST:PRES:TYPE BOTH", -224}});
     Change_Everything();
-    EXPECT_EQ(Errors("SYST:PRES:USER:SAVE"), None());
-    EXPECT_EQ(Errors("SYST:PRES:TYPE USER"), None());
-    EXPECT_EQ(Ask("SYST:PRES:TYPE?"), "USER");
-    Ask("*RST");
+    Talk({{"SYST:PRES:USER:SAVE"}, {"SYST:PRES:TYPE USER"}, {"SYST:PRES:TYPE?", "USER"}, {"*RST"}});
     Expect_Factory();
-    EXPECT_EQ(Ask("SYST:PRES:TYPE?"), "USER") << "*RST leaves the type";
-    Ask("SYST:PRES");
-    EXPECT_EQ(Freqs.center[0], 433e6);
-    EXPECT_EQ(Amp.reference[0], -20);
-    EXPECT_EQ(Trace_Data[0].mode[1], trace_max_hold);
-    EXPECT_EQ(Sweep_Data.single, 0);
+    Talk({{"SYST:PRES:TYPE?", "USER", "*RST leaves the type"}, {"SYST:PRES", Freqs.center[0], 433e6},
+          {"", Amp.reference[0], -20}, {"", Trace_Data[0].mode[1], trace_max_hold}, {"", Sweep_Data.single, 0}});
     root.Write("/mnt/nand/UserPrset1.sta", "KVA720 state 1\ncenter 1 1\n");
     testing::internal::CaptureStderr();
     Ask("SYST:PRES");
@@ -131,12 +98,9 @@ TEST_F(Preset_Commands, RemoteInputLeavesTheErrorList) {
     Global_Table = table_acpr;
     Keypad_Exe(key_system);
     Keypad_Exe(key_soft_first + 1);
-    EXPECT_EQ(keylink.load(), &SysLink[14]);
-    EXPECT_EQ(FunctionMode_Flag, mode_file_view);
-    EXPECT_EQ(Ask("FREQ:CENT?"), "1.625000000e+09");
-    EXPECT_EQ(FunctionMode_Flag, mode_spectrum);
-    EXPECT_EQ(Global_Table, table_acpr);
-    EXPECT_EQ(System_information, 0);
+    Walk({{"", SysLink[14]}, {"", FunctionMode_Flag, mode_file_view}});
+    Talk({{"FREQ:CENT?", "1.625000000e+09"}, {"", FunctionMode_Flag, mode_spectrum}, {"", Global_Table, table_acpr},
+          {"", System_information, 0}});
 }
 
 TEST_F(Preset_Commands, TheErrorListIsLeftByItsReturnAndByHardKeys) {
@@ -149,9 +113,8 @@ TEST_F(Preset_Commands, TheErrorListIsLeftByItsReturnAndByHardKeys) {
         EXPECT_EQ(scpi_context.errors->count, 0) << "the list is cleared";
         EXPECT_EQ(SCPI_RegGet(scpi_context, reg_stb) & stb_error_queue, 0u);
         Keypad_Exe(leave);
-        EXPECT_EQ(System_information, 0);
-        EXPECT_EQ(FunctionMode_Flag, mode_spectrum);
-        EXPECT_EQ(keylink.load(), leave == key_span ? &SpanLink[0] : &SysLink[0]);
+        Walk({{"", System_information, 0}, {"", FunctionMode_Flag, mode_spectrum},
+              {"", [&] { return keylink.load(); }, leave == key_span ? &SpanLink[0] : &SysLink[0]}});
     }
 }
 

@@ -2,7 +2,6 @@
 #include <optional>
 
 #include "platform/virtual/device_files.h"
-#include "records/locks.h"
 #include "remote/gpib.h"
 #include "remote/rs232.h"
 #include "remote/sinks.h"

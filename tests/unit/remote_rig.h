@@ -8,12 +8,8 @@
 
 #include <atomic>
 #include <chrono>
-#include <functional>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "records/handover.h"
 #include "records_fixture.h"
 #include "remote/hislip.h"
 #include "remote/raw_socket.h"

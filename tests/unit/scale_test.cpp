@@ -1,19 +1,14 @@
 #include "trace/scale.h"
 
-#include <cmath>
-#include <limits>
 #include <random>
 
 #include "keys/level_units.h"
-#include "records/amp.h"
 #include "records/normalisation.h"
 #include "records/sys.h"
 #include "records_fixture.h"
-#include "sweep/amplitude.h"
 
 namespace {
 
-constexpr int typed = 2;
 
 class Scale : public Records {
 protected:
@@ -35,8 +30,7 @@ TEST_F(Scale, LevelsStandOnTheirRows) {
     EXPECT_EQ(dBmTOpixel(-13, {.code = 2, .reference = -10}, true), 58 + 67);
     EXPECT_EQ(dBmTOpixel(-13, {.code = 3, .reference = -10}, true), 58 + 135);
     EXPECT_EQ(dBmTOpixel(std::nan(""), scale, true), 508);
-    EXPECT_NEAR(Pixel2dBm(58), 0, 1e-9);
-    EXPECT_NEAR(Pixel2dBm(283), -50, 0.2);
+    Walk({{"", [&] { return Pixel2dBm(58); }, Near{0, 1e-9}}, {"", [&] { return Pixel2dBm(283); }, Near{-50, 0.2}}});
 }
 
 TEST_F(Scale, TheLinearScaleEndsAtZeroVolts) {
@@ -86,13 +80,9 @@ TEST_F(Scale, RowsTurnBackIntoStoredLevels) {
         }
         EXPECT_EQ(Line_Level(0), 10) << "as shown";
     }
-    EXPECT_EQ(Pixel2dBm(508), no_level);
-    EXPECT_EQ(Line_Level(10), no_level);
-    EXPECT_NEAR(Line_Level(9), -10, 1e-9) << "a tenth of the voltage";
-    Set_Linear_Scale(false);
-    display_scale(typed, 2);
-    EXPECT_EQ(Line_Level(10), -10);
-    EXPECT_EQ(Shown_Level_Offset(), 30);
+    Walk({{"", [&] { return Pixel2dBm(508); }, no_level}, {"", [&] { return Line_Level(10); }, no_level},
+          {"", [&] { return Line_Level(9); }, Near{-10, 1e-9}, "a tenth of the voltage"}, {{Set_Linear_Scale, false}},
+          {{display_scale, 2}, [&] { return Line_Level(10); }, -10}, {"", Shown_Level_Offset, 30}});
 }
 
 /// The difference d of a normalised trace adds d - d / m, m the scale's part of 10 dB, in whole numbers.

@@ -2,35 +2,17 @@
 // leaves settings that agree with one another and tells the core once.
 
 #include <cfloat>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <optional>
 #include <random>
-#include <sstream>
-#include <vector>
 
 #include "link_counter.h"
-#include "records/amp.h"
-#include "records/bw.h"
-#include "records/channel.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/keystate.h"
-#include "records/sweep.h"
-#include "records/trigger.h"
 #include "records_fixture.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
 #include "sweep/sweep_time.h"
 #include "sweep/trigger.h"
-#include "trace/acquisition.h"
 
 namespace {
-
-constexpr int knob = 0, arrow = 1, typed = 2;
 
 struct Mode {
     const char* name;
@@ -153,11 +135,8 @@ protected:
         return table[static_cast<std::size_t>(Random(0, static_cast<int>(std::size(table)) - 1))];
     }
 
-    static void Start() {
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        BW_Init();
-        Sweep_Init();
+    void Start() {
+        Factory_Settings();
         Trigger_Init();
         Init_Trace_Data();
         Channel_Data = {};

@@ -1,86 +1,111 @@
-// Every byte of every record of settings: the preset restores it, and the state file keeps it. A field that is added to
+// Every field of every record of settings: the preset restores it, and the state file keeps it. A field that is added to
 // a record and forgotten there fails here.
 
-#include <cstddef>
 #include <cstring>
-#include <vector>
 
 #include "files/state.h"
-#include "records/amp.h"
-#include "records/analysis.h"
-#include "records/autoset.h"
-#include "records/bw.h"
-#include "records/channel.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/sweep.h"
-#include "records/sys.h"
-#include "records/trace.h"
-#include "records/trigger.h"
+#include "records/limit.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "system/preset.h"
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-/// A part of a record that a test leaves out.
+/// Memory of a record, or of a field that a test leaves out.
 struct Part {
-    std::size_t offset, size;
+    std::byte* at;
+    std::size_t size;
+
+    template <class Field>
+        requires(!std::is_same_v<Field, Part>)
+    Part(Field& field) : at(reinterpret_cast<std::byte*>(&field)), size(sizeof field) {}
+    Part(std::byte* first, std::size_t bytes) : at(first), size(bytes) {}
+    bool Holds(const Part& other) const { return other.at >= at && other.at + other.size <= at + size; }
 };
+
+template <class Type>
+constexpr bool is_array = std::is_class_v<Type> && requires(Type type) { type[0]; };
+
+template <class Record>
+std::size_t Add_Values(std::byte* at, std::vector<Part>& values);
+
+/// Stands for the fields of a record that is initialised, and so meets their types in their order.
+struct Any_Field {
+    std::byte* record;
+    std::size_t* end;
+    std::vector<Part>* values;
+
+    template <class Field>
+    operator Field() const {
+        *end = (*end + alignof(Field) - 1) / alignof(Field) * alignof(Field);
+        *end += Add_Values<Field>(record + *end, *values);
+        return Field();
+    }
+};
+
+template <class Record, std::size_t... fields>
+void Add_Fields(const Any_Field& any, std::index_sequence<fields...>) {
+    const auto one_more = [&](std::size_t) { return any; };
+    if constexpr (requires { Record{one_more(fields)..., any}; }) {
+        Add_Fields<Record>(any, std::index_sequence<fields..., sizeof...(fields)>());
+    } else {
+        [[maybe_unused]] const Record met{one_more(fields)...};
+    }
+}
+
+/// The numbers that a type is made of; returns its size.
+template <class Type>
+std::size_t Add_Values(std::byte* at, std::vector<Part>& values) {
+    if constexpr (is_array<Type>) {
+        using Element = std::remove_cvref_t<decltype(std::declval<Type>()[0])>;
+        for (std::size_t offset = 0; offset < sizeof(Type); offset += sizeof(Element)) {
+            Add_Values<Element>(at + offset, values);
+        }
+    } else if constexpr (std::is_aggregate_v<Type>) {
+        std::size_t end = 0;
+        Add_Fields<Type>({at, &end, &values}, std::index_sequence<>());
+        EXPECT_TRUE(end <= sizeof(Type) && end + alignof(Type) > sizeof(Type)) << "fields are not met in their order";
+    } else {
+        values.emplace_back(at, sizeof(Type));
+    }
+    return sizeof(Type);
+}
 
 struct Record {
     const char* name;
-    void* memory;
-    Bytes is_value;  ///< 0 for the bytes between the fields
-    std::vector<Part> not_preset, not_kept;
-
-    Bytes Copy() const {
-        const auto* bytes = static_cast<const unsigned char*>(memory);
-        return {bytes, bytes + is_value.size()};
-    }
-    void Put(const Bytes& bytes) const { std::memcpy(memory, bytes.data(), bytes.size()); }
-    bool Checked(std::size_t byte, const std::vector<Part>& left_out) const {
-        for (const Part& part : left_out) {
-            if (byte >= part.offset && byte < part.offset + part.size) return false;
-        }
-        return is_value[byte] != 0;
-    }
+    std::vector<Part> values, not_preset, not_kept;
 };
 
-template <class T>
-Record Of(const char* name, T& record, std::vector<Part> not_preset = {}, std::vector<Part> not_kept = {}) {
-    static_assert(std::is_trivially_copyable_v<T>);
-    alignas(T) std::array<unsigned char, sizeof(T)> mask;
-    mask.fill(0xff);
-    __builtin_clear_padding(reinterpret_cast<T*>(mask.data()));
-    return {name, &record, Bytes(mask.begin(), mask.end()), std::move(not_preset), std::move(not_kept)};
+template <class Type>
+Record Of(const char* name, Type& record, std::vector<Part> not_preset = {}, std::vector<Part> not_kept = {}) {
+    Record of{name, {}, std::move(not_preset), std::move(not_kept)};
+    Add_Values<Type>(reinterpret_cast<std::byte*>(&record), of.values);
+    return of;
 }
 
-#define PART(record, field) Part{offsetof(record, field), sizeof(record::field)}
-/// Behind the last field, where the compiler leaves what it can't know to be padding.
-#define TAIL(record, last) Part{offsetof(record, last) + sizeof(record::last), sizeof(record)}
-
-/// What a state file has nothing of: the values that follow from others, and what sweeps, not what is set.
+/// With what they leave out. What a state file has nothing of are values that follow from others, and what sweeps.
 std::vector<Record> Records_Of_Settings() {
-    const std::vector<Part> all{{0, ~std::size_t{0}}};
+    const auto trace = [](const char* name, Trace_Record& r) {
+        return Of(name, r, {}, {r.sweep_complete, r.redraw_mask, r.level_exceeded, r.word, r.point, r.detector,
+                                r.average_counter, r.rows, r.drawn_rows, r.processed, r.sweeps, r.detector_state, r.value,
+                                r.stored, r.stored_rows, r.points, r.sweep_start});
+    };
+    Sweep_Record& s = Sweep_Data;
+    Marker_Record& m = Marker_Data;
+    Peak_Record& p = Peak_Data;
+    Display_Record& d = Display_Data;
     return {
         Of("Freqs", Freqs),
         Of("stepautoman", stepautoman),
-        Of("Amp", Amp, {}, {PART(Amp_Record, attenuation_before)}),
-        Of("BW_Data", BW_Data, {}, {PART(BW_Record, detector), PART(BW_Record, unfit)}),
-        Of("BW_RBW_Mode", BW_RBW_Mode, {}, all),
-        Of("Sweep_Data", Sweep_Data, {},
-           {PART(Sweep_Record, steps), PART(Sweep_Record, shortest), PART(Sweep_Record, hold), PART(Sweep_Record, single),
-            PART(Sweep_Record, single_started), PART(Sweep_Record, single_left),
-            PART(Sweep_Record, external_trigger_pending), PART(Sweep_Record, fft),
-            PART(Sweep_Record, busy), PART(Sweep_Record, uncal)}),
+        Of("Amp", Amp, {}, {Amp.attenuation_before}),
+        Of("BW_Data", BW_Data, {}, {BW_Data.detector, BW_Data.unfit}),
+        Of("BW_RBW_Mode", BW_RBW_Mode, {}, {BW_RBW_Mode}),
+        Of("Sweep_Data", s, {}, {s.steps, s.shortest, s.hold, s.single, s.single_started, s.single_left,
+                                 s.external_trigger_pending, s.fft, s.busy, s.uncal}),
         Of("Trigger_Data", Trigger_Data),
         Of("Autoset_Data", Autoset_Data),
         Of("Channel_Data", Channel_Data),
-        Of("Trace_Data", Trace_Data, {}, all),
+        trace("Trace_Data[0]", Trace_Data[0]),
+        trace("Trace_Data[1]", Trace_Data[1]),
+        Of("Trace_Data[2]", Trace_Data[2], {}, {Trace_Data[2]}),
         Of("AvgType", AvgType),
         Of("MATHFLAG", MATHFLAG),
         Of("TraceMath", TraceMath),
@@ -88,17 +113,21 @@ std::vector<Record> Records_Of_Settings() {
         Of("Max_Hold_Restart", Max_Hold_Restart),
         Of("AVERLAG", AVERLAG),
         Of("Hold_Level_Shown", Hold_Level_Shown),
-        Of("Marker_Data", Marker_Data, {PART(Marker_Record, counter_sent), TAIL(Marker_Record, steps)}, all),
-        Of("Peak_Data", Peak_Data, {TAIL(Peak_Record, tracking)}, all),
-        Of("Display_Data", Display_Data, {PART(Display_Record, brightness)}, all),
-        Of("EMC_Data", EMC_Data, {}, all),
-        Of("Global_Table", Global_Table, {}, all),
-        Of("Sequence_runnow_flag", Sequence_runnow_flag, {}, all),
-        Of("Run_AuotSet_flag", Run_AuotSet_flag, {}, all),
-        Of("attention_notice", attention_notice, {}, all),
+        Of("Marker_Data", m, {m.counter_sent}, {m.resolution_changed, m.second_position, m.right_column, m.placed_start,
+                                                m.placed_width, m.counter_sent, m.steps}),
+        Of("Peak_Data", p, {}, {p.second_word, p.count, p.position, p.rank, p.table_column, p.table_frequency,
+                                p.table_level, p.accepted, p.by_amplitude, p.demod_threshold, p.trace}),
+        Of("Display_Data", d, {d.brightness}, {d.brightness, d.active, d.clock_shown, d.key_lock}),
+        Of("EMC_Data", EMC_Data, {}, {EMC_Data}),
+        Of("Global_Table", Global_Table, {}, {Global_Table}),
+        Of("Sequence_runnow_flag", Sequence_runnow_flag, {}, {Sequence_runnow_flag}),
+        Of("Run_AuotSet_flag", Run_AuotSet_flag, {}, {Run_AuotSet_flag}),
+        Of("attention_notice", attention_notice, {}, {attention_notice}),
         Of("ScreenActive", ScreenActive),
         Of("tracking_normalised", Sys_Data.tracking_normalised),
-        Of("LimitlineScreen", LimitlineScreen, {}, all),
+        Of("Limit_Test", Limit_Test, {}, {Limit_Test.verdict, Limit_Test.swept}),
+        Of("PassCriterion", PassCriterion),
+        Of("LimitlineScreen", LimitlineScreen, {}, {LimitlineScreen}),
     };
 }
 
@@ -109,33 +138,34 @@ protected:
         std::filesystem::create_directories(platform::Rooted("/mnt/nand"));
         Preset_Instrument();
     }
-    static void Expect_Same(const Record& record, const Bytes& fresh, const std::vector<Part>& left_out) {
-        const Bytes now = record.Copy();
-        for (std::size_t i = 0; i < fresh.size(); ++i) {
-            EXPECT_TRUE(now[i] == fresh[i] || !record.Checked(i, left_out)) << record.name << ", byte " << i;
+    /// Changes every value of a record at once; all but those left out must be as before after the return.
+    template <class Return>
+    static void Expect_Back(const Record& record, const std::vector<Part>& left_out, Return&& come_back) {
+        std::vector<std::vector<std::byte>> fresh;
+        for (const Part& value : record.values) {
+            fresh.emplace_back(value.at, value.at + value.size);
+            value.at[0] ^= std::byte{1};
         }
-        record.Put(fresh);
+        come_back();
+        for (std::size_t i = 0; i < fresh.size(); ++i) {
+            const Part& value = record.values[i];
+            const bool same = std::memcmp(value.at, fresh[i].data(), value.size) == 0;
+            const bool checked = std::ranges::none_of(left_out, [&](const Part& part) { return part.Holds(value); });
+            if (checked && !same) ADD_FAILURE() << "value " << i << " of " << record.name;
+            std::memcpy(value.at, fresh[i].data(), value.size);
+        }
     }
 };
 
 TEST_F(Settings, ThePresetRestoresEveryField) {
-    for (const Record& record : Records_Of_Settings()) {
-        const Bytes fresh = record.Copy();
-        record.Put(Bytes(fresh.size(), 1));
-        if (record.memory == &ScreenActive) ScreenActive = 1;
-        Preset_Instrument();
-        Expect_Same(record, fresh, record.not_preset);
-    }
+    for (const Record& record : Records_Of_Settings()) Expect_Back(record, record.not_preset, Preset_Instrument);
 }
 
 TEST_F(Settings, TheStateFileKeepsEveryField) {
     constexpr const char* path = "/mnt/nand/state.sta";
     ASSERT_TRUE(Save_LocalState_SpecAndSem(path));
     for (const Record& record : Records_Of_Settings()) {
-        const Bytes fresh = record.Copy();
-        record.Put(Bytes(fresh.size(), 1));
-        ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
-        Expect_Same(record, fresh, record.not_kept);
+        Expect_Back(record, record.not_kept, [] { ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0)); });
     }
 }
 

@@ -1,5 +1,4 @@
 #include <thread>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -7,14 +6,8 @@
 
 #include "files/state.h"
 #include "platform/whole_file.h"
-#include "records/amp.h"
-#include "records/bw.h"
 #include "records/error_log.h"
-#include "records/freqs.h"
 #include "records_fixture.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
 
 namespace {
 
@@ -23,9 +16,7 @@ protected:
     void SetUp() override {
         Records::SetUp();
         std::filesystem::create_directories(platform::Rooted("/mnt/nand"));
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
+        Factory_Settings();
     }
     static constexpr const char* path = "/mnt/nand/state.sta";
 };
@@ -38,11 +29,8 @@ TEST_F(State, SettingsComeBack) {
     Freqs_ArrayInit();
     Trace_Data = {};
     ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
-    EXPECT_EQ(Freqs.center[0], 433.92e6);
-    EXPECT_EQ(Freqs.span[0], 2e6);
-    EXPECT_EQ(Freqs.center[1], MAXSPAN / 2);
-    EXPECT_EQ(BW_Data.rbw[0], 4);
-    EXPECT_EQ(Trace_Data[0].mode[1], trace_max_hold);
+    Walk({{"", Freqs.center[0], 433.92e6}, {"", Freqs.span[0], 2e6}, {"", Freqs.center[1], MAXSPAN / 2},
+          {"", BW_Data.rbw[0], 4}, {"", Trace_Data[0].mode[1], trace_max_hold}});
 }
 
 TEST_F(State, BandwidthsAndSweepTimeComeBack) {
@@ -56,22 +44,14 @@ TEST_F(State, BandwidthsAndSweepTimeComeBack) {
     BW_Init();
     Sweep_Init();
     ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
-    EXPECT_EQ(BW_Data.rbw_mode[0], 1);
-    EXPECT_EQ(BW_Data.rbw[0], 6);
-    EXPECT_EQ(Int_VBW_Transfer(BW_Data.vbw[0]), 100);
-    EXPECT_EQ(BW_Data.ratio[0], 0.1);
-    EXPECT_EQ(Sweep_Data.mode[0], sweep_mode_fft);
-    EXPECT_EQ(Sweep_Data.rule[0], 1);
-    EXPECT_EQ(Sweep_Data.time_mode[0], 1);
-    EXPECT_EQ(Sweep_Data.time[0], 7.5);
-    BW_Init();
-    Sweep_Init();
-    Set_EMI_Filter(true);
+    Walk({{"", BW_Data.rbw_mode[0], 1}, {"", BW_Data.rbw[0], 6},
+          {"", [&] { return Int_VBW_Transfer(BW_Data.vbw[0]); }, 100}, {"", BW_Data.ratio[0], 0.1},
+          {"", Sweep_Data.mode[0], sweep_mode_fft}, {"", Sweep_Data.rule[0], 1}, {"", Sweep_Data.time_mode[0], 1},
+          {"", Sweep_Data.time[0], 7.5}, {BW_Init}, {Sweep_Init}, {{Set_EMI_Filter, true}}});
     ASSERT_TRUE(Save_LocalState_SpecAndSem(path));
     BW_Init();
     ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
-    EXPECT_EQ(BW_Data.emi, 1);
-    EXPECT_EQ(Int_RBW_Transfer(BW_Data.rbw[0]), 120e3);
+    Walk({{"", BW_Data.emi, 1}, {"", [&] { return Int_RBW_Transfer(BW_Data.rbw[0]); }, 120e3}});
     const std::string text = root.Read(path);
     for (const auto& [line, other] : {std::pair{"emi_filter 1", "emi_filter 0"}, {"\nrbw 14", "\nrbw 4 "}}) {
         std::string changed = text;
@@ -97,20 +77,12 @@ TEST_F(State, VerticalSettingsComeBack) {
     ASSERT_TRUE(Save_LocalState_SpecAndSem(path));
     Amp_ArrayInit();
     ASSERT_TRUE(Recall_Lostate_ForLocal(path, 0));
-    EXPECT_EQ(Amp.reference[0], -37);
-    EXPECT_EQ(Amp.displayed_reference, set.displayed_reference);
-    EXPECT_EQ(Amp.attenuation, set.attenuation);
-    EXPECT_EQ(Amp.attenuation_mode, set.attenuation_mode);
-    EXPECT_EQ(Amp.offset[0], 20);
-    EXPECT_EQ(Amp.impedance[0], 1);
-    EXPECT_EQ(Amp.correction_75[0], 7);
-    EXPECT_EQ(Amp.preamplifier_auto, 1);
-    EXPECT_EQ(Amp.preamplifier_in, set.preamplifier_in);
-    EXPECT_EQ(Amp.scale_code[0], 2);
-    EXPECT_EQ(Amp.scale_type[0], 1);
-    EXPECT_EQ(Amp.unit, unit_watt);
-    EXPECT_EQ(Amp.labels, 0);
-    EXPECT_EQ(Amp.label_position, labels_right);
+    Walk({{"", Amp.reference[0], -37}, {"", Amp.displayed_reference, set.displayed_reference},
+          {"", Amp.attenuation, set.attenuation}, {"", Amp.attenuation_mode, set.attenuation_mode},
+          {"", Amp.offset[0], 20}, {"", Amp.impedance[0], 1}, {"", Amp.correction_75[0], 7},
+          {"", Amp.preamplifier_auto, 1}, {"", Amp.preamplifier_in, set.preamplifier_in}, {"", Amp.scale_code[0], 2},
+          {"", Amp.scale_type[0], 1}, {"", Amp.unit, unit_watt}, {"", Amp.labels, 0},
+          {"", Amp.label_position, labels_right}});
     std::string text = root.Read(path);
     text.replace(text.find("reference_offset 20"), 19, "reference_offset 21");
     root.Write(path, text);

@@ -1,6 +1,5 @@
 #include <cstring>
 
-#include "records/locks.h"
 #include "records_fixture.h"
 
 namespace {

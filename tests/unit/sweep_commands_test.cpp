@@ -1,16 +1,6 @@
-#include <algorithm>
-#include <functional>
-#include <sstream>
-
-#include "records/amp.h"
-#include "records/function.h"
-#include "records/handover.h"
 #include "sweep_rig.h"
-#include "system/preset.h"
 
 namespace {
-
-using Codes = std::vector<int>;
 
 class Sweep_Commands : public Sweep_Rig {
 protected:
@@ -33,8 +23,7 @@ protected:
 TEST_F(Sweep_Commands, InitiateSweepsOnceAndThenHolds) {
     EXPECT_EQ(Ask("INIT:CONT?"), "1");
     Run(0.5);
-    Ask("INIT");
-    EXPECT_EQ(Ask("INIT:CONT?"), "0");
+    Talk({{"INIT"}, {"INIT:CONT?", "0"}});
     EXPECT_EQ(Record().processed, 0) << "the sweep starts anew";
     Run(0.5);
     const int half = Record().processed;
@@ -70,8 +59,7 @@ TEST_F(Sweep_Commands, ContinuousSweepsEndAndComeBack) {
     Ask("INIT:CONT ON");
     for (int i = 0; i < 3; ++i) Run(1.05);
     EXPECT_GE(Record().sweeps, 3);
-    EXPECT_EQ(Ask("INIT:CONT?"), "1");
-    Ask("INIT;:INIT:CONT ON;:INIT:CONT OFF;:INIT");
+    Talk({{"INIT:CONT?", "1"}, {"INIT;:INIT:CONT ON;:INIT:CONT OFF;:INIT"}});
     EXPECT_EQ(Record().processed, 0) << "what INIT started is not the sweep that was under way";
 }
 
@@ -88,14 +76,10 @@ TEST_F(Sweep_Commands, ResetBringsContinuousSweepsBack) {
 TEST_F(Sweep_Commands, AViewedTraceIsWrittenAgainAndABusyInstrumentIsLeftAlone) {
     Record().mode = {trace_view, trace_view, trace_blank, trace_blank};
     Run_AuotSet_flag = 1;
-    EXPECT_EQ(Errors("INIT"), Codes{});
-    EXPECT_EQ(Errors("INIT:CONT OFF"), Codes{-221});
-    EXPECT_EQ(Sweep_Data.single, 0);
-    EXPECT_EQ(Record().mode[0], trace_view);
-    Run_AuotSet_flag = 0;
+    Talk({{"INIT"}, {"INIT:CONT OFF", -221}, {"", Sweep_Data.single, 0}});
+    Walk({{"", [&] { return Record().mode[0]; }, trace_view}, {[] { Run_AuotSet_flag = 0; }}});
     Record().average_counter[0] = 7;
-    EXPECT_EQ(Errors("INIT 1"), Codes{-108});
-    Ask("INIT");
+    Talk({{"INIT 1", -108}, {"INIT"}});
     EXPECT_EQ(Record().mode[0], trace_clear_write);
     EXPECT_EQ(Record().mode[1], trace_view) << "only the active one";
     EXPECT_EQ(Record().average_counter[0], 1);
@@ -110,8 +94,7 @@ TEST_F(Sweep_Commands, OperationCompleteComesWithTheEndOfTheSweep) {
         EXPECT_EQ(Events(), 0u);
     }
     Run(0.2);
-    EXPECT_EQ(SweepSingle_Data, 1);
-    EXPECT_EQ(Events(), 1u);
+    Walk({{"", SweepSingle_Data, 1}, {"", [&] { return Events(); }, 1u}});
     Ask("*CLS;*OPC");
     EXPECT_EQ(Events(), 1u) << "the single sweep has ended";
     Ask("*CLS;:INIT");
@@ -136,14 +119,9 @@ TEST_F(Sweep_Commands, TheCompleteQueryEndsWithASweepOfTheNewSettings) {
     EXPECT_GE(waited, 9);
     EXPECT_EQ(SweepSingle_Data, 1);
     waited = 0;
-    EXPECT_EQ(Ask("*OPC?"), "1");
-    EXPECT_EQ(waited, 0) << "no sweep can come";
+    Talk({{"*OPC?", "1"}, {"", waited, 0, "no sweep can come"}});
     EXPECT_TRUE(Ask("*WAI").empty());
-    EXPECT_EQ(Ask("*ESE?"), "0");
-    EXPECT_EQ(waited, 0);
-    Ask("INIT;*WAI");
-    EXPECT_EQ(waited, 0);
-    EXPECT_EQ(Ask("*ESE?"), "0");
+    Talk({{"*ESE?", "0"}, {"", waited, 0}, {"INIT;*WAI", waited, 0}, {"*ESE?", "0"}});
     EXPECT_GE(waited, 9) << "the next message waited for the sweep";
 }
 
@@ -173,12 +151,9 @@ TEST_F(Sweep_Commands, TraceDataIsSixHundredAndOneLevels) {
     EXPECT_EQ(Ask("TRAC? trac").substr(0, 10), "-1.200e+01") << "without a number the first";
     Set_ReflevelOffset(2, 10);
     EXPECT_EQ(Ask("TRAC? TRACE1").substr(0, 9), "-2.00e+00") << "as shown, with the offset";
-    for (const char* none : {"TRAC? TRACE5", "TRAC? BAND1", "TRAC? LEV5"}) EXPECT_EQ(Errors(none), Codes{-230});
-    for (const char* number : {"TRAC? TRACE6", "TRAC? TRACE0", "TRAC? BAND9"}) EXPECT_EQ(Errors(number), Codes{-222});
-    EXPECT_EQ(Errors("TRAC? MARKER1"), Codes{-224});
-    EXPECT_EQ(Errors("TRAC? 1"), Codes{-104});
-    EXPECT_EQ(Errors("TRAC?"), Codes{-109});
-    EXPECT_EQ(Errors("TRAC? TRACE1,1"), Codes{-108});
+    Expect_Error(-230, {"TRAC? TRACE5", "TRAC? BAND1", "TRAC? LEV5"});
+    Expect_Error(-222, {"TRAC? TRACE6", "TRAC? TRACE0", "TRAC? BAND9"});
+    Talk({{"TRAC? MARKER1", -224}, {"TRAC? 1", -104}, {"TRAC?", -109}, {"TRAC? TRACE1,1", -108}});
 }
 
 }  // namespace

@@ -1,45 +1,38 @@
 #pragma once
-#include <algorithm>
 #include <memory>
-#include <string>
 
 #include "commands_rig.h"
-#include "records/freqs.h"
-#include "records/sweep.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 #include "virtual_board/board.h"
 #include "virtual_board/scene.h"
 
 /// Remote commands with the core behind its link, whose time the test steps.
 class Sweep_Rig : public Commands {
 protected:
+    explicit Sweep_Rig(virtual_board::Board_Options options = {.manual = true}) : options_(options) {}
     void SetUp() override {
         Commands::SetUp();
         platform::Set_Clock_Mode(platform::Clock_Mode::fast);
-        std::filesystem::create_directories(platform::Rooted("/dev/fb"));
-        std::filesystem::create_directories(platform::Rooted("/dev/tts"));
-        board = std::make_unique<virtual_board::Board>(Scene(), virtual_board::Board_Options{.manual = true});
-        board->Start();
-        CMEM_setup(LOOP_Main("dsp_loop_new.out", "2048", "1"));
-        ASSERT_NE(DSP_Trace_Data, nullptr);
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
+        for (const char* folder : {"/dev/fb", "/dev/tts", "/mnt/nand"}) {
+            std::filesystem::create_directories(platform::Rooted(folder));
+        }
+        if (const std::string scene = Scene(); !scene.empty()) Start(virtual_board::Parse_Scene(scene, "scene"));
+        Factory_Settings();
     }
     void TearDown() override {
-        LOOP_Delete();
-        platform::Unmap_Sample_Memory(DSP_Trace_Data);
+        if (LOOP_Buffers) LOOP_Delete();
+        if (DSP_Trace_Data) platform::Unmap_Sample_Memory(DSP_Trace_Data);
+        DSP_Trace_Data = nullptr;
         board.reset();
         Commands::TearDown();
     }
-    virtual std::shared_ptr<const virtual_board::Input> Scene() const {
-        return virtual_board::Parse_Scene("[[carrier]]\nfrequency = 500e6\nlevel = -20.0\n", "scene");
+    void Start(std::shared_ptr<const virtual_board::Input> input) {
+        board = std::make_unique<virtual_board::Board>(std::move(input), options_);
+        board->Start();
+        CMEM_setup(LOOP_Main("dsp_loop_new.out", "2048", "1"));
+        ASSERT_NE(DSP_Trace_Data, nullptr);
     }
+    /// What is at the input from the start; empty for a test that starts the board itself.
+    virtual std::string Scene() const { return "[[carrier]]\nfrequency = 500e6\nlevel = -20.0\n"; }
     /// Lets a part of the sweep time pass and takes what came.
     static void Run(double part) {
         board->Step(platform::Duration(std::llround(Sweep_Data.time[0] * part * 1e9)));
@@ -52,4 +45,7 @@ protected:
     }
 
     static inline std::unique_ptr<virtual_board::Board> board;
+
+private:
+    virtual_board::Board_Options options_;
 };

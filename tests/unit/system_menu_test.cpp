@@ -1,36 +1,20 @@
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
 #include "display/draw.h"
 #include "display/pictures.h"
-#include "keys/dispatch.h"
 #include "keys/handlers.h"
-#include "keys/key_codes.h"
 #include "keys/menus/rows.h"
 #include "keys/name_entry.h"
 #include "keys/soft_keys.h"
 #include "keys/words.h"
-#include "panel.h"
-#include "platform/clock.h"
 #include "platform/root.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/keystate.h"
-#include "records/sys.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
 #include "system/information.h"
 #include "system/lan_settings.h"
 #include "system/settings.h"
-#include "trace/acquisition.h"
 
 namespace {
-
-constexpr std::int32_t soft(int key) { return key_soft_first + key; }
 
 class System_Menu : public Records {
 protected:
@@ -39,11 +23,7 @@ protected:
         root.Write("/var/log/error.log", "");
         root.Write("/mnt/nand/none", "");
         root.Write("/opt/KVA720/none", "");
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
-        keylink = &FreqLink[0];
+        Factory_Settings();
     }
     /// The settings as a next start finds them.
     static bool Start_Again() {
@@ -60,28 +40,17 @@ protected:
 };
 
 TEST_F(System_Menu, SettingsOutlastThePower) {
-    Press({key_system, soft(4), soft(2)});
-    EXPECT_EQ(POWER_On, 0);
-    Press({key_system, soft(2), soft(3), key_up, key_up, key_knob_left_last});
-    EXPECT_EQ(Sys_Data.gpib_address, 17);
-    Press({soft(5), soft(2)});
-    EXPECT_EQ(Baud_Rate_Of(Sys_Data.baud_rate), 38400);
-    EXPECT_EQ(SysLink[6].highlight, 2);
-    Press({key_system, soft(3), soft(2)});
-    EXPECT_EQ(Display_Data.clock_shown, 0);
-    Press({key_display, soft(3), key_down});
-    EXPECT_EQ(Display_Data.brightness, 95);
+    Walk({{"SYSTEM f4 f2", POWER_On, 0}, {"SYSTEM f2 f3 up up <<", Sys_Data.gpib_address, 17},
+          {"f5 f2", [&] { return Baud_Rate_Of(Sys_Data.baud_rate); }, 38400}, {"", SysLink[6].highlight, 2},
+          {"SYSTEM f3 f2", Display_Data.clock_shown, 0}, {"DISPLAY f3 down", Display_Data.brightness, 95}});
     ASSERT_TRUE(Start_Again());
-    EXPECT_EQ(POWER_On, 0);
-    EXPECT_EQ(Sys_Data.gpib_address, 17);
-    EXPECT_EQ(Baud_Rate_Of(Sys_Data.baud_rate), 38400);
-    EXPECT_EQ(Display_Data.clock_shown, 0);
-    EXPECT_EQ(Display_Data.brightness, 95);
+    Walk({{"", POWER_On, 0}, {"", Sys_Data.gpib_address, 17},
+          {"", [&] { return Baud_Rate_Of(Sys_Data.baud_rate); }, 38400}, {"", Display_Data.clock_shown, 0},
+          {"", Display_Data.brightness, 95}});
 }
 
 TEST_F(System_Menu, ADamagedSettingsFileChangesNothing) {
-    EXPECT_FALSE(Start_Again()) << "none is there";
-    Set_GPIB_Address(2, 7);
+    Walk({{"", Start_Again, false, "none is there"}, {{Set_GPIB_Address, 7}}});
     const std::string good = root.Read("/mnt/nand/settings.sys");
     const auto refused = [&](const std::string& text) {
         root.Write("/mnt/nand/settings.sys", text);
@@ -102,8 +71,7 @@ TEST_F(System_Menu, ADamagedSettingsFileChangesNothing) {
     EXPECT_TRUE(refused(changed("settings 1", "settings 2")));
     EXPECT_TRUE(refused(changed("end\n", "more 1\nend\n")));
     root.Write("/mnt/nand/settings.sys", good);
-    EXPECT_TRUE(Start_Again());
-    EXPECT_EQ(Sys_Data.gpib_address, 7);
+    Walk({{"", Start_Again, true}, {"", Sys_Data.gpib_address, 7}});
 }
 
 TEST_F(System_Menu, ValuesAreHeldWithinTheirLimits) {
@@ -118,55 +86,31 @@ TEST_F(System_Menu, ValuesAreHeldWithinTheirLimits) {
 }
 
 TEST_F(System_Menu, ValuesAreTypedThroughTheirUnitPages) {
-    Press({key_system, soft(2), soft(3)});
-    Type("21");
-    Press({soft(0)});
-    EXPECT_EQ(keylink.load(), &SysLink[5]);
-    EXPECT_EQ(Sys_Data.gpib_address, 21);
-    Press({key_display, soft(3)});
-    Type("40");
-    Press({soft(0)});
-    EXPECT_EQ(Display_Data.brightness, 40);
-    Press({key_system, soft(3), soft(0)});
-    Type("20301224");
-    Press({soft(0), soft(1)});
-    Type("183000");
-    Press({soft(0)});
-    EXPECT_EQ(keylink.load(), &SysLink[3]);
-    EXPECT_EQ(Clock(), "2030-12-24 18:30:00");
-    Press({soft(0)});
-    Type("20300231");
-    Press({soft(0)});
-    EXPECT_EQ(Clock(), "2030-12-24 18:30:00") << "there is no such date";
+    Walk({{"SYSTEM f2 f3 21 f0", SysLink[5]}, {"", Sys_Data.gpib_address, 21},
+          {"DISPLAY f3 40 f0", Display_Data.brightness, 40}, {"SYSTEM f3 f0 20301224 f0 f1 183000 f0", SysLink[3]},
+          {"", [&] { return Clock(); }, "2030-12-24 18:30:00"},
+          {"f0 20300231 f0", [&] { return Clock(); }, "2030-12-24 18:30:00", "there is no such date"}});
 }
 
 TEST_F(System_Menu, TheClockIsTheInstrumentsOwn) {
-    EXPECT_EQ(Clock(), "2026-01-02 03:04:05");
-    EXPECT_EQ(Set_Date(2, 20240229), 0);
-    EXPECT_EQ(Set_Time(2, 235958), 0);
-    EXPECT_EQ(Clock(), "2024-02-29 23:59:58");
+    Walk({{"", Clock, "2026-01-02 03:04:05"}, {"", [&] { return Set_Date(2, 20240229); }, 0},
+          {"", [&] { return Set_Time(2, 235958); }, 0}, {"", Clock, "2024-02-29 23:59:58"}});
     platform::Step_Clock(std::chrono::seconds(3));
     EXPECT_EQ(Clock(), "2024-03-01 00:00:01");
     for (const double none : {20230229.0, 20241301.0, 20240100.0, 20240631.0, 19991231.0, 21000101.0, -1.0, 1e30}) {
         EXPECT_EQ(Set_Date(2, none), -1) << none;
     }
     for (const double none : {240000.0, 126000.0, 125960.0, -1.0, 1e30}) EXPECT_EQ(Set_Time(2, none), -1) << none;
-    EXPECT_EQ(Clock(), "2024-03-01 00:00:01");
-    Press({key_system, soft(3), soft(0), key_down});
-    EXPECT_EQ(Clock(), "2024-02-29 00:00:01");
-    Press({soft(1), key_down});
-    EXPECT_EQ(Clock(), "2024-02-28 23:59:01");
+    Walk({{"", [&] { return Clock(); }, "2024-03-01 00:00:01"},
+          {"SYSTEM f3 f0 down", [&] { return Clock(); }, "2024-02-29 00:00:01"},
+          {"f1 down", [&] { return Clock(); }, "2024-02-28 23:59:01"}});
     ASSERT_TRUE(Start_Again());
     EXPECT_EQ(Clock(), "2024-02-28 23:58:58") << "the offset outlasts the power";
 }
 
 TEST_F(System_Menu, TheUserPresetMustBeSavedBeforeItIsChosen) {
-    Press({key_system, soft(4), soft(0)});
-    EXPECT_EQ(Sys_Data.user_preset, 0);
-    Press({soft(1)});
-    EXPECT_EQ(keylink.load(), &SysLink[8]);
-    EXPECT_EQ(SysLink[8].highlight, no_highlight);
-    Press({soft(6)});
+    Walk({{"SYSTEM f4 f0", Sys_Data.user_preset, 0}, {"f1", SysLink[8]}, {"", SysLink[8].highlight, no_highlight},
+          {"f6"}});
     EXPECT_FALSE(std::filesystem::exists(platform::Rooted("/mnt/nand/UserPrset1.sta")));
     Press({soft(1), soft(0)});
     EXPECT_EQ(keylink.load(), &SysLink[7]);
@@ -181,18 +125,14 @@ TEST_F(System_Menu, TheInformationScreenStaysForItsKeysAlone) {
     FunctionMode_Flag = mode_spectrum_list;
     Global_Table = table_peak;
     const auto shown = [] {
-        Press({key_system, soft(0)});
-        EXPECT_EQ(System_information, 1);
-        EXPECT_EQ(FunctionMode_Flag, mode_file_view) << "the sweep rests";
-        EXPECT_EQ(keylink.load(), &SysLink[0]);
+        Walk({{"SYSTEM f0", System_information, 1}, {"", FunctionMode_Flag, mode_file_view, "the sweep rests"},
+              {"", SysLink[0]}});
     };
     const auto left = [] {
         return System_information == 0 && FunctionMode_Flag == mode_spectrum_list && Global_Table == table_peak;
     };
     shown();
-    Press({soft(0)});
-    EXPECT_EQ(System_information, 1) << "its own key keeps it";
-    Press({soft(2)});
+    Walk({{"f0", System_information, 1, "its own key keeps it"}, {"f2"}});
     EXPECT_TRUE(left());
     EXPECT_EQ(keylink.load(), &SysLink[5]) << "and the key has worked";
     for (int key = 2; key < soft_keys; ++key) {
@@ -210,19 +150,11 @@ TEST_F(System_Menu, TheInformationScreenStaysForItsKeysAlone) {
     EXPECT_EQ(System_information, 1);
     keylink = &SysLink[14];
     SysLink[14].disabled.fill(0);
-    Press({soft(0)});
-    EXPECT_EQ(System_information, 1);
-    Press({soft(6)});
+    Walk({{"f0", System_information, 1}, {"f6"}});
     EXPECT_TRUE(left());
-    EXPECT_EQ(keylink.load(), &SysLink[0]);
-    Press({soft(6), soft(3), soft(0)});
-    EXPECT_EQ(System_information, 1);
-    EXPECT_EQ(keylink.load(), &SysLink[10]);
-    Press({soft(6)});
+    Walk({{"", SysLink[0]}, {"f6 f3 f0", System_information, 1}, {"", SysLink[10]}, {"f6"}});
     EXPECT_TRUE(left());
-    EXPECT_EQ(keylink.load(), &SysLink[1]);
-    Remote_Flag = 1;
-    System_information = 1;
+    Walk({{"", SysLink[1]}, {[] { Remote_Flag = 1; }}, {[] { System_information = 1; }}});
     keylink = &SysLink[0];
     Press({soft(4)});
     EXPECT_EQ(System_information, 1) << "not under remote control";
@@ -242,23 +174,16 @@ protected:
 };
 
 TEST_F(Web_Password, IsTypedWithKnobAndDigitsAndStoredByEnter) {
-    EXPECT_EQ(Name_Typed(), "secret");
-    Press({soft(2), key_knob_right_first, key_knob_right_last, key_right, soft(0), key_knob_left_first, key_right});
-    EXPECT_EQ(Name_Typed(), "D.") << "D by knob, then the last of the small letters' ring";
-    Type("42");
-    Press({key_backspace, key_enter});
-    EXPECT_EQ(Stored(), "D.4\n");
-    EXPECT_EQ(System_Information_Data.web_password, "D.4");
-    EXPECT_EQ(keylink.load(), &SysLink[0]);
-    EXPECT_EQ(Name_Entry_Open, Name_Entry::none);
-    Type("7");
-    EXPECT_EQ(Name_Typed(), "D.4");
+    Walk({{"", [&] { return Name_Typed(); }, "secret"},
+          {"f2 > >> right f0 < right", [&] { return Name_Typed(); }, "D.",
+           "D by knob, then the last of the small letters' ring"},
+          {"42 B enter", [&] { return Stored(); }, "D.4\n"},
+          {"", [&] { return System_Information_Data.web_password; }, "D.4"}, {"", SysLink[0]},
+          {"", Name_Entry_Open, Name_Entry::none}, {"7", [&] { return Name_Typed(); }, "D.4"}});
 }
 
 TEST_F(Web_Password, IsStoredByItsKeyAndEmptyTakesItAway) {
-    Press({soft(2), soft(3)});
-    EXPECT_EQ(Stored(), "\n");
-    EXPECT_EQ(System_Information_Data.web_password, "");
+    Walk({{"f2 f3", [&] { return Stored(); }, "\n"}, {"", [&] { return System_Information_Data.web_password; }, ""}});
     Recall_Web_Password();
     EXPECT_EQ(System_Information_Data.web_password, "");
 }
@@ -266,16 +191,10 @@ TEST_F(Web_Password, IsStoredByItsKeyAndEmptyTakesItAway) {
 TEST_F(Web_Password, IsAbandonedByAnyHardKeyAndByReturn) {
     Type("99");
     System_Information_Data.web_password = "spoilt";
-    Press({key_span});
-    EXPECT_EQ(Name_Entry_Open, Name_Entry::none);
-    EXPECT_EQ(System_Information_Data.web_password, "secret") << "read again";
-    EXPECT_EQ(Stored(), "secret\n");
-    Press({key_system, soft(2), soft(2), soft(1)});
-    EXPECT_EQ(Name_Typed(), "secret");
-    Type("1");
-    Press({soft(6), key_enter});
-    EXPECT_EQ(keylink.load(), &SysLink[13]);
-    EXPECT_EQ(Stored(), "secret\n");
+    Walk({{"SPAN", Name_Entry_Open, Name_Entry::none},
+          {"", [&] { return System_Information_Data.web_password; }, "secret", "read again"},
+          {"", [&] { return Stored(); }, "secret\n"}, {"SYSTEM f2 f2 f1", [&] { return Name_Typed(); }, "secret"},
+          {"1 f6 enter", SysLink[13]}, {"", [&] { return Stored(); }, "secret\n"}});
 }
 
 TEST_F(System_Menu, TheHislipPortIsStoredAndReadBackAndAnUnreadableOneIsTheStandard) {
@@ -303,17 +222,13 @@ TEST_F(System_Menu, TheLanResetPutsPortAndPasswordBack) {
     Recall_Web_Password();
     Press({key_system, soft(2), soft(0), soft(5)});
     ASSERT_EQ(keylink.load(), &SysLink[22]);
-    EXPECT_EQ(Hislip_Port(), 5000);
-    Press({soft(0)});
-    EXPECT_EQ(keylink.load(), &SysLink[5]);
-    EXPECT_EQ(Hislip_Port(), 4880);
-    EXPECT_EQ(System_Information_Data.web_password, "");
+    Walk({{"", [&] { return Hislip_Port(); }, 5000}, {"f0", SysLink[5]}, {"", [&] { return Hislip_Port(); }, 4880},
+          {"", [&] { return System_Information_Data.web_password; }, ""}});
     SCPI_ErrorClear(scpi_context);
     std::filesystem::remove_all(platform::Rooted("/opt/KVA720"));
     root.Write("/opt/KVA720", "no folder");
-    Press({key_system, soft(2), soft(0), soft(5), soft(0)});
-    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 436);
-    EXPECT_EQ(SCPI_ErrorPop(scpi_context), 435);
+    Walk({{"SYSTEM f2 f0 f5 f0", [&] { return SCPI_ErrorPop(scpi_context); }, 436},
+          {"", [&] { return SCPI_ErrorPop(scpi_context); }, 435}});
 }
 
 TEST_F(System_Menu, QuickSaveWritesAPictureOfTheScreenUnderAFreeName) {
@@ -324,8 +239,7 @@ TEST_F(System_Menu, QuickSaveWritesAPictureOfTheScreenUnderAFreeName) {
     display::Fill(fbOsd0, {100, 100, 300, 300}, {40, 200, 40});
     Press({key_span, soft(0), '4', key_quick_save, key_quick_save});
     fbVid0 = fbOsd0 = {};
-    EXPECT_EQ(keylink.load(), &NumLink[0]) << "the page stays";
-    EXPECT_EQ(AllKeyVar.count, 1) << "and the number that is being typed";
+    Walk({{"", NumLink[0], "the page stays"}, {"", AllKeyVar.count, 1, "and the number that is being typed"}});
     for (const char* name : {"/mnt/nand/screen/SCREEN0001.JPG", "/mnt/nand/screen/SCREEN0002.JPG"}) {
         std::filesystem::create_directories(platform::Rooted("/mnt/nand/picture"));
         const std::string file = root.Read(name);

@@ -1,9 +1,6 @@
 // Glyphs in masks: the three faces, hostile places and sizes, damaged fonts.
 
-#include <algorithm>
-#include <limits>
 #include <random>
-#include <vector>
 
 #include "display/text.h"
 #include "records_fixture.h"

@@ -1,23 +1,5 @@
-#include <string_view>
-
 #include "commands_rig.h"
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
 #include "keys/soft_keys.h"
-#include "panel.h"
-#include "records/amp.h"
-#include "records/bw.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/keystate.h"
-#include "records/sweep.h"
-#include "records/sys.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
-#include "system/preset.h"
-#include "trace/acquisition.h"
 #include "trace/scale.h"
 
 namespace {
@@ -27,19 +9,11 @@ class Trace_Menu : public Commands {
 protected:
     void SetUp() override {
         Commands::SetUp();
-        root.Write("/var/log/error.log", "");
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        BW_Init();
-        Sweep_Init();
-        Init_Trace_Data();
-        keylink = &FreqLink[0];
+        Factory_Settings();
         Keypad_Exe(key_trace);
     }
     Trace_Record& record = Trace_Data[0];
 };
-
-constexpr std::int32_t soft(int key) { return key_soft_first + key; }
 constexpr std::array<std::uint8_t, 4> After_Modes() {
     return {trace_max_hold, trace_min_hold, trace_view, trace_blank};
 }
@@ -52,12 +26,8 @@ TEST_F(Trace_Menu, ModesOfTheTraceThatIsChosen) {
         EXPECT_FALSE(Face(1).in_force);
         Press({soft(0)});
     }
-    EXPECT_EQ(record.mode, After_Modes());
-    EXPECT_EQ(record.value[0][7], -200);
-    EXPECT_EQ(record.value[1][7], 40);
-    EXPECT_EQ(record.active, 0) << "round";
-    Press({key_down});
-    EXPECT_EQ(record.active, 3) << "arrows step it";
+    Walk({{"", record.mode, After_Modes()}, {"", record.value[0][7], -200}, {"", record.value[1][7], 40},
+          {"", record.active, 0, "round"}, {"down", record.active, 3, "arrows step it"}});
     Press({key_knob_right_first + 1, soft(1)});
     EXPECT_EQ(record.mode[1], trace_clear_write);
 }
@@ -72,120 +42,54 @@ TEST_F(Trace_Menu, DetectorPages) {
                                         {4, detector_sample},
                                         {0, detector_normal}}) {
         Press({soft(key)});
-        EXPECT_EQ(TraLink[2].highlight, key);
-        EXPECT_EQ(record.detector[0], detector);
+        Walk({{"", TraLink[2].highlight, key}, {"", [&] { return record.detector[0]; }, detector}});
     }
-    EXPECT_EQ(record.detector_choice[0], detector_auto);
-    Press({soft(5), soft(1)});
-    EXPECT_EQ(record.detector[0], detector_average);
-    Press({soft(2), soft(3)});
-    EXPECT_EQ(record.detector[0], detector_average) << "greyed without EMI filters";
-    BW_Data.emi = 1;
-    Press({soft(3)});
-    EXPECT_EQ(record.detector[0], detector_quasi_peak);
-    EXPECT_EQ(TraLink[5].highlight, 3);
-    KVA720_ATTR_INST_MODEL = 2;
-    Press({key_trace});
+    Walk({{"", record.detector_choice[0], detector_auto}, {"f5 f1", record.detector[0], detector_average},
+          {"f2 f3", record.detector[0], detector_average, "greyed without EMI filters"}, {[] { BW_Data.emi = 1; }},
+          {"f3", record.detector[0], detector_quasi_peak}, {"", TraLink[5].highlight, 3},
+          {[] { KVA720_ATTR_INST_MODEL = 2; }}, {"TRACE"}});
     EXPECT_FALSE(TraLink[5].label[2] || TraLink[5].label[3]) << "a model without them";
 }
 
 TEST_F(Trace_Menu, AveragesTypedSteppedAndSwitched) {
-    Press({soft(6), soft(1), soft(0)});
-    EXPECT_EQ(record.average_on[0], 0) << "the first press selects";
-    Type("50");
-    EXPECT_EQ(keylink.load(), &NumLink[8]);
-    Press({soft(0)});
-    EXPECT_EQ(record.average_number[0], 50);
-    EXPECT_EQ(record.average_on[0], 1);
-    EXPECT_EQ(Value(0), "50");
-    Press({key_up, key_knob_left_last});
-    EXPECT_EQ(record.average_number[0], 57);
-    Type("5000");
-    Press({soft(0)});
-    EXPECT_EQ(record.average_number[0], 999);
-    Press({soft(0)});
-    EXPECT_EQ(record.average_on[0], 0) << "pressed again";
-    Press({soft(1), key_up});
-    EXPECT_EQ(AvgType, average_power);
-    EXPECT_EQ(Face(1).chosen, 2);
+    Walk({{"f6 f1 f0", record.average_on[0], 0, "the first press selects"}, {"50", NumLink[8]},
+          {"f0", record.average_number[0], 50}, {"", record.average_on[0], 1}, {"", Says(0), "50"},
+          {"up <<", record.average_number[0], 57}, {"5000 f0", record.average_number[0], 999},
+          {"f0", record.average_on[0], 0, "pressed again"}, {"f1 up", AvgType, average_power},
+          {"", [&] { return Face(1).chosen; }, 2}});
     record.average_counter[0] = 7;
-    Press({soft(2)});
-    EXPECT_EQ(record.average_counter[0], 1);
-    Press({key_bw, soft(3), soft(3), soft(4)});
-    EXPECT_EQ(record.average_on[0], 1) << "the same keys on the page of bandwidths";
-    EXPECT_EQ(Value(3), "999");
-    EXPECT_EQ(AvgType, average_log);
+    Walk({{"f2", record.average_counter[0], 1},
+          {"BW f3 f3 f4", record.average_on[0], 1, "the same keys on the page of bandwidths"}, {"", Says(3), "999"},
+          {"", AvgType, average_log}});
 }
 
 TEST_F(Trace_Menu, MathWithItsValues) {
-    Press({soft(6), soft(2), soft(0), soft(1), key_up, soft(3)});
-    EXPECT_EQ(TraceMath.source_1, 1);
-    EXPECT_EQ(TraceMath.source_2, 3);
-    EXPECT_EQ(MATHFLAG, math_log_difference);
-    EXPECT_EQ(Value(3), "-50 dB");
-    Type("-12.5");
-    Press({soft(0)});
-    EXPECT_EQ(Log_Ref, -12.5f);
-    Press({soft(4)});
-    EXPECT_EQ(MATHFLAG, math_log_offset);
+    Walk({{"f6 f2 f0 f1 up f3", TraceMath.source_1, 1}, {"", TraceMath.source_2, 3},
+          {"", MATHFLAG, math_log_difference}, {"", Says(3), "-50 dB"}, {"-12.5 f0", Log_Ref, -12.5f},
+          {"f4", MATHFLAG, math_log_offset}});
     EXPECT_FALSE(Face(3).in_force);
     EXPECT_TRUE(Face(4).in_force);
-    Type("500");
-    Press({soft(0), key_down});
-    EXPECT_EQ(TraceMath.offset, 199);
-    Press({soft(2)});
-    EXPECT_EQ(MATHFLAG, math_power_difference);
-    Press({soft(5)});
-    EXPECT_EQ(MATHFLAG, math_off);
-    EXPECT_EQ(TraceMath.offset, 199) << "kept";
-    Press({soft(6)});
-    EXPECT_EQ(keylink.load(), &TraLink[1]);
+    Walk({{"500 f0 down", TraceMath.offset, 199}, {"f2", MATHFLAG, math_power_difference}, {"f5", MATHFLAG, math_off},
+          {"", TraceMath.offset, 199, "kept"}, {"f6", TraLink[1]}});
 }
 
 TEST_F(Trace_Menu, HoldLevelInTheUnitAndAtTheInput) {
-    Press({soft(6), soft(3)});
-    EXPECT_EQ(TraLink[1].highlight, no_highlight) << "greyed unless the trace holds its maximum";
-    Press({soft(6), soft(2), soft(6), soft(3)});
-    Type("-40");
-    EXPECT_EQ(keylink.load(), &NumLink[2]);
-    Press({soft(0)});
-    EXPECT_EQ(record.max_hold_level[0], -40);
-    EXPECT_EQ(Value(3), "-40.00 dBm");
-    Press({key_up, key_knob_right_first});
-    EXPECT_EQ(record.max_hold_level[0], -29);
-    Set_ReflevelOffset(2, 10);
-    EXPECT_EQ(Value(3), "-19.00 dBm") << "as displayed";
-    Type("200");
-    Press({soft(0)});
-    EXPECT_EQ(record.max_hold_level[0], 30);
-    Press({soft(4)});
-    EXPECT_EQ(Max_Hold_Restart, 0);
+    Walk({{"f6 f3", TraLink[1].highlight, no_highlight, "greyed unless the trace holds its maximum"},
+          {"f6 f2 f6 f3 -40", NumLink[2]}, {"f0", record.max_hold_level[0], -40}, {"", Says(3), "-40.00 dBm"},
+          {"up >", record.max_hold_level[0], -29}, {{Set_ReflevelOffset, 10}, Says(3), "-19.00 dBm", "as displayed"},
+          {"200 f0", record.max_hold_level[0], 30}, {"f4", Max_Hold_Restart, 0}});
 }
 
 TEST_F(Trace_Menu, SplitKeys) {
     Press({key_display, soft(1)});
     ASSERT_EQ(keylink.load(), &DisplayLink[2]);
-    EXPECT_EQ(DisplayLink[2].highlight, 4);
-    Press({soft(5)});
-    EXPECT_EQ(ScreenActive, 0) << "greyed without a split";
-    Press({soft(0)});
-    EXPECT_EQ(Display_Data.split, split_alternate);
-    EXPECT_EQ(DisplayLink[2].highlight, 0);
-    Press({soft(5)});
-    EXPECT_EQ(ScreenActive, 1);
-    EXPECT_EQ(Face(5).chosen, 1);
-    Freqs.center[0] = 7e8;
-    Set_Cent(2, 5e8);
-    EXPECT_EQ(Freqs.center[1], 5e8);
-    EXPECT_EQ(Freqs.center[0], 7e8) << "the other half stays";
-    Press({soft(1)});
-    EXPECT_EQ(Display_Data.split, split_active);
-    EXPECT_EQ(Global_Table & table_split, 0);
-    Press({soft(4)});
-    EXPECT_EQ(Display_Data.split, split_none);
-    EXPECT_EQ(ScreenActive, 1) << "the active half has become the only one";
-    Press({key_preset});
-    EXPECT_EQ(ScreenActive, 0);
+    Walk({{"", DisplayLink[2].highlight, 4}, {"f5", ScreenActive, 0, "greyed without a split"},
+          {"f0", Display_Data.split, split_alternate}, {"", DisplayLink[2].highlight, 0}, {"f5", ScreenActive, 1},
+          {"", [&] { return Face(5).chosen; }, 1}, {[] { Freqs.center[0] = 7e8; }},
+          {{Set_Cent, 5e8}, Freqs.center[1], 5e8}, {"", Freqs.center[0], 7e8, "the other half stays"},
+          {"f1", Display_Data.split, split_active}, {"", [&] { return Global_Table & table_split; }, 0},
+          {"f4", Display_Data.split, split_none}, {"", ScreenActive, 1, "the active half has become the only one"},
+          {"PRESET", ScreenActive, 0}});
 }
 
 TEST_F(Trace_Menu, PresetPutsItAllBack) {
@@ -200,68 +104,37 @@ TEST_F(Trace_Menu, PresetPutsItAllBack) {
     EXPECT_EQ(record.average_number, fresh.average_number);
     EXPECT_EQ(record.average_on, fresh.average_on);
     EXPECT_EQ(AvgType + MATHFLAG + TraceMath.source_1 + Display_Data.split + Global_Table, 0);
-    EXPECT_EQ(Log_Ref, -50);
-    EXPECT_EQ(Max_Hold_Restart, 1);
-    EXPECT_EQ(ScreenInf.clamp_bottom, 508);
+    Walk({{"", Log_Ref, -50}, {"", Max_Hold_Restart, 1}, {"", ScreenInf.clamp_bottom, 508}});
 }
 
 TEST_F(Trace_Menu, DetectorAndAverageCommands) {
-    EXPECT_EQ(Ask(":DET?"), "NORMal");
-    EXPECT_EQ(Ask(":SENS:DET:FUNC RAV;FUNC?;:DET:AUTO?"), "AVERage;0");
-    EXPECT_EQ(Ask(":DET:AUTO ON;:DET?"), "NORMal");
-    EXPECT_EQ(Ask(":DET NEG;:DET:AUTO ON;AUTO OFF;AUTO?;:DET?"), "0;NORMal") << "off keeps the one in force";
-    EXPECT_EQ(Errors(":DET QPE"), std::vector{-221});
-    EXPECT_EQ(Errors(":DET EAV"), std::vector{-221});
-    EXPECT_EQ(Errors(":DET PEAK"), std::vector{-224});
-    EXPECT_EQ(Ask(":DET:AUTO ON;:AVER:TYPE VID;TYPE?;TYPE VOLT;TYPE?"), "LOG;VOLTage");
-    EXPECT_EQ(Ask(":AVER:STAT ON;STAT?;:DET?"), "1;SAMPle");
-    EXPECT_EQ(Ask(":AVER:TYPE POW;:DET?"), "AVERage");
-    EXPECT_EQ(Ask(":AVER:COUN 0;COUN?;COUN 1000;COUN?"), "1;999");
-    EXPECT_EQ(Errors(":DISP:TRAC1:MODE VIEW;:AVER:STAT OFF"), std::vector{-221});
-    EXPECT_EQ(record.average_on[0], 1);
+    Talk({{":DET?", "NORMal"}, {":SENS:DET:FUNC RAV;FUNC?;:DET:AUTO?", "AVERage;0"}, {":DET:AUTO ON;:DET?", "NORMal"},
+          {":DET NEG;:DET:AUTO ON;AUTO OFF;AUTO?;:DET?", "0;NORMal", "off keeps the one in force"}, {":DET QPE", -221},
+          {":DET EAV", -221}, {":DET PEAK", -224}, {":DET:AUTO ON;:AVER:TYPE VID;TYPE?;TYPE VOLT;TYPE?", "LOG;VOLTage"},
+          {":AVER:STAT ON;STAT?;:DET?", "1;SAMPle"}, {":AVER:TYPE POW;:DET?", "AVERage"},
+          {":AVER:COUN 0;COUN?;COUN 1000;COUN?", "1;999"}, {":DISP:TRAC1:MODE VIEW;:AVER:STAT OFF", -221},
+          {"", record.average_on[0], 1}});
 }
 
 TEST_F(Trace_Menu, TraceCommands) {
-    EXPECT_EQ(Errors(":DISP:WIND:TRAC3:MODE MINH"), None());
-    EXPECT_EQ(record.mode[2], trace_min_hold);
-    EXPECT_EQ(record.active, 2);
-    EXPECT_EQ(Errors(":DISP:TRAC5:MODE VIEW"), std::vector{-114});
-    EXPECT_EQ(Errors(":DISP:TRAC0:MODE:MAXH 3"), std::vector{-114});
-    EXPECT_EQ(Errors(":DISP:TRAC1:MODE OFF"), std::vector{-224});
-    EXPECT_EQ(record.active, 2);
-    EXPECT_EQ(Ask(":DISP:TRAC4:MODE:MAXH -33.5 DBM;MAXH?;:DISP:TRAC1:MODE:MAXH?"), "-3.350000000e+01;-1.300000000e+02");
-    EXPECT_EQ(Ask(":DISP:TRAC4:MODE:MAXH 77;MAXH?"), "3.000000000e+01");
-    EXPECT_EQ(Ask(":DISP:TRAC:MAXH:ENH:STAT?;STAT 0;STAT?"), "1;0");
-    EXPECT_EQ(record.mode[3], trace_blank) << "a level changes no mode";
-    EXPECT_EQ(Errors(":CALC:MATH:PDIF TRACE2,TRACE9"), std::vector{-222});
-    EXPECT_EQ(Errors(":CALC:MATH:PDIF TRACE2"), std::vector{-109});
-    EXPECT_EQ(Errors(":CALC:MATH:LDIF TRACE2,TRACE3,1 V"), std::vector{-130});
-    EXPECT_EQ(Errors(":CALC:MATH:LOFF TRACE2,1,2"), std::vector{-108});
-    EXPECT_EQ(MATHFLAG, math_off);
-    EXPECT_EQ(TraceMath.source_1, 0);
-    EXPECT_EQ(Errors(":CALC:MATH:LDIF TRAC4,TRAC3,-7DB"), None());
-    EXPECT_EQ(MATHFLAG, math_log_difference);
-    EXPECT_EQ(TraceMath.source_1, 3);
-    EXPECT_EQ(TraceMath.source_2, 2);
-    EXPECT_EQ(Log_Ref, -7);
-    EXPECT_EQ(Errors(":CALC:MATH:LOFF TRACE1,-900"), None());
-    EXPECT_EQ(TraceMath.offset, -200);
-    EXPECT_EQ(Errors(":CALC:MATH:PDIF TRACE1,TRACE1;:CALC:MATH:OFF"), None());
-    EXPECT_EQ(MATHFLAG, math_off);
+    Talk({{":DISP:WIND:TRAC3:MODE MINH", record.mode[2], trace_min_hold}, {"", record.active, 2},
+          {":DISP:TRAC5:MODE VIEW", -114}, {":DISP:TRAC0:MODE:MAXH 3", -114}, {":DISP:TRAC1:MODE OFF", -224},
+          {"", record.active, 2},
+          {":DISP:TRAC4:MODE:MAXH -33.5 DBM;MAXH?;:DISP:TRAC1:MODE:MAXH?", "-3.350000000e+01;-1.300000000e+02"},
+          {":DISP:TRAC4:MODE:MAXH 77;MAXH?", "3.000000000e+01"}, {":DISP:TRAC:MAXH:ENH:STAT?;STAT 0;STAT?", "1;0"},
+          {"", record.mode[3], trace_blank, "a level changes no mode"}, {":CALC:MATH:PDIF TRACE2,TRACE9", -222},
+          {":CALC:MATH:PDIF TRACE2", -109}, {":CALC:MATH:LDIF TRACE2,TRACE3,1 V", -130},
+          {":CALC:MATH:LOFF TRACE2,1,2", -108}, {"", MATHFLAG, math_off}, {"", TraceMath.source_1, 0},
+          {":CALC:MATH:LDIF TRAC4,TRAC3,-7DB", MATHFLAG, math_log_difference}, {"", TraceMath.source_1, 3},
+          {"", TraceMath.source_2, 2}, {"", Log_Ref, -7}, {":CALC:MATH:LOFF TRACE1,-900", TraceMath.offset, -200},
+          {":CALC:MATH:PDIF TRACE1,TRACE1;:CALC:MATH:OFF", MATHFLAG, math_off}});
 }
 
 TEST_F(Trace_Menu, ViewsAndWhatTheyRefuse) {
-    EXPECT_EQ(Errors(":DISP:SPL:NORM:ACT"), None());
-    EXPECT_EQ(Display_Data.split, split_active);
-    EXPECT_EQ(Errors(":DISP:SPL:NORM:ACT;:AVER:COUN 5"), None());
-    EXPECT_EQ(ScreenActive, 1) << "sent again: the other half";
-    EXPECT_EQ(Errors(":DISP:SPL:NORM:ALT"), None());
-    EXPECT_EQ(Errors(":AVER:COUN 5"), std::vector{-221});
-    EXPECT_EQ(Errors(":DISP:TRAC1:MODE VIEW"), std::vector{-221});
-    EXPECT_EQ(Errors(":DISP:SPL:NORM:ACT"), None());
-    EXPECT_EQ(ScreenActive, 1);
-    EXPECT_EQ(Errors(":DISP:SPL:NORM:ALT;:DISP:NORM"), None());
-    EXPECT_EQ(Display_Data.split, split_none);
+    Talk({{":DISP:SPL:NORM:ACT", Display_Data.split, split_active},
+          {":DISP:SPL:NORM:ACT;:AVER:COUN 5", ScreenActive, 1, "sent again: the other half"}, {":DISP:SPL:NORM:ALT"},
+          {":AVER:COUN 5", -221}, {":DISP:TRAC1:MODE VIEW", -221}, {":DISP:SPL:NORM:ACT", ScreenActive, 1},
+          {":DISP:SPL:NORM:ALT;:DISP:NORM", Display_Data.split, split_none}});
     Sweep_Data.busy = 1;
     EXPECT_EQ(Errors(":DISP:SPL:NORM:ACT"), std::vector{-221});
 }

@@ -1,12 +1,5 @@
-#include <cmath>
-
 #include "allocations.h"
 #include "display/layers.h"
-#include "platform/stop.h"
-#include "records/display.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/trace.h"
 #include "sweep_rig.h"
 #include "trace/single_sweep.h"
 #include "trace/split.h"
@@ -55,9 +48,7 @@ TEST_F(Trace_Sweeps, EachHalfKeepsItsOwnSweeps) {
         if (i % 17 == 0) Set_Cent(2, 500e6);  // amid a sweep of either half
     }
     EXPECT_GT(ended[0], 10);
-    EXPECT_EQ(ScreenActive, 0);
-    Set_Active_Half(1);
-    Set_Split(split_none);
+    Walk({{"", ScreenActive, 0}, {{Set_Active_Half, 1}}, {{Set_Split, split_none}}});
     Trace_Data[1].value[0].fill(-180);
     Run_Until(Trace_Data[1], 1);
     EXPECT_NEAR(Peak(Trace_Data[1]), 180, 2);
@@ -116,8 +107,7 @@ TEST_F(Trace_Sweeps, ANewAxisStartsAveragesAndHoldsAgain) {
     EXPECT_EQ(Record().average_counter[0], 1);
     Record().sweeps = 0;
     Run_Until(Record(), 2);
-    EXPECT_NEAR(Peak(Record()), 180, 2);
-    EXPECT_NEAR(Peak(Record(), 1), 180, 2);
+    Walk({{"", [&] { return Peak(Record()); }, Near{180, 2}}, {"", [&] { return Peak(Record(), 1); }, Near{180, 2}}});
     EXPECT_LT(Mean(Record().value[0], 280, 320), -60) << "nothing of the old place";
 }
 
@@ -146,6 +136,7 @@ TEST_F(Trace_Sweeps, ThePathOfAPointAllocatesNothing) {
     ASSERT_TRUE(fbVid0.memory);
     Record().mode = {trace_clear_write, trace_max_hold, trace_min_hold, trace_clear_write};
     Ask(":AVER:TYPE POW;STAT ON;:CALC:MATH:PDIF TRACE2,TRACE3");
+    Ask(":CALC:LIM1:DATA 400 MHZ,10,600 MHZ,10;:CALC:LIM:HIGH 1;STAT ON");
     Trace_Second_Flag = 1;
     Run_Until(Record(), 3);
     platform::Request_Stop();  // the pause at the end of each call returns at once

@@ -1,18 +1,5 @@
-#include <cmath>
-#include <limits>
-#include <vector>
-
 #include "platform/sample_memory.h"
-#include "records/amp.h"
-#include "records/bw.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/sweep.h"
 #include "records_fixture.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 #include "trace/scale.h"
 #include "trace/single_sweep.h"
 #include "trace/split.h"
@@ -91,8 +78,7 @@ TEST_F(Traces, EachDetectorReadsItsSamples) {
 TEST_F(Traces, WithoutEmiFiltersItsDetectorsAreRefused) {
     EXPECT_EQ(Set_Detector(detector_quasi_peak), -221);
     EXPECT_EQ(Set_Detector(detector_emi_average), -221);
-    EXPECT_EQ(Record().detector_choice[0], detector_auto);
-    EMC_Data.mode = 1;
+    Walk({{"", [&] { return Record().detector_choice[0]; }, detector_auto}, {[] { EMC_Data.mode = 1; }}});
     EXPECT_EQ(Set_Detector(detector_quasi_peak), 0);
 }
 
@@ -183,9 +169,8 @@ TEST_F(Traces, OnlyTheActiveTracesCounterGoesOn) {
     }
     Sweep();
     Sweep();
-    EXPECT_EQ(Record().average_counter[0], 3);
-    EXPECT_EQ(Record().average_counter[1], 1);
-    Set_Active_Trace(1);
+    Walk({{"", [&] { return Record().average_counter[0]; }, 3}, {"", [&] { return Record().average_counter[1]; }, 1},
+          {{Set_Active_Trace, 1}}});
     Sweep();
     EXPECT_EQ(Record().average_counter[0], 3) << "it keeps what it had";
     EXPECT_EQ(Record().average_counter[1], 2);
@@ -420,22 +405,17 @@ TEST_F(Traces, RecordsThatSomethingHasTornAreSetRight) {
 }
 
 TEST_F(Traces, BothHalvesAreSweptInTurn) {
-    Set_Split(split_alternate);
-    EXPECT_EQ(Global_Table, table_split);
-    EXPECT_EQ(ScreenInf.clamp_bottom, 258);
+    Walk({{{Set_Split, split_alternate}, Global_Table, table_split}, {"", ScreenInf.clamp_bottom, 258}});
     for (Trace_Record& record : Trace_Data) record.detector_choice[0] = record.detector[0] = detector_positive;
     Write(601);
-    EXPECT_EQ(Screen_Swept, 1) << "the other half has been sent";
-    EXPECT_EQ(ScreenActive, 0);
-    EXPECT_EQ(Trace_Data[1].value[0][5], -180);
+    Walk({{"", Screen_Swept, 1, "the other half has been sent"}, {"", ScreenActive, 0},
+          {"", Trace_Data[1].value[0][5], -180}});
     Write(300);
     Expect_Level(static_cast<double>(Trace_Data[1].value[0][299]), Sample(positive_peak_samples, 0, 299));
     EXPECT_GE(Trace_Data[1].rows[0][299], 332);
     EXPECT_EQ(Trace_Data[1].rows[0][599], 532);
     Write(601);
-    EXPECT_EQ(Screen_Swept, 0);
-    EXPECT_EQ(Trace_Data[1].sweep_complete, 1);
-    EXPECT_EQ(ScreenInf.top, 58);
+    Walk({{"", Screen_Swept, 0}, {"", Trace_Data[1].sweep_complete, 1}, {"", ScreenInf.top, 58}});
 }
 
 TEST_F(Traces, ASingleSweepOfBothHalvesStopsAfterTheSecond) {
@@ -443,28 +423,19 @@ TEST_F(Traces, ASingleSweepOfBothHalvesStopsAfterTheSecond) {
     Set_Active_Half(1);
     Start_Single_Sweep();
     Write(601);
-    EXPECT_EQ(Trace_Data[1].sweep_complete, 1);
-    EXPECT_EQ(SweepSingle_Data, 0);
-    EXPECT_EQ(Screen_Swept, 0);
+    Walk({{"", Trace_Data[1].sweep_complete, 1}, {"", SweepSingle_Data, 0}, {"", Screen_Swept, 0}});
     EXPECT_TRUE(Single_Sweep_Under_Way());
     Write(601);
-    EXPECT_EQ(Trace_Data[0].sweep_complete, 1);
-    EXPECT_EQ(SweepSingle_Data, 1);
+    Walk({{"", Trace_Data[0].sweep_complete, 1}, {"", SweepSingle_Data, 1}});
 }
 
 TEST_F(Traces, TheActiveHalfIsSweptAloneAndBecomesTheOnlyOne) {
-    Set_Split(split_active);
-    EXPECT_EQ(Global_Table, 0);
-    Set_Active_Half(1);
-    EXPECT_EQ(ScreenInf.top, 332);
+    Walk({{{Set_Split, split_active}, Global_Table, 0}, {{Set_Active_Half, 1}, ScreenInf.top, 332}});
     Write(601);
-    EXPECT_EQ(Trace_Data[1].sweep_complete, 1);
-    EXPECT_EQ(Trace_Data[0].sweep_complete, 0);
+    Walk({{"", Trace_Data[1].sweep_complete, 1}, {"", Trace_Data[0].sweep_complete, 0}});
     Write(1202);
-    EXPECT_EQ(Trace_Data[1].sweeps, 2);
-    Set_Split(split_none);
-    EXPECT_EQ(ScreenActive, 1);
-    EXPECT_EQ(ScreenInf.clamp_bottom, 508);
+    Walk({{"", Trace_Data[1].sweeps, 2}, {{Set_Split, split_none}, ScreenActive, 1},
+          {"", ScreenInf.clamp_bottom, 508}});
     for (std::size_t i = 0; i < trace_points; ++i) {
         ASSERT_EQ(Trace_Data[1].rows[0][i],
                   dBmTOpixel(static_cast<double>(Trace_Data[1].value[0][i]), Active_Scale(), true));

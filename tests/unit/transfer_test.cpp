@@ -1,29 +1,12 @@
-#include <algorithm>
-#include <functional>
-#include <limits>
 #include <map>
 #include <memory>
 
 #include "link_recorder.h"
 #include "platform/fpga_int.h"
-#include "records/amp.h"
-#include "records/analysis.h"
-#include "records/bw.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/keystate.h"
-#include "records/locks.h"
 #include "records/measurement.h"
 #include "records/preamplifier.h"
 #include "records/recording.h"
-#include "records/sweep.h"
-#include "records/sys.h"
-#include "records/trigger.h"
 #include "records_fixture.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
 #include "sweep/trigger.h"
 #include "trace/trigger_wait.h"
 
@@ -43,9 +26,7 @@ protected:
         ASSERT_TRUE(DSP_SUCCEEDED(LOOP_Main("dsp_loop_new.out", "2048", "1")));
         FPGA_Int_Fd = Open_Fpga_Int("/dev/fpga_int");
         ASSERT_GE(FPGA_Int_Fd, 0);
-        Freqs_ArrayInit();
-        BW_Init();
-        Sweep_Init();
+        Factory_Settings();
         Trigger_Init();
     }
     void TearDown() override {
@@ -109,9 +90,8 @@ std::map<std::size_t, double> Filled_Elements() {
 
 TEST_F(Transfer, EachElementOfTheSweepMessageHasItsSetting) {
     Fill_Records();
-    EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Var)), Filled_Elements());
-    EMC_Data.correction_off = 1;
-    BW_Data.emi = 1;
+    Walk({{"", [&] { return Elements(Sent(LOOP_SetTrans_Var)); }, Filled_Elements()},
+          {[] { EMC_Data.correction_off = 1; }}, {[] { BW_Data.emi = 1; }}});
     auto expected = Filled_Elements();
     expected.erase(sweep_emc_correction);
     expected[sweep_emi] = 1;
@@ -128,8 +108,7 @@ TEST_F(Transfer, TheStepCountIsCutAndTheMarkersHaveItWhole) {
     BW_Data.rbw_mode[0] = 1;
     BW_Data.rbw[0] = 5;
     EXPECT_EQ(Sent(LOOP_SetTrans_Var)[sweep_steps], 760'000);
-    EXPECT_EQ(Sweep_Data.steps[0], 2'166'667);
-    EXPECT_EQ(Marker_Data.steps, 2'166'667);
+    Walk({{"", Sweep_Data.steps[0], 2'166'667}, {"", Marker_Data.steps, 2'166'667}});
 }
 
 TEST_F(Transfer, TheModeDecidesWhatIsSent) {
@@ -142,9 +121,8 @@ TEST_F(Transfer, TheModeDecidesWhatIsSent) {
     expected[mask_setup] = 1;
     EXPECT_EQ(Elements(Sent(Transfer_Settings)), expected) << "a changed setting sends the setup of the mask";
     expected.erase(mask_setup);
-    EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Var)), expected) << "which is sent once";
-    FunctionMode_Flag = 6;
-    Measurement_Data.value = 9;
+    Walk({{"", [&] { return Elements(Sent(LOOP_SetTrans_Var)); }, expected, "which is sent once"},
+          {[] { FunctionMode_Flag = 6; }}, {[] { Measurement_Data.value = 9; }}});
     Measurement_Data.detector_order = {1, 2};
     Measurement_Data.lock_order = {3, 4};
     auto moved = Filled_Elements();
@@ -152,9 +130,8 @@ TEST_F(Transfer, TheModeDecidesWhatIsSent) {
     for (const std::size_t element : {1, 2, 3, 4}) moved[56 + element] = moved[element];
     moved[1] = 9;
     for (const std::size_t element : {2, 3, 4}) moved.erase(element);
-    Global_Table = 0;
-    EXPECT_EQ(Elements(Sent(Transfer_Settings)), moved);
-    Measurement_Data.double_channel = 1;
+    Walk({{[] { Global_Table = 0; }, [&] { return Elements(Sent(Transfer_Settings)); }, moved},
+          {[] { Measurement_Data.double_channel = 1; }}});
     moved[2] = 1;
     moved[3] = 2;
     moved[4] = 4;
@@ -201,18 +178,17 @@ TEST_F(Transfer, TheSmallTransfers) {
                     .delay = 1.2e-3, .video_level = -33.25, .video_frequency = {1.25e9, 0}, .gate_delay = 40e-9,
                     .gate_length = 10};
     using Map = std::map<std::size_t, double>;
-    EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Trigger), 8),
-              (Map{{0, 8}, {1, -33.25}, {2, 2}, {3, 30'000}, {4, 1}, {5, 1.25e9}, {6, 1}, {7, 1}}));
-    EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Gate_Sweep), 4), (Map{{0, 11}, {1, 1}, {2, 1}, {3, 250e6}}));
+    Walk({{"", [&] { return Elements(Sent(LOOP_SetTrans_Trigger), 8); }, (Map{{0, 8}, {1, -33.25}, {2, 2}, {3,
+           30'000}, {4, 1}, {5, 1.25e9}, {6, 1}, {7, 1}})}, {"", [&] { return Elements(Sent(LOOP_SetTrans_Gate_Sweep), 4); }, (Map{{0, 11}, {1, 1}, {2, 1}, {3, 250e6}})}});
     EXPECT_EQ(Elements(Sent([] { LOOP_SetTrans_Timer_Control(0.1f); }), 2), (Map{{0, 10}, {1, double{0.1f}}}));
     Demodulation_Data = {.earphone = 1, .volume = 200};
-    EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Earphon), 3), (Map{{0, 13}, {1, 1}, {2, 200}}));
-    Display_Data.brightness = 40;
-    EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Peripheral), 3), (Map{{0, 12}, {1, 1.0 * Display_Data.active}, {2, 40}}));
+    Walk({{"", [&] { return Elements(Sent(LOOP_SetTrans_Earphon), 3); }, (Map{{0, 13}, {1, 1}, {2, 200}})},
+          {[] { Display_Data.brightness = 40; }, [&] { return Elements(Sent(LOOP_SetTrans_Peripheral), 3); }, (Map{{0,
+           12}, {1, 1.0 * Display_Data.active}, {2, 40}})}});
     for (auto& trace : Trace_Data) trace.processed = trace.sweeps = trace.point = 7;
-    Sweep_Data.single = 1;
-    EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Single_Sweep), 2), (Map{{0, 14}, {1, 1}}));
-    EXPECT_EQ(Sweep_Data.single_started, 1);
+    Walk({{[] { Sweep_Data.single = 1; }, [&] { return Elements(Sent(LOOP_SetTrans_Single_Sweep), 2); }, (Map{{0, 14},
+           {1, 1}})},
+          {"", Sweep_Data.single_started, 1}});
     for (const auto& trace : Trace_Data) EXPECT_EQ(trace.processed + trace.sweeps + trace.point, 0);
     core->Take();
     LOOP_SetTrans_Timer_Control(std::numeric_limits<float>::quiet_NaN());
@@ -244,17 +220,13 @@ TEST_F(Transfer, AChangeIsOneMessageAndWhatIsNoNumberIsNone) {
 }
 
 TEST_F(Transfer, FreeRunIsHandedOverBeforeTheSettings) {
-    Set_Trigger_Source(trigger_by_input);
-    EXPECT_EQ(DSP_Trigger_Flag, 1);
-    EXPECT_TRUE(Waiting_Reported());
+    Walk({{{Set_Trigger_Source, trigger_by_input}, DSP_Trigger_Flag, 1}, {"", Waiting_Reported, true}});
     EXPECT_EQ(core->Requests(), (Requests{{0, 1}}));
     Trace_Data[0].processed = 100;
     core->Take();
-    Set_Trigger_Source(trigger_by_none);
-    EXPECT_EQ(Sweep_Data.external_trigger_pending, 0);
-    EXPECT_EQ(DSP_Trigger_Flag, 0) << "released at once";
-    EXPECT_FALSE(Waiting_Reported());
-    EXPECT_EQ(Trace_Data[0].processed, 0);
+    Walk({{{Set_Trigger_Source, trigger_by_none}, Sweep_Data.external_trigger_pending, 0},
+          {"", DSP_Trigger_Flag, 0, "released at once"}, {"", Waiting_Reported, false},
+          {"", Trace_Data[0].processed, 0}});
     const auto messages = core->Take();
     ASSERT_EQ(messages.size(), 2u);
     EXPECT_EQ(messages[0][0], 9);
@@ -268,9 +240,8 @@ TEST_F(Transfer, FreeRunIsHandedOverBeforeTheSettings) {
 TEST_F(Transfer, ADriverThatRefusesIsReportedAndHoldsNothingUp) {
     Close_Fpga_Int(FPGA_Int_Fd.exchange(-1));
     testing::internal::CaptureStdout();
-    Set_Trigger_Source(trigger_by_input);
-    EXPECT_EQ(DSP_Trigger_Flag, 0) << "nobody could report the trigger";
-    Set_Trigger_Source(trigger_by_none);
+    Walk({{{Set_Trigger_Source, trigger_by_input}, DSP_Trigger_Flag, 0, "nobody could report the trigger"},
+          {{Set_Trigger_Source, trigger_by_none}}});
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "set failed\n");
 }
@@ -289,10 +260,8 @@ TEST_F(Transfer, EventsOfAnEarlierWaitAreNotTakenForThisOne) {
     Take_FPGA_Event(FPGA_Int_Fd);
     EXPECT_EQ(DSP_Trigger_Flag, 0);
     // A single sweep that has stopped waits for nothing.
-    Sweep_Data.single = 1;
-    SweepSingle_Data = 1;
-    Set_Trigger_Delay(2, 2e-3);
-    EXPECT_EQ(DSP_Trigger_Flag, 0);
+    Walk({{[] { Sweep_Data.single = 1; }}, {[] { SweepSingle_Data = 1; }},
+          {{Set_Trigger_Delay, 2e-3}, DSP_Trigger_Flag, 0}});
 }
 
 /// The panel's thread and a remote one change settings at once, while the sweeps and the interrupts go on.

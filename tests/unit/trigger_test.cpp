@@ -1,75 +1,41 @@
-#include <algorithm>
-#include <cmath>
-#include <memory>
 
-#include "commands_rig.h"
+#include "sweep_rig.h"
 #include "files/state.h"
-#include "keys/dispatch.h"
-#include "keys/key_codes.h"
 #include "platform/fpga_int.h"
-#include "records/amp.h"
-#include "records/freqs.h"
-#include "records/handover.h"
-#include "records/keystate.h"
-#include "records/sweep.h"
-#include "records/trigger.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
-#include "sweep/frequency.h"
 #include "sweep/trigger.h"
-#include "system/preset.h"
-#include "trace/acquisition.h"
 #include "trace/single_sweep.h"
 #include "trace/trigger_wait.h"
-#include "virtual_board/board.h"
-#include "virtual_board/scene.h"
 
 namespace {
 
-using Codes = std::vector<int>;
-
 /// Trigger settings by keys and commands.
-class Triggers : public Commands {
+class Triggers : public Sweep_Rig {
 protected:
     void SetUp() override {
-        Commands::SetUp();
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        BW_Init();
-        Sweep_Init();
+        Sweep_Rig::SetUp();
+        if (!board) platform::Set_Clock_Mode(platform::Clock_Mode::stepped);
         Trigger_Init();
     }
-    static void Press(std::initializer_list<std::int32_t> codes) {
-        for (const auto code : codes) Keypad_Exe(code);
-    }
-    static void Type(std::string_view text, int unit) {
-        for (const char c : text) Keypad_Exe(c);
-        Press({Soft(unit)});
-    }
-    static constexpr std::int32_t Soft(int key) { return key_soft_first + key; }
+    std::string Scene() const override { return ""; }
     static double Number(std::string_view query) { return std::stod(Ask(query)); }
 };
 
 TEST_F(Triggers, CommandsSetWhatTheyAnswer) {
-    EXPECT_EQ(Ask("TRIG:SOUR?;DEL?;MODE?;EXT:SLOP?;:TRIG:VID:SLOP?;LEV?;FREQ?"),
-              "IMMediate;0.000000000e+00;NORMal;POSitive;POSitive;-5.000000000e+01;1.625000000e+09");
-    EXPECT_EQ(Ask("SWE:EGAT:STAT?;DEL?;LENG?"), "0;0.000000000e+00;1.000000000e-03");
-    Ask(":TRIGger:SEQuence:SOURce EXTernal;DELay 1.5 MS;MODE AUTO;EXT:SLOP NEG;:TRIG:VID:SLOP NEG;LEV -12.5;FREQ 1 GHZ");
-    EXPECT_EQ(Ask("TRIG:SOUR?;DEL?;MODE?;EXT:SLOP?;:TRIG:VID:SLOP?;LEV?;FREQ?"),
-              "EXTernal;1.500000000e-03;AUTO;NEGative;NEGative;-1.250000000e+01;1.000000000e+09");
-    Ask("SWE:EGAT:STAT ON;DEL 100 US;LENG 20US");
-    EXPECT_EQ(Ask("SENS:SWE:EGAT:STAT?;DEL?;LENG?"), "1;1.000000000e-04;2.000000000e-05");
-    for (const char* bad : {"TRIG:SOUR LINE", "TRIG:MODE SINGLE", "TRIG:VID:SLOP UP"}) {
-        EXPECT_EQ(Errors(bad), Codes{-224}) << bad;
-    }
+    Talk({{"TRIG:SOUR?;DEL?;MODE?;EXT:SLOP?;:TRIG:VID:SLOP?;LEV?;FREQ?",
+           "IMMediate;0.000000000e+00;NORMal;POSitive;POSitive;-5.000000000e+01;1.625000000e+09"},
+          {"SWE:EGAT:STAT?;DEL?;LENG?", "0;0.000000000e+00;1.000000000e-03"},
+          {":TRIGger:SEQuence:SOURce EXTernal;DELay 1.5 MS;MODE AUTO;EXT:SLOP NEG;:TRIG:VID:SLOP NEG;LEV -12.5;FREQ 1 GHZ"},
+          {"TRIG:SOUR?;DEL?;MODE?;EXT:SLOP?;:TRIG:VID:SLOP?;LEV?;FREQ?",
+           "EXTernal;1.500000000e-03;AUTO;NEGative;NEGative;-1.250000000e+01;1.000000000e+09"},
+          {"SWE:EGAT:STAT ON;DEL 100 US;LENG 20US"},
+          {"SENS:SWE:EGAT:STAT?;DEL?;LENG?", "1;1.000000000e-04;2.000000000e-05"}});
+    Expect_Error(-224, {"TRIG:SOUR LINE", "TRIG:MODE SINGLE", "TRIG:VID:SLOP UP"});
     for (const char* bad : {"TRIG:DEL 1HZ", "TRIG:VID:LEV 1S", "TRIG:VID:FREQ 3DBM", "SWE:EGAT:LENG 1 V"}) {
         EXPECT_EQ(Errors(bad), (Codes{-130})) << bad;
     }
-    EXPECT_EQ(Errors("TRIG:DEL"), Codes{-109});
-    EXPECT_EQ(Errors("TRIG:SOUR? 1"), Codes{-108});
+    Talk({{"TRIG:DEL", -109}, {"TRIG:SOUR? 1", -108}});
     Sweep_Data.busy = 1;
-    EXPECT_EQ(Errors("TRIG:DEL 1MS"), Codes{-221});
-    EXPECT_EQ(Errors("SWE:EGAT:STAT OFF"), Codes{-221});
+    Talk({{"TRIG:DEL 1MS", -221}, {"SWE:EGAT:STAT OFF", -221}});
 }
 
 TEST_F(Triggers, TimesAreHeldInStepsOfTheTimingClock) {
@@ -97,8 +63,7 @@ TEST_F(Triggers, TheLevelIsAsShownAndInTheUnitInForce) {
     EXPECT_EQ(Number("TRIG:VID:LEV?"), -110) << "it stays at the input";
     Ask("TRIG:VID:LEV 45");
     EXPECT_EQ(Number("TRIG:VID:LEV?"), 45);
-    EXPECT_EQ(Trigger_Data.video_level, 25);
-    Set_ReflevelOffset(2, 0);
+    Walk({{"", Trigger_Data.video_level, 25}, {{Set_ReflevelOffset, 0}}});
     Ask("TRIG:VID:LEV 100 MV");
     EXPECT_NEAR(Number("TRIG:VID:LEV?"), -6.9897, 1e-4);
     Ask("TRIG:VID:LEV 1 UW");
@@ -106,8 +71,7 @@ TEST_F(Triggers, TheLevelIsAsShownAndInTheUnitInForce) {
     Amp.unit = unit_dbuv;
     EXPECT_NEAR(Number("TRIG:VID:LEV?"), 76.99, 1e-4);
     Ask("TRIG:VID:LEV 86.99");
-    EXPECT_NEAR(Trigger_Data.video_level, -20, 1e-4);
-    Amp.unit = unit_volt;
+    Walk({{"", Trigger_Data.video_level, Near{-20, 1e-4}}, {[] { Amp.unit = unit_volt; }}});
     Ask("TRIG:VID:LEV 0");
     EXPECT_EQ(Trigger_Data.video_level, -130);
 }
@@ -121,126 +85,65 @@ TEST_F(Triggers, TheFrequencyStaysWithinTheSweep) {
     EXPECT_EQ(Number("TRIG:VID:FREQ?"), 1e9) << "else the centre";
     Ask("FREQ:OFFS 5MHZ");
     EXPECT_EQ(Number("TRIG:VID:FREQ?"), 1.005e9);
-    Ask("TRIG:VID:FREQ 1.006GHZ");
-    EXPECT_EQ(Trigger_Data.video_frequency[0], 1.001e9);
-    Ask("FREQ:SPAN 0;:TRIG:VID:FREQ 1.0061GHZ");
-    EXPECT_EQ(Trigger_Data.video_frequency[0], 1e9) << "zero span has one frequency";
+    Talk({{"TRIG:VID:FREQ 1.006GHZ", Trigger_Data.video_frequency[0], 1.001e9},
+          {"FREQ:SPAN 0;:TRIG:VID:FREQ 1.0061GHZ", Trigger_Data.video_frequency[0], 1e9,
+           "zero span has one frequency"}});
 }
 
 TEST_F(Triggers, VideoTriggerAndGateExcludeEachOther) {
-    Ask("TRIG:SOUR VID");
-    EXPECT_EQ(Errors("SWE:EGAT:STAT ON"), Codes{-221});
-    EXPECT_EQ(Trigger_Data.gate, 0);
-    EXPECT_EQ(Errors("SWE:EGAT:STAT OFF"), Codes{}) << "off is always possible";
-    Ask("TRIG:SOUR IMM;:SWE:EGAT:STAT ON");
-    EXPECT_EQ(Errors("TRIG:SOUR VID"), Codes{-221});
-    EXPECT_EQ(Errors("TRIG:SOUR EXT"), Codes{}) << "the gate goes with the others";
-    Ask("SWE:EGAT:STAT OFF;:FREQ:CENT 1GHZ;SPAN 100KHZ");
+    Talk({{"TRIG:SOUR VID"}, {"SWE:EGAT:STAT ON", -221}, {"", Trigger_Data.gate, 0},
+          {"SWE:EGAT:STAT OFF", "", "off is always possible"}, {"TRIG:SOUR IMM;:SWE:EGAT:STAT ON"},
+          {"TRIG:SOUR VID", -221}, {"TRIG:SOUR EXT", "", "the gate goes with the others"},
+          {"SWE:EGAT:STAT OFF;:FREQ:CENT 1GHZ;SPAN 100KHZ"}});
     ASSERT_EQ(JUDGE_FFT_MODE(), 1);
-    EXPECT_EQ(Errors("TRIG:SOUR VID"), Codes{-221});
-    EXPECT_EQ(Ask("TRIG:SOUR?"), "EXTernal");
-    Ask("SWE:EGAT:STAT ON;:TRIG:SOUR IMM");
+    Talk({{"TRIG:SOUR VID", -221}, {"TRIG:SOUR?", "EXTernal"}, {"SWE:EGAT:STAT ON;:TRIG:SOUR IMM"}});
     EXPECT_FALSE(Trigger_Waits()) << "by FFT the gate does not act";
     Ask("FREQ:SPAN 10MHZ");
     EXPECT_TRUE(Trigger_Waits());
 }
 
 TEST_F(Triggers, KeysOfTheTriggerPages) {
-    Press({key_trigger, Soft(2)});
-    EXPECT_EQ(Trigger_Data.source, trigger_by_input);
-    Press({Soft(4)});
-    EXPECT_EQ(Trigger_Data.input_falling, 1);
-    Press({Soft(6)});
-    EXPECT_EQ(Trigger_Data.automatic, 1);
-    Press({Soft(6), key_up});
-    EXPECT_EQ(Trigger_Data.automatic, 1) << "arrows step a choice";
-    Press({Soft(5)});
-    Type("12", 3);
-    EXPECT_NEAR(Trigger_Data.delay, 12e-6, 1e-12);
-    EXPECT_EQ(keylink.load(), &TriggerLink[0]);
-    Press({key_up, key_up, key_up});
-    EXPECT_NEAR(Trigger_Data.delay, 100e-6, 1e-12) << "20, 50, 100";
-    Press({key_knob_left_first});
-    EXPECT_NEAR(Trigger_Data.delay, 99e-6, 1e-12);
-    Press({key_down});
-    EXPECT_NEAR(Trigger_Data.delay, 50e-6, 1e-12);
+    Walk({{"TRIGGER f2", Trigger_Data.source, trigger_by_input}, {"f4", Trigger_Data.input_falling, 1},
+          {"f6", Trigger_Data.automatic, 1}, {"f6 up", Trigger_Data.automatic, 1, "arrows step a choice"},
+          {"f5 12 f3", Trigger_Data.delay, Near{12e-6, 1e-12}}, {"", TriggerLink[0]},
+          {"up up up", Trigger_Data.delay, Near{100e-6, 1e-12}, "20, 50, 100"},
+          {"<", Trigger_Data.delay, Near{99e-6, 1e-12}}, {"down", Trigger_Data.delay, Near{50e-6, 1e-12}}});
 
-    Press({Soft(1), Soft(3)});
+    Press({soft(1), soft(3)});
     EXPECT_EQ(Trigger_Data.source, trigger_by_video);
     ASSERT_EQ(keylink.load(), &TriggerLink[1]);
-    Press({Soft(0)});
-    Type("-42.5", 0);
-    EXPECT_EQ(Trigger_Data.video_level, -42.5);
-    Press({key_down});
-    EXPECT_EQ(Trigger_Data.video_level, -52.5);
-    Amp.unit = unit_volt;
-    Press({Soft(0)});
-    Type("100", 1);
-    EXPECT_NEAR(Trigger_Data.video_level, -6.9897, 1e-4);
-    Press({Soft(1)});
-    EXPECT_EQ(Trigger_Data.video_falling, 1);
-    Press({Soft(2)});
-    Type("1.2", 0);
-    EXPECT_EQ(Trigger_Data.video_frequency[0], 1.2e9);
-    Press({Soft(6)});
-    EXPECT_EQ(keylink.load(), &TriggerLink[0]);
-    Press({Soft(0)});
-    EXPECT_EQ(Trigger_Data.source, trigger_by_none);
+    Walk({{"f0 -42.5 f0", Trigger_Data.video_level, -42.5}, {"down", Trigger_Data.video_level, -52.5},
+          {[] { Amp.unit = unit_volt; }}, {"f0 100 f1", Trigger_Data.video_level, Near{-6.9897, 1e-4}},
+          {"f1", Trigger_Data.video_falling, 1}, {"f2 1.2 f0", Trigger_Data.video_frequency[0], 1.2e9},
+          {"f6", TriggerLink[0]}, {"f0", Trigger_Data.source, trigger_by_none}});
 }
 
 TEST_F(Triggers, KeysOfTheGateAreGreyedWhereItCannotAct) {
-    Press({key_sweep, Soft(2)});
-    EXPECT_EQ(Trigger_Data.gate, 1);
-    Press({Soft(6)});
+    Walk({{"SWEEP f2", Trigger_Data.gate, 1}, {"f6"}});
     ASSERT_EQ(keylink.load(), &TriggerLink[2]);
-    Press({Soft(1)});
-    Type("3", 2);
-    Press({Soft(2)});
-    Type("0.1", 4);
-    EXPECT_NEAR(Trigger_Data.gate_delay, 3e-3, 1e-12);
-    EXPECT_NEAR(Trigger_Data.gate_length, 1e-6, 1e-12);
-    Press({Soft(3), Soft(0), Soft(6)});
-    EXPECT_EQ(Trigger_Data.input_falling, 1);
-    EXPECT_EQ(Trigger_Data.gate, 0);
-    EXPECT_EQ(keylink.load(), &SweepLink[0]);
+    Walk({{"f1 3 f2 f2 0.1 f4", Trigger_Data.gate_delay, Near{3e-3, 1e-12}},
+          {"", Trigger_Data.gate_length, Near{1e-6, 1e-12}}, {"f3 f0 f6", Trigger_Data.input_falling, 1},
+          {"", Trigger_Data.gate, 0}, {"", SweepLink[0]}});
 
-    Press({Soft(2), key_trigger, Soft(1)});
-    EXPECT_EQ(Trigger_Data.source, trigger_by_none) << "no video trigger with the gate on";
-    Press({key_sweep, Soft(2), key_trigger, Soft(1), key_sweep, Soft(2)});
-    EXPECT_EQ(Trigger_Data.source, trigger_by_video);
-    EXPECT_EQ(Trigger_Data.gate, 0);
-    Press({Soft(6), Soft(0)});
-    EXPECT_EQ(Trigger_Data.gate, 0);
-    Set_Trigger_Source(trigger_by_none);
-    Set_Cent(2, 1e9);
-    Set_Span(2, 100e3);
+    Walk({{"f2 TRIGGER f1", Trigger_Data.source, trigger_by_none, "no video trigger with the gate on"},
+          {"SWEEP f2 TRIGGER f1 SWEEP f2", Trigger_Data.source, trigger_by_video}, {"", Trigger_Data.gate, 0},
+          {"f6 f0", Trigger_Data.gate, 0}, {{Set_Trigger_Source, trigger_by_none}}, {{Set_Cent, 1e9}},
+          {{Set_Span, 100e3}}});
     ASSERT_EQ(JUDGE_FFT_MODE(), 1);
     for (const std::int32_t page : {key_sweep, key_trigger}) {
-        Press({page, Soft(page == key_sweep ? 2 : 1)});
+        Press({page, soft(page == key_sweep ? 2 : 1)});
         EXPECT_EQ(Trigger_Data.gate + Trigger_Data.source, 0);
     }
-    Set_Span(2, 0);
-    Press({key_trigger, Soft(3), Soft(2)});
-    EXPECT_EQ(TriggerLink[1].highlight, no_highlight) << "zero span has one frequency";
+    Walk({{{Set_Span, 0}}, {"TRIGGER f3 f2", TriggerLink[1].highlight, no_highlight, "zero span has one frequency"}});
 }
 
 TEST_F(Triggers, KeysOfTheSweepMode) {
-    Press({key_sweep_mode, Soft(0)});
-    EXPECT_EQ(Sweep_Data.single, 1);
-    Press({Soft(3)});
-    EXPECT_EQ(Sweep_Data.single, 0);
-    Press({Soft(4)});
-    EXPECT_EQ(Sweep_Data.hold, 1);
-    EXPECT_EQ(SweepLink[0].highlight, 4);
-    Press({key_frequency});
-    EXPECT_EQ(keylink.load(), &SweepLink[0]) << "refused on hold";
-    Press({key_sweep_mode});
-    EXPECT_EQ(SweepLink[0].highlight, no_highlight);
-    Press({Soft(4)});
-    EXPECT_EQ(Sweep_Data.hold, 0);
+    Walk({{"SINGLE f0", Sweep_Data.single, 1}, {"f3", Sweep_Data.single, 0}, {"f4", Sweep_Data.hold, 1},
+          {"", SweepLink[0].highlight, 4}, {"FREQ", SweepLink[0], "refused on hold"},
+          {"SINGLE", SweepLink[0].highlight, no_highlight}, {"f4", Sweep_Data.hold, 0}});
     for (const int key : {0, 3, 0, 0, 3, 3}) {
         Set_Sweep_Hold(true);
-        Press({Soft(key)});
+        Press({soft(key)});
         EXPECT_EQ(Sweep_Data.hold, 0) << "single and continuous release it, whatever was before";
         EXPECT_EQ(Sweep_Data.single, key == 0 ? 1 : 0);
     }
@@ -277,15 +180,11 @@ TEST_F(Triggers, TheScreenSaysThatASweepWaitsWhenItDoesSoForAWhile) {
     DSP_Trigger_Flag = 1;
     EXPECT_EQ(shown_after(1000), 0) << "it begins to wait";
     EXPECT_EQ(Ask("STAT:OPER:COND?"), "32");
-    EXPECT_EQ(shown_after(199), 0);
-    EXPECT_EQ(shown_after(1), 1);
-    EXPECT_EQ(shown_after(5000), 1);
-    Sweep_Data.hold = 1;
-    EXPECT_EQ(shown_after(1), 0) << "on hold it waits for nothing";
-    Sweep_Data.hold = 0;
-    EXPECT_EQ(shown_after(1) + shown_after(199), 0);
-    DSP_Trigger_Flag = 0;
-    EXPECT_EQ(shown_after(1), 0);
+    Walk({{"", [&] { return shown_after(199); }, 0}, {"", [&] { return shown_after(1); }, 1},
+          {"", [&] { return shown_after(5000); }, 1},
+          {[] { Sweep_Data.hold = 1; }, [&] { return shown_after(1); }, 0, "on hold it waits for nothing"},
+          {[] { Sweep_Data.hold = 0; }, [&] { return shown_after(1) + shown_after(199); }, 0},
+          {[] { DSP_Trigger_Flag = 0; }, [&] { return shown_after(1); }, 0}});
     EXPECT_EQ(Ask("STAT:OPER:COND?;EVEN?"), "0;32");
 }
 
@@ -294,16 +193,6 @@ class Triggered_Sweeps : public Triggers {
 protected:
     void SetUp() override {
         Triggers::SetUp();
-        platform::Set_Clock_Mode(platform::Clock_Mode::fast);
-        std::filesystem::create_directories(platform::Rooted("/dev/fb"));
-        std::filesystem::create_directories(platform::Rooted("/dev/tts"));
-        board = std::make_unique<virtual_board::Board>(
-            virtual_board::Parse_Scene("[[carrier]]\nfrequency = 500e6\nlevel = -20.0\nam = {depth = 0.9, rate = 50}\n",
-                                       "scene"),
-            virtual_board::Board_Options{.manual = true});
-        board->Start();
-        CMEM_setup(LOOP_Main("dsp_loop_new.out", "2048", "1"));
-        ASSERT_NE(DSP_Trace_Data, nullptr);
         FPGA_Int_Fd = platform::Open_Fpga_Int("/dev/fpga_int");
         Init_Trace_Data();
         waited = 0;
@@ -312,9 +201,6 @@ protected:
     }
     void TearDown() override {
         platform::Close_Fpga_Int(FPGA_Int_Fd.exchange(-1));
-        LOOP_Delete();
-        platform::Unmap_Sample_Memory(DSP_Trace_Data);
-        board.reset();
         Triggers::TearDown();
     }
     /// Time passes; interrupts and samples are taken as they come. A request to the interrupt device that is on its way is
@@ -333,8 +219,11 @@ protected:
     static void Mark() { Trace_Data[0].value[0].fill(-77); }
     static bool Swept() { return std::ranges::count(Trace_Data[0].value[0], -77.0f) == 0; }
 
+    std::string Scene() const override {
+        return "[[carrier]]\nfrequency = 500e6\nlevel = -20.0\nam = {depth = 0.9, rate = 50}\n";
+    }
+
     static inline int waited = 0;
-    static inline std::unique_ptr<virtual_board::Board> board;
     static constexpr Scpi_Host host{.keep_waiting = [] {
         if (!Sweep_Can_Come() || ++waited > 50) return false;
         if (waited == 20) board->Set_Trigger_Input(true);
@@ -350,16 +239,14 @@ TEST_F(Triggered_Sweeps, TheInputStartsOneSweepEachAndTheStatusSaysSo) {
     EXPECT_TRUE(Waiting()) << "from the command on";
     Mark();
     Run(0.5);
-    EXPECT_TRUE(Waiting());
-    EXPECT_EQ(Value(0), -77);
+    Walk({{"", Waiting, true}, {"", [&] { return Value(0); }, -77}});
     for (int edge = 0; edge < 3; ++edge) {
         Mark();
         board->Set_Trigger_Input(true);
         Run(0.001);
         EXPECT_FALSE(Waiting()) << "it sweeps";
         Run(0.3);
-        EXPECT_TRUE(Swept());
-        EXPECT_TRUE(Waiting()) << "for the next";
+        Walk({{"", Swept, true}, {"", Waiting, true, "for the next"}});
         Mark();
         board->Set_Trigger_Input(false);
         Run(0.3);
@@ -384,8 +271,7 @@ TEST_F(Triggered_Sweeps, TheVideoTriggerHoldsTheTraceStill) {
     Ask("TRIG:VID:LEV -10");
     Mark();
     Run(0.5);
-    EXPECT_TRUE(Waiting());
-    EXPECT_EQ(Value(1), -77);
+    Walk({{"", Waiting, true}, {"", [&] { return Value(1); }, -77}});
     Ask("TRIG:MODE AUTO");
     Run(0.7);
     EXPECT_TRUE(Swept()) << "without a trigger after half a second";
@@ -400,12 +286,9 @@ TEST_F(Triggered_Sweeps, ASingleSweepWaitsAndTheCompleteQueryWithIt) {
     Mark();
     EXPECT_EQ(Ask("*OPC?"), "1");
     EXPECT_GE(waited, 20) << "the trigger came while it waited";
-    EXPECT_TRUE(Swept());
-    EXPECT_EQ(SweepSingle_Data, 1);
-    EXPECT_FALSE(Waiting()) << "the sweep has stopped";
+    Walk({{"", Swept, true}, {"", SweepSingle_Data, 1}, {"", Waiting, false, "the sweep has stopped"}});
     Run(0.01);
-    EXPECT_EQ(Ask("*ESR?"), "1");
-    Ask("TRIG:DEL 1MS");
+    Talk({{"*ESR?", "1"}, {"TRIG:DEL 1MS"}});
     EXPECT_FALSE(Waiting());
 
     // Without a trigger the commands between go on, and free run ends the wait.
@@ -423,13 +306,10 @@ TEST_F(Triggered_Sweeps, OnHoldNothingMovesAndNobodyWaits) {
     Set_Sweep_Hold(true);
     Run(0.3);
     EXPECT_FALSE(Waiting());
-    EXPECT_EQ(Ask("*OPC?"), "1") << "no sweep comes";
-    EXPECT_EQ(waited, 0);
-    Ask("TRIG:SOUR IMM");
+    Talk({{"*OPC?", "1", "no sweep comes"}, {"", waited, 0}, {"TRIG:SOUR IMM"}});
     Mark();
     Run(0.3);
-    EXPECT_EQ(Value(0), -77);
-    Set_Sweep_Hold(false);
+    Walk({{"", [&] { return Value(0); }, -77}, {{Set_Sweep_Hold, false}}});
     Run(0.3);
     EXPECT_TRUE(Swept());
 }

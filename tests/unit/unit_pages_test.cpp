@@ -1,16 +1,9 @@
 #include "keys/unit_pages.h"
 
-#include <algorithm>
-#include <cmath>
 #include <random>
 
 #include "display/layers.h"
-#include "keys/dispatch.h"
 #include "keys/handlers.h"
-#include "keys/key_codes.h"
-#include "records/amp.h"
-#include "records/function.h"
-#include "records/keystate.h"
 #include "records_fixture.h"
 
 namespace {
@@ -81,9 +74,7 @@ TEST_F(Unit_Pages, EachUnitTypeOpensItsPage) {
     Amp.unit = unit_volt;
     Begin('7');
     Press("-1");
-    EXPECT_EQ(keylink.load(), &NumLink[3]);
-    EXPECT_EQ(AllKeyVar.sign, key_idle) << "no volts below zero";
-    Amp.unit = unit_watt;
+    Walk({{"", NumLink[3]}, {"", AllKeyVar.sign, key_idle, "no volts below zero"}, {[] { Amp.unit = unit_watt; }}});
     Begin('7');
     Press("1");
     EXPECT_EQ(keylink.load(), &NumLink[4]);
@@ -198,8 +189,7 @@ TEST_F(Addresses, TakeSeveralPoints) {
     SysLink[11].highlight = 3;
     Begin();
     Press("1.2.3");
-    EXPECT_EQ(AllKeyVar.point, 1) << "on its other keys numbers have one point";
-    EXPECT_EQ(AllKeyVar.count, 3);
+    Walk({{"", AllKeyVar.point, 1, "on its other keys numbers have one point"}, {"", AllKeyVar.count, 3}});
 }
 
 TEST_F(Unit_Pages, WordsKeepTheirZerosAndLetters) {
@@ -224,8 +214,7 @@ TEST_F(Unit_Pages, KeysThatDoNotFitTheModulationAreInert) {
     Keypad_Exe(key_soft_first + 4);
     EXPECT_EQ(handed_on.times, 0);
     Keypad_Exe(key_soft_first + 1);
-    EXPECT_EQ(handed_on.value, 5000);
-    FunctionMode_Flag = mode_ask;
+    Walk({{"", [&] { return handed_on.value; }, 5000}, {[] { FunctionMode_Flag = mode_ask; }}});
     Begin('l');
     Press("5");
     Keypad_Exe(key_soft_first + 1);

@@ -3,7 +3,6 @@
 #include "display/text.h"
 #include "keys/language.h"
 #include "keys/words.h"
-#include "records/sys.h"
 #include "records_fixture.h"
 
 namespace {

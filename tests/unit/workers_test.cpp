@@ -1,7 +1,6 @@
 #include "app/workers.h"
 
 #include <chrono>
-#include <functional>
 #include <thread>
 
 #include <fcntl.h>
@@ -10,7 +9,6 @@
 #include <unistd.h>
 
 #include "display/layers.h"
-#include "records/handover.h"
 #include "records_fixture.h"
 #include "virtual_board/devices.h"
 

@@ -152,6 +152,19 @@ function notice(text) {
 
 const instrumentOff = () => banner("The instrument is off", true);
 
+// The warning tone. A browser lets it sound once the page has been touched.
+let beeps, sound;
+function beep(count) {
+  const another = beeps !== undefined && count > beeps;
+  beeps = count;
+  if (!another || !window.AudioContext) return;
+  sound ??= new AudioContext();
+  const tone = new OscillatorNode(sound, {frequency: 880});
+  tone.connect(new GainNode(sound, {gain: 0.2})).connect(sound.destination);
+  tone.start();
+  tone.stop(sound.currentTime + 0.12);
+}
+
 function hear(message) {
   if (message.error) {
     powerPressed = false;
@@ -165,6 +178,7 @@ function hear(message) {
   offSaid = message.instrument === "off";
   fields.show(message);
   $("remote").hidden = !message.remote;
+  if (message.beeps !== undefined) beep(message.beeps);
   if (message.model) $("model").textContent = message.model.replace(/^KVA/, "");
 }
 
