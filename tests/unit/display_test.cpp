@@ -179,10 +179,12 @@ TEST_F(Display, LinesAndMarkersLeaveNoGapsInEachOther) {
     Set_Display_Line(2, -48);
     Marker_All_Off();
     EXPECT_EQ(Lines(), Rows{58 + 216});
+    Set_Marker_Place(0, 1e9);
+    EXPECT_EQ(Errors("CALC:LIM1:DATA 0,-30,3.25e9,-30"), None());
     Enter_Information_Screen();
-    EXPECT_EQ(Lines(), Rows{}) << "a list in the graticule's place";
+    for (int y = 58; y <= 508; ++y) EXPECT_EQ(Pixel(10 + Marker_Data.column[0][0], y), 0) << "a list stands there";
     Leave_Information_Screen();
-    EXPECT_EQ(Lines(), Rows{58 + 216});
+    EXPECT_EQ(Lines(), (Rows{58 + 135, 58 + 216}));
 }
 
 TEST_F(Display, PresetAndStateFileKnowTheLine) {
