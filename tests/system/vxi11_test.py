@@ -288,7 +288,7 @@ def start_without_port_mapper(build):
         with Plain(instrument.scpi) as raw:
             expect_same(raw.ask("*TST?"), "0", "the raw socket")
         with port_mapper():
-            await_that("no VXI-11 beside a port mapper", registered)
+            await_that("no VXI-11 beside a port mapper", lambda: len(registered()) == 6)
             expect_same(lxi("scpi", "-a", HOST, "*TST?"), "0\n", "an answer")
             known = registered()
         with port_mapper():
@@ -313,7 +313,6 @@ def start_with_the_cable_pulled(build):
             expect(not instrument.vxi11, "VXI-11 without a link")
             expect_same(registered(), left, "registration without a link")
             lan.write_text("1\n")
-            await_that("no VXI-11 though the link is up", lambda: registered() not in (left, {}))
             await_that("not on", lambda: local_state(instrument)["vxi11"] == "on")
             expect_same(lxi("scpi", "-a", HOST, "*TST?"), "0\n", "an answer")
             lan.write_text("0\n")
