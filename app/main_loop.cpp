@@ -26,6 +26,7 @@
 #include "records/sys.h"
 #include "sequence/sequence.h"
 #include "sweep/transfer.h"
+#include "system/settings.h"
 #include "system/status_icons.h"
 #include "system/system.h"
 #include "trace/acquisition.h"
@@ -59,9 +60,8 @@ void Mode_Work(std::int32_t mode) {
 /// A key wakes a dark display before it is executed.
 void Wake_Display() {
     if (Display_Data.active) return;
-    Display_Data.active = 1;
+    Set_Screen_On(true);
     Display_HwKey();
-    LOOP_SetTrans_Peripheral();
 }
 
 /// Panel keys, the newest first.
@@ -130,6 +130,7 @@ void Enter_Remote() {
 /// A client has given control back: the panel begins anew, its settings stay.
 void Leave_Remote() {
     if (Remote_Flag.load(std::memory_order_acquire) != 0 || &Current_Page() != &PresetLink[0]) return;
+    Set_Screen_On(true);
     Freq_HwKey();
     Draw_Remote_Icon();
 }

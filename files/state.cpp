@@ -60,6 +60,8 @@ struct State {
     float log_reference = 0;
     std::uint8_t hold_restart = 0;
     std::int32_t split = 0, active_half = 0;
+    std::int32_t display_line = 0;
+    double display_line_level = 0;
     Autoset_Record autoset;
     Channel_Record channel;
     Marker_Record marker;
@@ -135,6 +137,8 @@ State Take() {
     state.log_reference = Log_Ref;
     state.hold_restart = Max_Hold_Restart;
     state.split = Display_Data.split;
+    state.display_line = Display_Data.line_shown;
+    state.display_line_level = Display_Data.line_level;
     state.active_half = ScreenActive;
     return state;
 }
@@ -174,6 +178,8 @@ void Put(const State& state) {
     Log_Ref = state.log_reference;
     Max_Hold_Restart = state.hold_restart;
     Display_Data.split = state.split;
+    Display_Data.line_shown = state.display_line;
+    Display_Data.line_level = state.display_line_level;
     ScreenActive = state.active_half;
     Put_Limits(state);
     Apply_Split();
@@ -289,6 +295,8 @@ void For_Each_Field(State& s, Field&& field) {
     one("hold_restart", s.hold_restart, 0, 1);
     one("split", s.split, split_none, split_active);
     one("active_half", s.active_half, 0, screens - 1);
+    one("display_line", s.display_line, 0, 1);
+    one("display_line_level", s.display_line_level, -200, 100);
     one("trigger_source", s.trigger.source, trigger_by_none, trigger_by_input);
     one("trigger_automatic", s.trigger.automatic, 0, 1);
     one("trigger_delay", s.trigger.delay, 0, 10);

@@ -27,6 +27,7 @@ namespace {
 
 bool Remote() { return Remote_Flag.load(std::memory_order_acquire) != 0; }
 bool Locked_Out() { return Remote() && Local_Lockouts.load(std::memory_order_acquire) != 0; }
+bool Locked() { return Display_Data.key_lock != 0 && !Remote(); }
 bool Sequence_Running() { return Sequence_runnow_flag == 1; }
 bool Autoset_Running() { return Run_AuotSet_flag == 1; }
 /// While the automatic setting runs, its own page has the key that ends it; all others wait.
@@ -224,6 +225,7 @@ bool Ends_At_Information_Screen(int key) {
 void Execute_Soft_Key(std::int32_t code) {
     Clear_Pending_Warning();
     const int key = code & 15;
+    if (Locked() && &Current_Page() != &DisplayLink[0]) return Run_Hard_Key(key_display);
     if (!Soft_Keys_Wait() && !Ends_At_Information_Screen(key)) fSwKeyPtr[Current_Page().family](key, AllKeyVar.unit_type);
     Keylink_SwInit = key;
     Keypad_Keyin_Type_Lock = 0;
@@ -272,7 +274,7 @@ void Type_Name(std::int32_t code) {
 void Execute_Numeric_Key(std::int32_t code) {
     Marker_Limit_Two_Point = 0;
     Redraw_Covered_Values();
-    if (Remote() || Sequence_Running() || Autoset_Running()) return;
+    if (Remote() || Locked() || Sequence_Running() || Autoset_Running()) return;
     if (AllKeyVar.clear == 1) {
         if (Name_Entry_Open == Name_Entry::none) Blank_Numeric_Field();
         keyvarecover();
@@ -287,7 +289,7 @@ void Execute_Numeric_Key(std::int32_t code) {
 
 bool Steps_Allowed() {
     const bool typed = AllKeyVar.count != 0 || AllKeyVar.sign == 1;
-    return !Remote() && !Sequence_Running() && !Autoset_Running() && AllKeyVar.unit_type != '5' && !typed;
+    return !Remote() && !Locked() && !Sequence_Running() && !Autoset_Running() && AllKeyVar.unit_type != '5' && !typed;
 }
 
 void Execute_Arrow(std::int32_t code) {
@@ -309,7 +311,7 @@ void Run_If_There(void (*work)()) {
 
 /// Enter ends the name that is typed, and what else waits for it.
 void Execute_Enter() {
-    if (Remote() || Sequence_Running()) return;
+    if (Remote() || Locked() || Sequence_Running()) return;
     switch (Name_Entry_Open) {
         case Name_Entry::file:
             Run_If_There(Enter_Work.file_name);

@@ -43,6 +43,8 @@ void Screen_Init() {
     Display_Data.active = Display_Data.clock_shown = 1;
     Display_Data.key_lock = 0;
     Display_Data.split = split_none;
+    Display_Data.line_shown = Display_Record{}.line_shown;
+    Display_Data.line_level = Display_Record{}.line_level;
 }
 
 void Single_Sweep_Init() {

@@ -17,6 +17,7 @@
 #include "records/sys.h"
 #include "records/user_preset.h"
 #include "sweep/transfer.h"
+#include "trace/plot.h"
 
 namespace {
 
@@ -178,7 +179,21 @@ void Set_Clock_Shown(int shown) {
     Keep();
 }
 
-void Set_Key_Lock(int locked) { Display_Data.key_lock = locked ? 1 : 0; }
+void Set_Key_Lock(int locked) {
+    Display_Data.key_lock = locked ? 1 : 0;
+    Redraw_Keys();
+}
+
+int Set_Screen_On(bool on) {
+    if (on == (Display_Data.active != 0)) return 0;
+    Display_Data.active = on;
+    if (on && Graticule_Shown()) {
+        Ext_Frame();
+        Draw_Status_Blocks();
+    }
+    LOOP_SetTrans_Peripheral();
+    return 0;
+}
 
 int Set_GPIB_Address(int mode, double value) {
     Sys_Data.gpib_address = Whole(mode, value, Sys_Data.gpib_address, 1, 0, last_gpib_address);

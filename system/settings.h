@@ -19,6 +19,9 @@ void Set_USB_Role(int device);       ///< 1 device, 0 host; in force from the ne
 int Set_Alarm(bool on);              ///< a tone when a limit test fails
 void Set_Clock_Shown(int shown);
 void Set_Key_Lock(int locked);       ///< not stored: keys are free after power-on
+/// Off stops the drawing of traces and readings and switches the back-light off; on draws them as they are now. A key
+/// and every way to local control switch it on.
+int Set_Screen_On(bool on);
 
 int Set_GPIB_Address(int mode, double value);  ///< 0 to 30, held
 int Set_Brightness(int mode, double value);    ///< percent, 10 to 100, held; sent to the back-light

@@ -4,23 +4,19 @@
 #include <array>
 #include <cmath>
 
-#include "display/draw.h"
 #include "keys/number_format.h"
 #include "keys/numeric_entry.h"
 #include "keys/soft_keys.h"
-#include "palette.h"
 #include "records/amp.h"
 #include "records/freqs.h"
 #include "records/trace.h"
-#include "trace/limit_display.h"
+#include "trace/level_lines.h"
 #include "trace/scale.h"
 
 namespace {
 
 constexpr int source_knob = 0, source_typed = 2;
 constexpr float lowest = -130, highest = 30;
-constexpr int no_row = -1;
-int drawn_row = no_row;
 
 Trace_Record& Active_Record() { return Trace_Data[static_cast<std::size_t>(ScreenActive)]; }
 std::size_t Active_Trace() { return Active_Record().active & 3; }
@@ -31,14 +27,6 @@ double Shown_Level() {
 void Put_Level(std::size_t trace, double shown) {
     Active_Record().max_hold_level[trace] =
         std::clamp(static_cast<float>(shown - Shown_Level_Offset()), lowest, highest);
-}
-
-void Erase_Line() {
-    if (drawn_row == no_row) return;
-    const int left = ScreenInf.line_left, width = ScreenInf.line_right - left + 1;
-    display::Clear(fbOsd0, {left, drawn_row, width, 1});
-    Restore_Limit_Lines({left, drawn_row, width, 1});
-    drawn_row = no_row;
 }
 
 }  // namespace
@@ -53,7 +41,7 @@ void Cal_MaxHoldFun(int source, double level) {
 int MaxHoldFun(int source, double level) {
     Cal_MaxHoldFun(source, level);
     Hold_Level_Shown = 1;
-    Draw_Hold_Level();
+    Draw_Level_Lines();
     Show_Hold_Level();
     Redraw_Keys();
     return 0;
@@ -64,19 +52,6 @@ int Set_Max_Hold_Level(int trace, double level) {
     if (static_cast<std::size_t>(trace) == Active_Trace()) return MaxHoldFun(source_typed, level);
     Put_Level(static_cast<std::size_t>(trace), level);
     return 0;
-}
-
-void Draw_Hold_Level() {
-    Erase_Line();
-    if (!Hold_Level_Shown) return;
-    const double level = static_cast<double>(Active_Record().max_hold_level[Active_Trace()]);
-    const int row = dBmTOpixel(level, Active_Scale(), false);
-    if (row < ScreenInf.clamp_top || row > ScreenInf.clamp_bottom) return;
-    constexpr std::array colours{display::palette::trace_a, display::palette::trace_b, display::palette::trace_c,
-                                 display::palette::trace_d};
-    const int left = ScreenInf.line_left, width = ScreenInf.line_right - left + 1;
-    display::Fill(fbOsd0, {left, row, width, 1}, colours[Active_Trace()]);
-    drawn_row = row;
 }
 
 void Show_Hold_Level() {

@@ -11,8 +11,5 @@ void Cal_MaxHoldFun(int source, double level);
 /// The same for any trace, without the entry field; the line is that of the active trace.
 int Set_Max_Hold_Level(int trace, double level);
 
-/// Draws the line at its row, where it is shown and lies on the graticule; the old line goes.
-void Draw_Hold_Level();
-
 /// The active trace's level with its name in the entry field.
 void Show_Hold_Level();

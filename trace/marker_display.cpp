@@ -14,14 +14,17 @@
 #include "keys/numeric_entry.h"
 #include "keys/words.h"
 #include "palette.h"
+#include "records/display.h"
 #include "records/freqs.h"
 #include "records/function.h"
 #include "records/sys.h"
+#include "trace/level_lines.h"
 #include "trace/limit_display.h"
 #include "trace/limit_edit.h"
 #include "trace/limit_lines.h"
 #include "trace/markers.h"
 #include "trace/peak_search.h"
+#include "trace/plot.h"
 #include "trace/split.h"
 
 namespace {
@@ -39,13 +42,7 @@ Value At(const Per_Marker<Value>& field, int marker) {
     return field[static_cast<std::size_t>(marker)][static_cast<std::size_t>(ScreenActive)];
 }
 
-/// Files, lists and the power meter have the screen to themselves.
-bool Visible() {
-    const std::int32_t mode = FunctionMode_Flag;
-    const bool covered = System_information || mode == mode_file_view || mode == mode_recall_view ||
-                         mode == mode_power_meter;
-    return !covered && fbOsd0.memory && fbOsd0.bits == 16;
-}
+bool Visible() { return Graticule_Shown() && fbOsd0.memory && fbOsd0.bits == 16; }
 
 bool Open_Table(std::int32_t table) { return (Global_Table & table) != 0; }
 
@@ -159,14 +156,16 @@ void Draw_Symbol(const Symbol& symbol) {
     }
 }
 
-/// Clears the pixels that the symbol covers and no others; limit lines below it come back.
+/// Clears the pixels that the symbol covers and no others; lines that it stood on come back.
 void Erase_Symbol(const Symbol& symbol) {
     if (symbol.kind == Kind::none) return;
     for (int row = 0; row < symbol_height; ++row) {
         const Run run = Run_Of(symbol, row);
         for (int column = run.first; column <= run.last; ++column) Put_16(symbol.x + column, symbol.y + row, 0);
     }
-    Restore_Limit_Lines({symbol.x, symbol.y, symbol_width, symbol_height});
+    const Rect area{symbol.x, symbol.y, symbol_width, symbol_height};
+    Restore_Limit_Lines(area);
+    Mend_Level_Lines(area);
 }
 
 bool Overlap(const Symbol& a, const Symbol& b) {
@@ -472,7 +471,7 @@ void Fill_Limit_Row(std::size_t number, const Limit_Node& node, std::array<Cell,
 }  // namespace
 
 void Show_Markers() {
-    if (ScreenActive != Half_Of_Keys()) return;
+    if (ScreenActive != Half_Of_Keys() || !Display_Data.active) return;
     Follow_Axis();
     Show_Symbols(false);
     Show_Readout(false);
@@ -488,7 +487,7 @@ void Redraw_Markers() {
 }
 
 void Redraw_Symbols() {
-    if (ScreenActive != Half_Of_Keys()) return;
+    const Half_In_Hand in_hand(Half_Of_Keys());
     Follow_Axis();
     Show_Symbols(true);
 }

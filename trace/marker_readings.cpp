@@ -11,6 +11,7 @@
 #include "sweep/bandwidth.h"
 #include "sweep/counter.h"
 #include "trace/markers.h"
+#include "trace/noise_level.h"
 #include "trace/scale.h"
 
 namespace {
@@ -52,22 +53,39 @@ double In_Decibels(double dbm) {
     return Amp.unit == unit_dbmv || Amp.unit == unit_dbuv ? AmplUnitTrans(dbm, Amp.unit, 1) : dbm;
 }
 
-/// Density around a column: up to 15 values to each side, the middle one counted twice.
-double Density(int column, const Values& values, double (*unit)(double)) {
+/// Mean around a column of what each column gives: up to 15 to each side, the middle one counted twice.
+template <class Of_Column>
+double Mean_Around(int column, Of_Column&& of_column) {
     double sum = 0;
     int count = 0;
     for (int offset = 0; offset < noise_columns; ++offset) {
         for (const int place : {column + offset, column - offset}) {
             if (place < 0 || place > last_column) continue;
-            sum += unit(Shown(&values, place));
+            sum += of_column(place);
             ++count;
         }
     }
-    const double rbw = Int_RBW_Transfer(BW_Data.rbw[Screen()]);
-    return sum / count - 10 * std::log10(noise_bandwidth_factor * rbw) + log_average_correction;
+    return sum / count;
 }
 
-double In_dBm(double dbm) { return dbm; }
+double Bandwidth_Decibels(double rbw) { return 10 * std::log10(noise_bandwidth_factor * rbw); }
+
+/// Density around a column in the amplitude unit, as of a log average.
+double Density(int column, const Values& values) {
+    const double mean = Mean_Around(column, [&](int place) { return In_Decibels(Shown(&values, place)); });
+    return mean - Bandwidth_Decibels(Int_RBW_Transfer(BW_Data.rbw[Screen()])) + log_average_correction;
+}
+
+/// Density in dBm/Hz by what the trace's detector and average make of noise.
+double Shown_Density(int column, int trace) {
+    const Values& values = *Trace_Values_Of(trace);
+    const auto index = static_cast<std::size_t>(trace);
+    const std::array<double, 2> above{Noise_Above_Its_Power(index, 0), Noise_Above_Its_Power(index, 1)};
+    const double mean = Mean_Around(column, [&](int place) {
+        return Shown(&values, place) - above[static_cast<std::size_t>(place % 2)];
+    });
+    return mean - Bandwidth_Decibels(RBW_3dB_Width(BW_Data.rbw[Screen()]));
+}
 
 }  // namespace
 
@@ -83,19 +101,18 @@ double Level_Difference(int marker) {
 void Marker_noiseaverage(int column, int delta_column, const Values& values) {
     const int marker = Active_Marker();
     if (!At(Marker_Data.noise, marker)) return;
-    Marker_NoiseValue[static_cast<std::size_t>(marker)] = Density(column, values, In_Decibels);
-    Marker_Delta_NoiseValue[static_cast<std::size_t>(marker)] = Density(delta_column, values, In_Decibels);
+    Marker_NoiseValue[static_cast<std::size_t>(marker)] = Density(column, values);
+    Marker_Delta_NoiseValue[static_cast<std::size_t>(marker)] = Density(delta_column, values);
 }
 
 double Marker_Noise_Level(int marker) {
-    const Values* values = Under_Marker(marker);
-    return values && At(Marker_Data.noise, marker) ? Density(At(Marker_Data.column, marker), *values, In_dBm) : none;
+    if (!Under_Marker(marker) || !At(Marker_Data.noise, marker)) return none;
+    return Shown_Density(At(Marker_Data.column, marker), Marker_Own_Trace(marker));
 }
 
 double Delta_Noise_Level(int marker) {
-    const Values* values = Under_Delta(marker);
-    return values && At(Marker_Data.noise, marker) ? Density(At(Marker_Data.delta_column, marker), *values, In_dBm)
-                                                   : none;
+    if (!Under_Delta(marker) || !At(Marker_Data.noise, marker)) return none;
+    return Shown_Density(At(Marker_Data.delta_column, marker), Marker_Trace(marker));
 }
 
 double Marker_VSWR(int marker) {

@@ -8,11 +8,13 @@
 #include "palette.h"
 #include "records/display.h"
 #include "records/freqs.h"
-#include "trace/marker_display.h"
+#include "records/function.h"
+#include "records/sys.h"
 #include "records/trigger.h"
-#include "trace/scale.h"
-#include "trace/hold_level.h"
+#include "trace/level_lines.h"
 #include "trace/limit_display.h"
+#include "trace/marker_display.h"
+#include "trace/scale.h"
 #include "trace/scale_figures.h"
 #include "trace/split.h"
 
@@ -124,7 +126,7 @@ void Draw_Column(Trace_Record& record, int point) {
     }
 }
 
-bool Drawable() { return fbVid0.memory && fbVid0.bits == 24; }
+bool Drawable() { return Display_Data.active && fbVid0.memory && fbVid0.bits == 24; }
 
 void Draw_Half() {
     Draw_Grid();
@@ -138,6 +140,11 @@ void Draw_Half() {
 
 }  // namespace
 
+bool Graticule_Shown() {
+    const std::int32_t mode = FunctionMode_Flag;
+    return !System_information && mode != mode_file_view && mode != mode_recall_view && mode != mode_power_meter;
+}
+
 void Ext_Frame() {
     if (!Drawable()) return;
     Draw_Limit_Lines();
@@ -149,7 +156,7 @@ void Ext_Frame() {
             Draw_Half();
         }
     }
-    Draw_Hold_Level();
+    Draw_Level_Lines();
 }
 
 void Trace_plot_line(Trace_Record& record, int point, int count) {

@@ -12,5 +12,8 @@ void Trace_plot_line(Trace_Record& record, int point, int count = 1);
 /// Draws all traces whole.
 void Redraw_Traces(Trace_Record& record);
 
+/// False while a list, files or the power meter stand in the graticule's place.
+bool Graticule_Shown();
+
 /// Forgets what is drawn; the next drawing restores whole columns.
 void Plot_Reset();

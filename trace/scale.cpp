@@ -8,6 +8,8 @@
 #include "keys/level_units.h"
 #include "records/amp.h"
 #include "records/freqs.h"
+#include "records/normalisation.h"
+#include "records/sys.h"
 #include "records/trace.h"
 
 namespace {
@@ -75,6 +77,13 @@ std::int16_t Linear_Row(double below, const Row_Scale& scale, bool clamp) {
     return Row(Rows_By_Voltage(std::pow(10, -below / 20), rows), scale, clamp);
 }
 
+/// What a normalised trace is drawn higher, dB.
+int Normalised_Higher(int code) {
+    if (!Sys_Data.tracking_normalised) return 0;
+    const int scales_in_ten = divisions / Db_Per_Division(code);
+    return TG_Pos_Diff_Value - TG_Pos_Diff_Value / scales_in_ten;
+}
+
 }  // namespace
 
 std::int16_t dBm2pixel(double dbm, const Row_Scale& scale, bool clamp) {
@@ -108,8 +117,10 @@ void dBmTOpixels(std::span<const float> dbm, const Row_Scale& scale, std::uint16
 }
 
 Row_Scale Active_Scale() {
-    return {.code = Amp.scale_code[Screen()] & 3,
-            .reference = Amp.reference[Screen()],
+    const int code = Amp.scale_code[Screen()] & 3;
+    const int higher = Amp.scale_type[Screen()] == 0 ? Normalised_Higher(code) : 0;
+    return {.code = code,
+            .reference = Amp.reference[Screen()] - higher,
             .division = ScreenInf.division,
             .top = ScreenInf.clamp_top,
             .bottom = ScreenInf.clamp_bottom,

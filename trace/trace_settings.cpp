@@ -9,8 +9,8 @@
 #include "records/freqs.h"
 #include "sweep/transfer.h"
 #include "trace/acquisition.h"
-#include "trace/hold_level.h"
 #include "trace/icons.h"
+#include "trace/level_lines.h"
 #include "trace/plot.h"
 #include "trace/point_path.h"
 #include "trace/split.h"
@@ -90,7 +90,7 @@ int Set_Active_Trace(int trace) {
     if (!Is_Trace(trace) || trace == Active_Record().active) return 0;
     Active_Record().active = static_cast<std::uint8_t>(trace);
     Hold_Level_Shown = AVERLAG = 0;
-    Draw_Hold_Level();
+    Draw_Level_Lines();
     Draw_Average_Count(0);
     Redraw_Traces(Active_Record());
     return Shown();
@@ -102,7 +102,7 @@ int Set_Trace_Mode(int trace, int mode) {
     const auto index = static_cast<std::size_t>(trace);
     Active_Record().mode[index] = static_cast<std::uint8_t>(mode);
     if (mode != trace_max_hold) Hold_Level_Shown = 0;
-    Draw_Hold_Level();
+    Draw_Level_Lines();
     if (mode != trace_view && mode != trace_blank) {
         Restart_Hold(Active_Record(), index);
         Forget_Average(index);

@@ -5,15 +5,12 @@
 #include <cstdint>
 #include <limits>
 
-#include "records/trace.h"
-
 namespace {
 
-constexpr int spectrogram_rows = 180, topographic_rows = 275;
+constexpr int spectrogram_rows = 180;
 
 std::array<std::array<std::uint8_t, trace_points>, spectrogram_rows> Spectrogram_y;
 std::array<float, trace_points> Spectrogram_ytrace;
-std::array<std::array<std::uint16_t, trace_points>, topographic_rows> TopographicData;
 
 }  // namespace
 
@@ -24,6 +21,7 @@ void Init_Spectrogram() {
 
 void Init_TopographicData() {
     for (auto& row : TopographicData) row.fill(0);
+    Topographic_Shown = 0;
 }
 
 void Topographic_Take_Point(const Trace_Record& record, int point) {

@@ -5,13 +5,14 @@
 #include "keys/handlers.h"
 #include "keys/menus/entry.h"
 #include "keys/menus/rows.h"
+#include "keys/number_format.h"
 #include "keys/numeric_entry.h"
 #include "keys/pages.h"
 #include "keys/soft_keys.h"
 #include "records/display.h"
 #include "records/freqs.h"
-#include "sweep/transfer.h"
 #include "system/settings.h"
+#include "trace/display_line.h"
 #include "trace/split.h"
 
 namespace {
@@ -19,7 +20,7 @@ namespace {
 using namespace keys;
 using namespace menus;
 
-enum Display_Key : std::size_t { brightness_key = 3, screen_off_key, lock_key };
+enum Display_Key { line_key = 2, brightness_key, screen_off_key, lock_key };
 
 void Show_Brightness() { Show_Entry("Brightness", std::to_string(Display_Data.brightness) + " %"); }
 
@@ -30,40 +31,35 @@ int Step_Brightness(int mode, double value) {
     return 0;
 }
 
-std::array<std::uint32_t, soft_keys> free_marks{};
-bool marked_locked = false;
-
-/// While the keys are locked, the key that frees them is the only one that works.
-void Mark_Keys() {
-    const bool locked = Display_Data.key_lock != 0;
-    if (locked == marked_locked) return;
-    marked_locked = locked;
-    auto& marks = DisplayLink[0].disabled;
-    if (locked) {
-        free_marks = marks;
-        marks.fill(1);
-        marks[lock_key] = 0;
-    } else {
-        marks = free_marks;
-    }
+int Step_Line(int mode, double value) {
+    Set_Display_Line(mode, value);
+    Show_Display_Line();
+    return 0;
 }
 
 int Toggle_Lock(int, double) {
     Set_Key_Lock(!Display_Data.key_lock);
-    Mark_Keys();
-    Redraw_Keys();
     return 0;
 }
 
+/// The first press selects the level, further ones switch the line.
+void Press_Line(bool pressed_again) {
+    if (pressed_again) Set_Display_Line_State(!Display_Data.line_shown);
+    Begin_Entry('7', true);
+    Show_Display_Line();
+}
+
 void fDisplayBase(int key) {
+    const bool pressed_again = Current_Page().highlight == key;
     No_Entry();
     switch (key) {
+        case line_key: return Press_Line(pressed_again);
         case brightness_key:
             Begin_Entry('c', false);
             return Show_Brightness();
         case screen_off_key:
-            Display_Data.active = 0;
-            return LOOP_SetTrans_Peripheral();
+            Set_Screen_On(false);
+            return;
         case lock_key:
             Blank_Entry();
             Toggle_Lock(0, 0);
@@ -100,17 +96,21 @@ int Chosen_Split() {
 bool Greyed_Split(int key) { return key == active_half_key && Display_Data.split == split_none; }
 
 void Display_Face(int key, Key_Face& face) {
+    if (key == line_key) Format_Level(Display_Data.line_level, face.value);
     if (key == brightness_key) std::snprintf(face.value.data(), face.value.size(), "%d %%", Display_Data.brightness);
-    if (key != lock_key) return;
+    if (key != line_key && key != lock_key) return;
     face.choice = {selectOn, selectOff};
-    face.chosen = Display_Data.key_lock ? 0 : 1;
+    face.chosen = (key == line_key ? Display_Data.line_shown : Display_Data.key_lock) ? 0 : 1;
 }
+
+/// While the keys are locked, the key that frees them is the only one that works.
+bool Greyed_Display(int key) { return Display_Data.key_lock && key != lock_key; }
 
 constexpr auto rows = std::to_array<Page_Row>({
     {enDisplayBig,
-     {Opens(enDisplayView, DisplayLink[1]), Opens(enDisplaySplit, DisplayLink[2]), Greyed(enDisplayLine),
+     {Opens(enDisplayView, DisplayLink[1]), Opens(enDisplaySplit, DisplayLink[2]), Key(enDisplayLine, Step_Line),
       Key(enBrightness, Step_Brightness), Key(enScreenOff), Key(enLockKeys, Toggle_Lock)},
-     nullptr, fDisplayBase, Display_Face},
+     nullptr, fDisplayBase, Display_Face, nullptr, Greyed_Display},
     {enViewBig,
      {Greyed(enModeSpectrum), Greyed(enSpectrogram), Greyed(enTopographic), Opens(enSpectroSetup, DisplayLink[3]),
       Opens(enTopoSetup, DisplayLink[4]), none, Return(DisplayLink[0])},
@@ -136,14 +136,8 @@ constexpr auto rows = std::to_array<Page_Row>({
 
 std::array<Menu_Page, 7> DisplayLink = Pages<7>(7, rows);
 
-void menus::Reset_Display() {
-    DisplayLink = Pages<7>(7, rows);
-    marked_locked = false;
-}
+void menus::Reset_Display() { DisplayLink = Pages<7>(7, rows); }
 
-void Display_HwKey() {
-    Mark_Keys();
-    menus::Open_First_Page(DisplayLink[0]);
-}
+void Display_HwKey() { menus::Open_First_Page(DisplayLink[0]); }
 
 void Display_SwKey(int key, char) { Press_Soft_Key(key, "Display_SwKey error"); }

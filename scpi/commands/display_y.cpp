@@ -2,10 +2,12 @@
 
 #include "keys/level_entry.h"
 #include "records/amp.h"
+#include "records/display.h"
 #include "records/freqs.h"
 #include "scpi/commands/families.h"
 #include "scpi/commands/shapes.h"
 #include "sweep/amplitude.h"
+#include "trace/display_line.h"
 
 namespace {
 
@@ -83,8 +85,23 @@ int Display_YPerDivisionQ(ScpiContext& context) {
     return Answer_Integer(context, Db_Per_Division(Amp.scale_code[Screen()] & 3));
 }
 
+int Display_YLine(ScpiContext& context) {
+    return Set_Level(context, [](double dbm) {
+        Set_Display_Line(typed, dbm);
+        Show_Display_Line();
+    });
+}
+
+int Display_YLineQ(ScpiContext& context) { return Answer_Level(context, Display_Data.line_level); }
+int Display_YLineState(ScpiContext& context) { return Set_On_Off(context, Set_Display_Line_State); }
+int Display_YLineStateQ(ScpiContext& context) { return Answer_On_Off(context, Display_Data.line_shown != 0); }
+
 constexpr auto rows = std::to_array<ScpiCommand>({
+    {":DISPlay[:WINDow]:TRACe:Y:DLINe", Display_YLine},
+    {":DISPlay[:WINDow]:TRACe:Y:DLINe?", Display_YLineQ},
     {":DISPlay[:WINDow]:TRACe:Y:AUTO", Display_YAuto},
+    {":DISPlay[:WINDow]:TRACe:Y:DLINe:STATe", Display_YLineState},
+    {":DISPlay[:WINDow]:TRACe:Y:DLINe:STATe?", Display_YLineStateQ},
     {":DISPlay[:WINDow]:TRACe:Y[:SCALe]:POSition", Display_YPosition},
     {":DISPlay[:WINDow]:TRACe:Y[:SCALe]:POSition?", Display_YPositionQ},
     {":DISPlay[:WINDow]:TRACe:Y[:SCALe]:SPACing", Display_YSpacing},

@@ -26,6 +26,8 @@ std::span<const ScpiCommand> Sense_Power();
 std::span<const ScpiCommand> Input();
 std::span<const ScpiCommand> Unit();
 std::span<const ScpiCommand> Display_Y();
+std::span<const ScpiCommand> Display();
+std::span<const ScpiCommand> System_Klock();
 std::span<const ScpiCommand> Sense_Detector();
 std::span<const ScpiCommand> Calculate_Math();
 std::span<const ScpiCommand> Calculate_Limit();

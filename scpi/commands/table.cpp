@@ -20,7 +20,7 @@ std::vector<std::span<const ScpiCommand>> Command_Families() {
             Sense_Autoset(), Sense_Channel(), Sense_Bandwidth(), Sense_Sweep(), Sense_Sweep_Gate(), Trigger(),
             Trace(), Initiate(), Calculate_Marker(), Calculate_Deltamarker(), Sense_Power(), Input(), Unit(),
             Display_Y(), Sense_Detector(), Calculate_Math(), Display_Trace(), Pixel(), Calculate_Limit(),
-            Mmemory_Limit(), System_Alarm()};
+            Mmemory_Limit(), System_Alarm(), Display(), System_Klock()};
 }
 
 void Set_Identification(ScpiContext& context) {

@@ -418,6 +418,15 @@ TEST_F(Hislip, AClientThatLeavesEndsItsWaitAndWhatItSentBeforeIsExecuted) {
     EXPECT_TRUE(Eventually([] { return executed == 40; })) << executed;
 }
 
+TEST_F(Hislip, AClearForgetsTheCompletionThatItsClientWaitsFor) {
+    Session session = Open(), other = Open();
+    EXPECT_EQ(session.Ask("*OPC;*IDN?"), "me\n");
+    EXPECT_EQ(other.Request(hislip_async_device_clear).type, hislip_async_device_clear_acknowledge);
+    EXPECT_EQ(Command_Opc_Flag, 1);
+    EXPECT_EQ(session.Request(hislip_async_device_clear).type, hislip_async_device_clear_acknowledge);
+    EXPECT_EQ(Command_Opc_Flag, 0);
+}
+
 TEST_F(Hislip, OneTooManyIsRefusedAndTheNextOneServedWhenRoomIsThere) {
     testing::internal::CaptureStderr();
     std::vector<Session> crowd;

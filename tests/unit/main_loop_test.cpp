@@ -73,6 +73,17 @@ TEST_F(Iteration, APanelKeyWakesADarkDisplayBeforeItIsExecuted) {
     EXPECT_EQ(Display_Data.active, 0) << "then its key makes it dark again";
 }
 
+TEST_F(Iteration, TheWayToLocalControlWakesADarkDisplay) {
+    Display_Data.active = 0;
+    for (const int remote : {1, 0}) {
+        EXPECT_EQ(Display_Data.active, 0) << "remote control leaves it dark";
+        Remote_Flag = remote;
+        Main_Loop_Once();
+    }
+    EXPECT_EQ(Display_Data.active, 1);
+    EXPECT_EQ(keylink, &FreqLink[0]);
+}
+
 TEST_F(Iteration, AnEMCTestThatRunsWhileStartingSendsItsSettingsEachTime) {
     EMC_Data.running = 1;
     EXPECT_FALSE(Sends());

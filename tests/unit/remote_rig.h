@@ -152,6 +152,10 @@ private:
         Begin_Pending_Operation(context);
         return 1;
     }
+    static int Complete(ScpiContext& context) {
+        Await_Completion(context);
+        return 1;
+    }
     static int Clear(ScpiContext& context) {
         context.interface->control(context, control_status_cleared, SCPI_RegGet(context, reg_stb));
         return 1;
@@ -168,9 +172,9 @@ private:
         SCPI_ResultInt(context, SCPI_ErrorPop(context));
         return 1;
     }
-    static constexpr ScpiCommand commands[] = {{"*IDN?", Identify}, {":COUNt?", Count}, {":LONG?", Long}, {"*OPC?", Wait},
-                                               {"*WAI", Hold},      {"*CLS", Clear},   {"*RST", Reset},  {":SILent", Silent},
-                                               {":ERRor?", Error},  {nullptr, nullptr}};
+    static constexpr ScpiCommand commands[] = {{"*IDN?", Identify}, {":COUNt?", Count},  {":LONG?", Long}, {"*OPC?", Wait},
+                                               {"*OPC", Complete},  {"*WAI", Hold},      {"*CLS", Clear},  {"*RST", Reset},
+                                               {":SILent", Silent}, {":ERRor?", Error},  {nullptr, nullptr}};
     std::thread server_;
 
 protected:

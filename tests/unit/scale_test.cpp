@@ -3,6 +3,7 @@
 #include <random>
 
 #include "keys/level_units.h"
+#include "records/normalisation.h"
 #include "records_fixture.h"
 
 namespace {
@@ -76,6 +77,23 @@ TEST_F(Scale, RowsTurnBackIntoStoredLevels) {
     Walk({{"", [&] { return Pixel2dBm(508); }, no_level}, {"", [&] { return Line_Level(10); }, no_level},
           {"", [&] { return Line_Level(9); }, Near{-10, 1e-9}, "a tenth of the voltage"}, {{Set_Linear_Scale, false}},
           {{display_scale, 2}, [&] { return Line_Level(10); }, -10}, {"", Shown_Level_Offset, 30}});
+}
+
+/// The difference d of a normalised trace adds d - d / m, m the scale's part of 10 dB, in whole numbers.
+TEST_F(Scale, ANormalisedTraceIsDrawnHigherOnTheFinerScales) {
+    TG_Pos_Diff_Value = 21;
+    const auto row = [](double decibels, double dbm) {
+        display_scale(typed, decibels);
+        return dBmTOpixel(dbm, Active_Scale(), false);
+    };
+    EXPECT_EQ(row(5, -40), 58 + 360) << "while it is off";
+    Sys_Data.tracking_normalised = 1;
+    EXPECT_EQ(row(10, -40), 58 + 180);
+    EXPECT_EQ(row(5, -40), 58 + 9 * (40 - 11));
+    EXPECT_EQ(row(2, -40), 58 + 45 * (40 - 17) / 2);
+    EXPECT_EQ(row(1, -40), 58 + 45 * (40 - 19));
+    Set_Linear_Scale(true);
+    EXPECT_EQ(dBmTOpixel(0, Active_Scale(), false), 58) << "not on the linear scale";
 }
 
 }  // namespace

@@ -111,6 +111,25 @@ TEST_F(Trace_Sweeps, ANewAxisStartsAveragesAndHoldsAgain) {
     EXPECT_LT(Mean(Record().value[0], 280, 320), -60) << "nothing of the old place";
 }
 
+/// The core's sweeps have as many samples as it was told, whatever the columns of the screen.
+TEST_F(Trace_Sweeps, SweepsOfOtherCountsStandInTheSameColumns) {
+    for (const int points : {301, 1201, 601}) {
+        Record().points = points;
+        for (const auto& [center, column] : {std::pair{"500e6", 300}, {"502e6", 180}}) {
+            Ask(std::string(":FREQ:SPAN 10e6;CENT ") + center);
+            Record().value[0].fill(-180);
+            Record().sweeps = 0;
+            for (int sweep = 1; sweep <= 3; ++sweep) {
+                Run_Until(Record(), sweep);
+                ASSERT_NEAR(Peak(Record()), column, points == 301 ? 3 : 2) << points << " samples, sweep " << sweep;
+                ASSERT_NEAR(static_cast<double>(Record().value[0][static_cast<std::size_t>(Peak(Record()))]), -20, 0.5);
+            }
+            Step(0.5);
+            EXPECT_GT(Record().point, 100) << "progress within a sweep";
+        }
+    }
+}
+
 /// A whole sweep with everything on, drawn, asks for no memory.
 TEST_F(Trace_Sweeps, ThePathOfAPointAllocatesNothing) {
     fb_init(fbVid0, "/dev/fb/1", screen_width, screen_height, 24);

@@ -8,6 +8,7 @@
 #include "records/recording.h"
 #include "records_fixture.h"
 #include "sweep/trigger.h"
+#include "trace/single_sweep.h"
 #include "trace/trigger_wait.h"
 
 namespace {
@@ -96,6 +97,12 @@ TEST_F(Transfer, EachElementOfTheSweepMessageHasItsSetting) {
     expected.erase(sweep_emc_correction);
     expected[sweep_emi] = 1;
     EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Var)), expected);
+    EMC_Data.quasi_peak_running = 1;
+    Marker_Data.active[0] = 3;
+    Marker_Data.frequency[3][0] = expected[sweep_center] = 1.25e9;
+    expected.erase(sweep_span);
+    EXPECT_EQ(Elements(Sent(LOOP_SetTrans_Var)), expected) << "measured again at the marker";
+    EMC_Data.quasi_peak_running = 0;
     // Nothing of a message stays for the next one.
     Set_Span(2, 0);
     Freqs.center[0] = Freqs.start[0] = Freqs.stop[0] = 2.5e9;
@@ -144,6 +151,15 @@ TEST_F(Transfer, TheModeDecidesWhatIsSent) {
         demodulator[demodulator_mode] = mode;
         EXPECT_EQ(Elements(Sent(Transfer_Settings)), demodulator);
     }
+    for (const auto set : {Set_Cent, Set_Reflevel, Set_BW_RBW, Set_Sweep_Time}) {
+        EXPECT_EQ(Sent([&] { set(2, 10e3); })[0], code_demodulator) << "whatever is set";
+    }
+    core->Take();
+    Set_Trigger_Source(trigger_by_none);
+    EXPECT_EQ(core->Take().back()[0], code_demodulator);
+    Start_Single_Sweep();
+    EXPECT_EQ(core->Take().back()[0], code_demodulator) << "and when one is asked for";
+    Fill_Records();
     FunctionMode_Flag = mode_r_phi;
     RecordData_IQ.running = 1;
     RecordData_RPhi.armed = 1;

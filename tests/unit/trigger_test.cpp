@@ -218,6 +218,23 @@ protected:
     }};
 };
 
+TEST_F(Triggered_Sweeps, ZeroSpanShowsTheEnvelopeOverTheSweepTime) {
+    constexpr float carrier = -20;
+    for (const auto& [time, period] : {std::pair{"60 MS", 200}, {"40 MS", 300}}) {
+        Ask(std::string("SWE:TIME ") + time);
+        Run(Sweep_Data.time[0] * 1.002);
+        const auto& values = Trace_Data[0].value[0];
+        std::vector<int> rises;
+        for (std::size_t i = 1; i < values.size(); ++i) {
+            if (values[i - 1] < carrier && values[i] >= carrier) rises.push_back(static_cast<int>(i));
+        }
+        ASSERT_GE(rises.size(), 2u) << time;
+        for (std::size_t i = 1; i < rises.size(); ++i) EXPECT_NEAR(rises[i] - rises[i - 1], period, 2) << time;
+        EXPECT_NEAR(std::ranges::max(values), carrier + 5.6f, 0.3) << "1.9 times the carrier";
+        EXPECT_NEAR(std::ranges::min(values), carrier - 20, 0.5) << "a tenth of it";
+    }
+}
+
 TEST_F(Triggered_Sweeps, TheInputStartsOneSweepEachAndTheStatusSaysSo) {
     Run(0.1);
     EXPECT_FALSE(Waiting());
