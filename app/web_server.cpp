@@ -17,6 +17,7 @@
 #include "remote/hislip.h"
 #include "remote/raw_socket.h"
 #include "remote/server.h"
+#include "remote/vxi11.h"
 #include "sweep/amplitude.h"
 #include "sweep/frequency.h"
 #include "trace/scale.h"
@@ -53,7 +54,7 @@ void Tell_State(std::string& json) {
                   Freqs.center[screen] + Freqs.offset[screen], Freqs.span[screen], Amp.displayed_reference[screen]);
     json = "{\"model\":\"" + System_Information_Data.model + "\",\"starting\":" + word(systeminit.load() != 0) +
            ",\"remote\":" + word(Remote_Flag.load() != 0) + ",\"scpi\":\"" + remote::Raw_Address() + "\",\"hislip\":\"" +
-           remote::Hislip_Address() + '"' + values.data();
+           remote::Hislip_Address() + "\",\"vxi11\":\"" + remote::Vxi11_State() + '"' + values.data();
 }
 
 void Tell_Trace(std::string& csv) {

@@ -33,6 +33,7 @@
 #include "records/handover.h"
 #include "records/locks.h"
 #include "records/sys.h"
+#include "remote/vxi11.h"
 #include "system/status_icons.h"
 #include "sweep/transfer.h"
 #include "system/system.h"
@@ -138,8 +139,10 @@ void fpga_int() {
 
 void check_RJ45() {
     bool shown = platform::Lan_Link_Up();
+    remote::Watch_Vxi11(shown);
     while (platform::Sleep_For(1s)) {
         const bool link = platform::Lan_Link_Up();
+        remote::Watch_Vxi11(link);
         if (link == shown) continue;
         shown = link;
         const std::lock_guard records(Command_Main_Mutex);

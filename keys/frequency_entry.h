@@ -8,3 +8,7 @@ enum class Frequency_Entry { center, start, stop, step, offset, span };
 double Shown_Frequency(Frequency_Entry entry);
 
 void Show_Frequency_Entry(Frequency_Entry entry);
+
+/// The same for the spans that belong to a function, in Hz.
+void Show_Autoset_Span();
+void Show_Channel_Spacing(double hertz);

@@ -7,6 +7,7 @@
 #include "keys/number_format.h"
 #include "keys/numeric_entry.h"
 #include "records/amp.h"
+#include "records/autoset.h"
 #include "records/freqs.h"
 
 namespace {
@@ -46,4 +47,10 @@ void Show_Level_Entry(Level_Entry entry) {
     std::array<char, 40> text{};
     Format_Level_Entry(entry, text);
     Show_Entry(names[static_cast<std::size_t>(entry)], text.data());
+}
+
+void Show_Autoset_Floor() {
+    std::array<char, 40> text{};
+    Format_Level(Autoset_Data.floor, text);
+    Show_Entry("Autoset floor", text.data());
 }

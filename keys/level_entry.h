@@ -10,3 +10,4 @@ void Format_Level_Entry(Level_Entry entry, std::span<char> text);
 
 /// Shows a setting with its name in the entry field, for whoever has set it.
 void Show_Level_Entry(Level_Entry entry);
+void Show_Autoset_Floor();

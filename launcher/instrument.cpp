@@ -33,7 +33,7 @@ using std::chrono::steady_clock;
 // A sanitizer build on a busy PC comes up ten times slower than a plain one.
 constexpr seconds start_limit{180};
 constexpr milliseconds query_period{100};
-constexpr milliseconds web_stop_limit{3000}, application_stop_limit{8000}, board_stop_limit{3000};
+constexpr milliseconds web_stop_limit{3000}, application_stop_limit{8000}, board_stop_limit{3000}, mapper_stop_limit{2000};
 constexpr seconds web_restart_gap{10};
 
 /// Thrown where the start is broken off by a stop signal or by the power key.
@@ -81,6 +81,18 @@ void Check_Port_Free(const std::string& address, int port) {
                                  std::strerror(error));
 }
 
+bool Port_Mapper_Runs() {
+    constexpr std::uint16_t mapper_port = 111;
+    sockaddr_in name{};
+    name.sin_family = AF_INET;
+    name.sin_port = htons(mapper_port);
+    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const int probe = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool runs = ::connect(probe, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0;
+    ::close(probe);
+    return runs;
+}
+
 std::string Program_Folder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
@@ -95,12 +107,14 @@ class Instrument {
         Stop(web_, web_stop_limit);
         Stop(application_, application_stop_limit);
         Stop(board_, board_stop_limit);
+        Stop(mapper_, mapper_stop_limit);
         ::close(signals_);
     }
 
     int Run();
 
   private:
+    void Start_Port_Mapper();
     void Start_Board();
     void Start_Application();
     void Start_Web(int port);
@@ -121,9 +135,10 @@ class Instrument {
     std::string programs_;
     Root_Folder root_;
     Process board_, application_, web_;
+    Process mapper_;  ///< where none has run before
     std::string http_;  ///< ADDR:PORT of the front panel
     std::string scpi_;  ///< ADDR:PORT of raw commands
-    std::string hislip_;
+    std::string hislip_, vxi11_;
     steady_clock::time_point start_end_{};
 };
 
@@ -180,6 +195,22 @@ std::string Instrument::Await_Line(Process& process, const std::string& beginnin
     }
 }
 
+void Instrument::Start_Port_Mapper() {
+    Say("starting a port mapper");
+    const std::string program = "/usr/sbin/rpcbind";
+    if (::access(program.c_str(), X_OK) != 0)
+        throw std::runtime_error("can't start a port mapper: the package rpcbind is missing");
+    mapper_ = Start(program, {"-f"}, {}, Log("rpcbind"), Output::to_log);
+    while (!Port_Mapper_Runs()) {
+        if (Has_Ended(mapper_))
+            throw std::runtime_error("can't start a port mapper: rpcbind ended with " + Describe_Status(Reap(mapper_)) +
+                                     (::geteuid() != 0 ? "; it needs root's rights" : ", see " + mapper_.log));
+        if (steady_clock::now() > start_end_)
+            throw std::runtime_error("can't start a port mapper: rpcbind doesn't listen, see " + mapper_.log);
+        Wait(query_period);
+    }
+}
+
 void Instrument::Start_Board() {
     Say("starting the board");
     std::vector<std::string> arguments{"--root=" + options_.root};
@@ -196,6 +227,8 @@ void Instrument::Start_Application() {
                                          "KVA720_SCPI_PORT=" + std::to_string(options_.scpi_port)};
     if (options_.hislip_port >= 0)
         environment.emplace_back("KVA720_HISLIP_PORT=" + std::to_string(options_.hislip_port));
+    if (!options_.vxi11)
+        environment.emplace_back("KVA720_VXI11=0");
     if (options_.fast)
         environment.emplace_back("KVA720_FAST=1");
     application_ = Start(programs_ + "/kva720", {}, environment, Log("kva720"), Output::to_log);
@@ -214,9 +247,10 @@ void Instrument::Await_Keys() {
     for (;;) {
         Check_Start();
         const Status status = Ask_Status(options_.root);
-        if (status.takes_keys) {
+        if (status.takes_keys && status.vxi11 != "starting") {
             scpi_ = status.scpi;
             hislip_ = status.hislip;
+            vxi11_ = status.vxi11;
             return;
         }
         Wait(query_period);
@@ -256,6 +290,8 @@ int Instrument::Run() {
         Check_Port_Free(options_.listen, options_.hislip_port);
     start_end_ = steady_clock::now() + start_limit;
     try {
+        if (options_.port_mapper && options_.vxi11 && !Port_Mapper_Runs())
+            Start_Port_Mapper();
         Start_Board();
         Start_Application();
         Say("starting the front panel");
@@ -263,8 +299,8 @@ int Instrument::Run() {
         http_ = Await_Line(web_, "http ");
         Say("starting: waiting for the start-up pictures");
         Await_Keys();
-        std::printf("ready http=%s scpi=%s hislip=%s vxi11=off root=%s\n", http_.c_str(), scpi_.c_str(),
-                    hislip_.c_str(), options_.root.c_str());
+        std::printf("ready http=%s scpi=%s hislip=%s vxi11=%s root=%s\n", http_.c_str(), scpi_.c_str(),
+                    hislip_.c_str(), vxi11_.c_str(), options_.root.c_str());
         std::fflush(stdout);
         return Supervise();
     } catch (const Stopped&) {

@@ -74,6 +74,7 @@ Status Ask_Status(const std::string& root) {
     status.takes_keys = starting != state.end() && starting->is_boolean() && !starting->get<bool>();
     text("scpi", status.scpi);
     text("hislip", status.hislip);
+    text("vxi11", status.vxi11);
     return status;
 }
 

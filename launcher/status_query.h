@@ -7,6 +7,7 @@ namespace launcher {
 struct Status {
     bool takes_keys = false;  ///< it has come up
     std::string scpi, hislip = "off";  ///< ADDRESS:PORT of raw commands and of HiSLIP
+    std::string vxi11 = "off";         ///< "on", "off" or, while that is not known, "starting"
 };
 
 /// Asks the instrument of a root over its local socket. It takes no keys also when it doesn't answer in half a second.

@@ -32,6 +32,7 @@ inline std::atomic<int> RecallAfterRemoveDeviceFlag{0};  ///< 2: the recall menu
 
 inline std::atomic<int> Pending_Operation_Flag{0};
 inline std::atomic<int> Pending_Operation_Flag_check{0};
+inline std::atomic<int> VXI11_Start{0};             ///< 1 while the thread of VXI-11 runs
 inline std::atomic<int> Command_Opc_Flag{0};        ///< *OPC waits for the end of the sweep
 inline std::atomic<int> Command_Query_Opc_Flag{0};  ///< *OPC? waits for the end of the sweep
 

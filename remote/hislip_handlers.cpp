@@ -277,7 +277,7 @@ void Hislip_Server::Hislip_Async_Device_Clear_Fun(std::size_t index) {
     slot.dropped = slot.in_hand;
     slot.lock_wait.waiting = slot.remote_control.waiting = slot.message_available = false;
     slot.pending.Drop_Unsent(Hislip_Message_Size);
-    Release_Waits(Client(session));
+    Clear_Client(Client(session));
     if (std::exchange(slot.release.waiting, false) && locks_.Release(session) != Lock_Outcome::refused) Locks_Changed();
     Put(index, {hislip_async_device_clear_acknowledge, 0, 0, 0});
     hislip_unlock_cond.Post();

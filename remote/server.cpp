@@ -15,6 +15,7 @@
 #include "remote/setup.h"
 #include "remote/sinks.h"
 #include "remote/usb.h"
+#include "remote/vxi11.h"
 #include "remote/waiting.h"
 
 namespace remote {
@@ -100,6 +101,7 @@ bool Open_Ports(const Remote_Setup& setup, int baud_index, int stored_hislip_por
 }
 
 void Close_Ports() {
+    Stop_Vxi11();
     Close_Hislip_Listener();
     Close_Raw_Listener();
     Close_Usb();

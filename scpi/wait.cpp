@@ -11,10 +11,15 @@ namespace {
 /// Kind and descriptor in one word, so that both change at once.
 std::atomic<std::uint64_t> waiting{~std::uint64_t{0}};
 std::atomic<bool> released{false};
+std::atomic<std::uint64_t> completion_for{~std::uint64_t{0}};  ///< likewise, of *OPC
 
 std::uint64_t Packed(ScpiUserContext client) {
     return static_cast<std::uint64_t>(static_cast<std::uint32_t>(client.kind)) << 32 |
            static_cast<std::uint32_t>(client.descriptor);
+}
+
+ScpiUserContext Unpacked(std::uint64_t packed) {
+    return {static_cast<std::int32_t>(packed >> 32), static_cast<std::int32_t>(packed)};
 }
 
 bool Pending() {
@@ -108,7 +113,16 @@ void Release_Waits(ScpiUserContext client) {
     if (client.kind != interface_none && waiting.load() == Packed(client)) released.store(true);
 }
 
-ScpiUserContext Waiting_Client() {
-    const std::uint64_t packed = waiting.load();
-    return {static_cast<std::int32_t>(packed >> 32), static_cast<std::int32_t>(packed)};
+void Await_Completion(ScpiContext& context) {
+    completion_for.store(Packed(*context.user_context));
+    Command_Opc_Flag.store(1);
 }
+
+void Clear_Client(ScpiUserContext client) {
+    Release_Waits(client);
+    if (client.kind != interface_none && completion_for.load() == Packed(client)) Command_Opc_Flag.store(0);
+}
+
+ScpiUserContext Waiting_Client() { return Unpacked(waiting.load()); }
+
+ScpiUserContext Completion_Client() { return Unpacked(completion_for.load()); }

@@ -23,8 +23,17 @@ bool Wait_For_Sweep(ScpiContext& context);
 /// Marks an operation as pending on behalf of the client in hand.
 void Begin_Pending_Operation(ScpiContext& context);
 
+/// *OPC: the end of the operation is to be told on behalf of the client in hand.
+void Await_Completion(ScpiContext& context);
+
+/// Ends the waits of a client that is cleared, and what its *OPC waits for. Any thread.
+void Clear_Client(ScpiUserContext client);
+
 /// Ends the waits of a client that is cleared or gone; without any of its own, nothing. Any thread.
 void Release_Waits(ScpiUserContext client);
 
 /// The client for which a wait runs or will run; kind interface_none while none does. Any thread.
 ScpiUserContext Waiting_Client();
+
+/// The client that asked with *OPC last; maybe long ago. Any thread.
+ScpiUserContext Completion_Client();

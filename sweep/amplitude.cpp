@@ -77,7 +77,7 @@ int Level_View_Changed() {
 /// So they are, and the core is told.
 int Level_Changed() {
     Level_View_Changed();
-    LOOP_SetTrans_Var();
+    Transfer_Settings();
     return 0;
 }
 

@@ -79,12 +79,12 @@ int Neighbour(std::span<const int> entries, double (*hertz)(int), int present) {
     return nearest;
 }
 
-int Auto_Rbw(std::size_t screen, int present, double span) {
+int Auto_Rbw(int present, double span) {
     if (span == 0) return present <= rbw_10khz || Emi_Rbw(present) ? present : rbw_10khz;
     if (!BW_Data.emi) return By_Bound(rbw_by_span, span);
-    const auto& trace = Trace_Data[screen];
+    const auto& trace = Trace_Data[Screen()];
     if (trace.detector[trace.active & 3] == detector_quasi_peak) {
-        return By_Bound(emi_rbw_by_center, Freqs.center[screen]);
+        return By_Bound(emi_rbw_by_center, Freqs.center[Screen()]);
     }
     return By_Bound(emi_rbw_by_span, span);
 }
@@ -98,18 +98,12 @@ int Auto_Vbw(int rbw) {
     }
 }
 
-int Coupled_Vbw(std::size_t screen, int rbw, int present) {
-    if (BW_Data.vbw_mode[screen] == 0) return Auto_Vbw(rbw);
-    const double ratio = BW_Data.ratio[screen];
-    return ratio > 0 ? Nearest(ordinary_entries, Int_VBW_Transfer, ratio * Int_RBW_Transfer(rbw)) : present;
-}
-
-void Couple(std::size_t screen) {
-    BW_Record& bw = BW_Data;
-    if (bw.rbw_mode[screen] == 0) bw.rbw[screen] = Auto_Rbw(screen, bw.rbw[screen], Freqs.span[screen]);
-    if (bw.vbw_mode[screen] == 0) bw.ratio[screen] = 0;
-    bw.vbw[screen] = Coupled_Vbw(screen, bw.rbw[screen], bw.vbw[screen]);
-    if (!Sweep_Mode_Suits(Sweep_Data.mode[screen], bw.rbw[screen])) Sweep_Data.mode[screen] = sweep_mode_auto;
+/// Couples RBW and VBW of the active screen.
+void Couple() {
+    if (BW_Data.rbw_mode[Screen()] == 0) Rbw() = Auto_Rbw(Rbw(), Freqs.span[Screen()]);
+    Ext_BW_Auto_VBW();
+    auto& mode = Sweep_Data.mode[Screen()];
+    if (!Sweep_Mode_Suits(mode, Rbw())) mode = sweep_mode_auto;
 }
 
 bool Manual_Rbw_Unfit() {
@@ -130,7 +124,7 @@ int Take(int source, Change&& change) {
     const BW_Record before = BW_Data;
     const auto mode = Sweep_Data.mode;
     change();
-    Couple(Screen());
+    Couple();
     if (Shortest_Sweep_Time(Rbw(), Vbw(), Freqs.span[Screen()]) < longest_sweep_time) return 0;
     BW_Data = before;
     Sweep_Data.mode = mode;
@@ -146,7 +140,7 @@ int Send(int result) {
     Ext_Sweep_Time_Auto();
     Redraw_Keys();
     Draw_Status_Blocks();
-    LOOP_SetTrans_Var();
+    Transfer_Settings();
     return 0;
 }
 
@@ -182,9 +176,13 @@ double Int_VBW_Transfer(int index) {
 
 double Int_BW_Transfer_Ratio() { return Int_VBW_Transfer(Vbw()) / Int_RBW_Transfer(Rbw()); }
 
-int RBW_For_Span(int rbw, double span) { return BW_Data.rbw_mode[Screen()] == 0 ? Auto_Rbw(Screen(), rbw, span) : rbw; }
+int RBW_For_Span(int rbw, double span) { return BW_Data.rbw_mode[Screen()] == 0 ? Auto_Rbw(rbw, span) : rbw; }
 
-int VBW_For_RBW(int rbw, int vbw) { return Coupled_Vbw(Screen(), rbw, vbw); }
+int VBW_For_RBW(int rbw, int vbw) {
+    if (BW_Data.vbw_mode[Screen()] == 0) return Auto_Vbw(rbw);
+    const double ratio = BW_Data.ratio[Screen()];
+    return ratio > 0 ? Nearest(ordinary_entries, Int_VBW_Transfer, ratio * Int_RBW_Transfer(rbw)) : vbw;
+}
 
 int Set_BW_RBW(int source, double value) {
     if (No_Value(source, value)) return -1;
@@ -244,19 +242,23 @@ int Set_VBW_Mode(bool manual) {
 int Set_EMI_Filter(bool on) {
     if (on == (BW_Data.emi != 0)) return 0;
     BW_Data.emi = on ? 1 : 0;
-    for (std::size_t screen = 0; screen < BW_Data.rbw.size(); ++screen) {
-        BW_Data.rbw_mode[screen] = BW_Data.vbw_mode[screen] = 0;
-        BW_Data.rbw[screen] = Nearest(Rbw_Entries(), Int_RBW_Transfer, RBW_3dB_Width(BW_Data.rbw[screen]));
-        for (auto& choice : Trace_Data[screen].detector_choice) {
+    const int active = ScreenActive;
+    for (const int half : {active, 1 - active}) {
+        ScreenActive = half;
+        BW_Data.rbw_mode[Screen()] = BW_Data.vbw_mode[Screen()] = 0;
+        Rbw() = Nearest(Rbw_Entries(), Int_RBW_Transfer, RBW_3dB_Width(Rbw()));
+        for (auto& choice : Trace_Data[Screen()].detector_choice) {
             if (!on && (choice == detector_quasi_peak || choice == detector_emi_average)) choice = detector_auto;
         }
-        Couple(screen);
+        Ext_BW_Auto_RBW();
+        Ext_Sweep_Time_Auto();
     }
+    ScreenActive = active;
     return Send(0);
 }
 
 void Ext_BW_Auto_RBW() {
-    Couple(Screen());
+    Couple();
     Choose_Detectors();
     const auto& trace = Trace_Data[Screen()];
     constexpr int to_emi_detectors = 8 - detector_quasi_peak;
@@ -267,7 +269,7 @@ void Ext_BW_Auto_RBW() {
 
 void Ext_BW_Auto_VBW() {
     if (BW_Data.vbw_mode[Screen()] == 0) BW_Data.ratio[Screen()] = 0;
-    Vbw() = Coupled_Vbw(Screen(), Rbw(), Vbw());
+    Vbw() = VBW_For_RBW(Rbw(), Vbw());
 }
 
 int BW_RBW_Code() {

@@ -191,8 +191,6 @@ void Show_Frequency_Values() {
     Draw_Status_Blocks();
 }
 
-void Transfer() { Transfer_Settings(); }
-
 /// Start and stop: a span that would take too long is not taken.
 int Set_Edge(void (*calculate)(int, double), int source, double value) {
     if (No_Number(source, value) || !Edges_Can_Be_Set()) return 0;
@@ -210,7 +208,7 @@ int Set_Edge(void (*calculate)(int, double), int source, double value) {
         ExtendSpanWave(old_start, old_span);
     }
     Show_Frequency_Values();
-    Transfer();
+    Transfer_Settings();
     return 0;
 }
 
@@ -239,7 +237,7 @@ int Set_Cent(int source, double value) {
     Cal_Freqrelative_Var();
     if (old_start != Start() || old_span != Span()) ExtendSpanWave(old_start, old_span);
     Show_Frequency_Values();
-    Transfer();
+    Transfer_Settings();
     Restart_Hold_Buffer();
     return 0;
 }
@@ -291,7 +289,7 @@ int Set_Step_Freq(int source, double value) {
     if (No_Number(source, value)) return 0;
     Cal_Step_Freq(source, value);
     Show_Frequency_Values();
-    Transfer();
+    Transfer_Settings();
     return 0;
 }
 
@@ -318,7 +316,7 @@ int Set_Offset_Freq(int source, double value) {
     Cal_Offset_Freq(source, value);
     SetFreqScaleRedraw = 1;
     Show_Frequency_Values();
-    Transfer();
+    Transfer_Settings();
     return 0;
 }
 
@@ -333,7 +331,7 @@ void Cal_Offset_Freq(int source, double value) {
 int Set_Span(int source, double value) {
     if (change_span(source, value) != 0) return 0;
     Show_Frequency_Values();
-    Transfer();
+    Transfer_Settings();
     return 0;
 }
 
@@ -386,7 +384,7 @@ int Set_Full_Span() {
     Frequency_Axis_Changed();
     ExtendSpanWave(old_start, old_span);
     Show_Frequency_Values();
-    Transfer();
+    Transfer_Settings();
     return 0;
 }
 

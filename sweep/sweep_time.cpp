@@ -109,7 +109,7 @@ int Send() {
     Ext_Sweep_Time_Auto();
     Redraw_Keys();
     Draw_Status_Blocks();
-    LOOP_SetTrans_Var();
+    Transfer_Settings();
     return 0;
 }
 

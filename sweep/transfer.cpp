@@ -92,6 +92,10 @@ void Compose_Sweep(platform::Message_Code code) {
     m[sweep_calibration] = Sys_Data.sweep_setting_working;
     m[sweep_emc_correction] = EMC_Data.correction_off ? 0.0 : 1.0;
     m[sweep_emc_mode] = EMC_Data.mode;
+    if (EMC_Data.quasi_peak_running) {  // stands at the marker
+        m[sweep_center] = Marker_Data.frequency[static_cast<std::size_t>(Marker_Data.active[Screen()])][Screen()];
+        m[sweep_span] = 0;
+    }
 }
 
 void Compose_Measurement() {
@@ -163,6 +167,32 @@ void Hand_Over_Trigger() {
     if (platform::Fpga_Int_Request(FPGA_Int_Fd, 0, armed) < 0) std::printf("set failed\n");
     Draw_Sweep_State();
     SCPI_RegClearBits(scpi_context, reg_operation + set_condition, operation_waiting_for_trigger);
+}
+
+/// Sends a message with the elements of a sweep.
+void Send_Sweep(void (*compose)()) {
+    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
+    if (Sweep_Data.external_trigger_pending) Hand_Over_Trigger();
+    Ext_Sweep_Time_Auto();
+    Hold_Video_Frequency();
+    Marker_Data.steps = Sweep_Data.steps[Screen()];
+    Screen_Swept = ScreenActive;
+    if (!LOOP_Buffers) return;
+    compose();
+    Send_And_Restart();
+}
+
+void Compose_Demodulator() {
+    Compose_Sweep(platform::code_demodulator);
+    LOOP_Buffers[platform::demodulator_mode] = FunctionMode_Flag;
+}
+
+void Compose_Record() {
+    Compose_Sweep(platform::code_record);
+    const Recording_Record& recording = FunctionMode_Flag == mode_r_phi ? RecordData_RPhi : RecordData_IQ;
+    LOOP_Buffers[platform::record_mode] = FunctionMode_Flag;
+    LOOP_Buffers[platform::record_running] = recording.running;
+    LOOP_Buffers[platform::record_armed] = recording.armed;
 }
 
 /// One pass over one channel: the buffer goes out to the core, or is asked for.
@@ -254,17 +284,7 @@ void Transfer_Settings() {
     LOOP_SetTrans_Var();
 }
 
-void LOOP_SetTrans_Var() {
-    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
-    if (Sweep_Data.external_trigger_pending) Hand_Over_Trigger();
-    Ext_Sweep_Time_Auto();
-    Hold_Video_Frequency();
-    Marker_Data.steps = Sweep_Data.steps[Screen()];
-    Screen_Swept = ScreenActive;
-    if (!LOOP_Buffers) return;
-    Compose_By_Mode();
-    Send_And_Restart();
-}
+void LOOP_SetTrans_Var() { Send_Sweep(Compose_By_Mode); }
 
 void LOOP_SetTeans_Preamp() {
     const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
@@ -345,26 +365,9 @@ void LOOP_SetTrans_Earphon() {
     LOOP_Execute(LOOP_NumIterations);
 }
 
-void LOOP_SetTrans_Demodulator() {
-    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
-    if (!LOOP_Buffers) return;
-    Ext_Sweep_Time_Auto();
-    Compose_Sweep(platform::code_demodulator);
-    LOOP_Buffers[platform::demodulator_mode] = FunctionMode_Flag;
-    Send_And_Restart();
-}
+void LOOP_SetTrans_Demodulator() { Send_Sweep(Compose_Demodulator); }
 
-void LOOP_SetTrans_Record_Data() {
-    const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);
-    if (!LOOP_Buffers) return;
-    Ext_Sweep_Time_Auto();
-    Compose_Sweep(platform::code_record);
-    const Recording_Record& recording = FunctionMode_Flag == mode_r_phi ? RecordData_RPhi : RecordData_IQ;
-    LOOP_Buffers[platform::record_mode] = FunctionMode_Flag;
-    LOOP_Buffers[platform::record_running] = recording.running;
-    LOOP_Buffers[platform::record_armed] = recording.armed;
-    Send_And_Restart();
-}
+void LOOP_SetTrans_Record_Data() { Send_Sweep(Compose_Record); }
 
 void LOOP_SetTrans_Peripheral() {
     const std::lock_guard transfer(Loop_SetTrans_Var_Mutex);

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "keys/numeric_entry.h"
+#include "keys/shown_values.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
 #include "records/amp.h"
@@ -80,7 +81,7 @@ int Set_Trigger_Source(int choice) {
     Redraw_Keys();
     if (choice == trigger_by_none) {
         Sweep_Data.external_trigger_pending = 1;
-        LOOP_SetTrans_Var();
+        Transfer_Settings();
     } else {
         LOOP_SetTrans_Trigger();
     }

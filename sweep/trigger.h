@@ -33,10 +33,6 @@ double Cal_Trigger_Time(int source, double seconds, double present, double short
 double Cal_Video_Level(int source, double dbm);
 double Cal_Video_Frequency(int source, double hertz);
 
-/// As shown, with the offsets.
-double Shown_Video_Level();
-double Shown_Video_Frequency();
-
 /// The frequency of the video trigger follows the centre in zero span and where it would lie outside the sweep.
 void Hold_Video_Frequency();
 

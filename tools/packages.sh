@@ -1,10 +1,10 @@
 # Debian packages that the project needs, and how they get onto the PC. Sourced by ./run and ./test.
 
 build_packages=(g++ cmake ninja-build pkg-config ccache libfreetype-dev libjpeg62-turbo-dev libpng-dev libcivetweb-dev
-    libtomlplusplus-dev nlohmann-json3-dev libkissfft-dev libcli11-dev libgtest-dev librsvg2-bin fonts-dseg
+    libtirpc-dev libtomlplusplus-dev nlohmann-json3-dev libkissfft-dev libcli11-dev libgtest-dev librsvg2-bin fonts-dseg
     fonts-liberation fonts-wqy-zenhei python3)
 test_packages=(chromium chromium-driver python3-selenium imagemagick tesseract-ocr procps
-    python3-pyvisa python3-pyvisa-py python3-serial lxi-tools python3-numpy python3-pil)
+    python3-pyvisa python3-pyvisa-py python3-serial lxi-tools rpcbind iproute2 uidmap python3-numpy python3-pil)
 arm_packages=(g++-arm-linux-gnueabihf qemu-user)
 fuzz_packages=(clang libclang-rt-dev llvm)
 

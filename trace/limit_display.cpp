@@ -8,6 +8,7 @@
 #include "palette.h"
 #include "records/freqs.h"
 #include "records/function.h"
+#include "records/sys.h"
 #include "trace/level_lines.h"
 #include "trace/limit_edit.h"
 #include "trace/limit_lines.h"
@@ -49,12 +50,9 @@ FT_Face rendered_with = nullptr;
 int drawn_verdict = verdict_none;
 Rect drawn_plate;
 
-/// Another screen stands in the graticule's place; what was drawn there has been cleared with it.
-bool Covered() { return !Graticule_Shown(); }
-
 bool Visible() {
     const bool open = fbOsd0.memory && fbOsd0.bits == 16;
-    return open && !Covered() && Spectrum_Mode() && ScreenActive == Half_Of_Keys();
+    return open && Graticule_Shown() && Spectrum_Mode() && ScreenActive == Half_Of_Keys();
 }
 
 void Put(int x, int y, std::uint16_t pixel) {
@@ -206,7 +204,7 @@ void Render_Verdict_Words() {
 void Draw_Limit_Lines() {
     if (ScreenActive != Half_Of_Keys()) return;
     const bool visible = Visible();
-    if (!Covered()) Erase_Lines();
+    if (Graticule_Shown()) Erase_Lines();
     for (std::size_t line = 0; line < limit_lines; ++line) {
         line_drawn[line] = visible && To_Draw(Limit_Lines[line]);
         if (line_drawn[line]) Collect_Line(Limit_Lines[line], drawn[line]);

@@ -74,9 +74,9 @@ int Chosen_Number(int source, double number, int present) {
 
 void Line_Text(int line, std::span<char> text) {
     if (line == no_limit_line) {
-        std::snprintf(text.data(), text.size(), "None");
+        std::snprintf(text.data(), text.size(), "---");
     } else {
-        std::snprintf(text.data(), text.size(), "Line %d", line + 1);
+        std::snprintf(text.data(), text.size(), "%d", line + 1);
     }
 }
 

@@ -309,7 +309,7 @@ bool Limit_From_Trace(std::size_t line, std::size_t trace, double margin) {
         const float* const begin = levels + (i == 0 ? 0 : i - 1) * trace_columns / parts;
         const float* const end = levels + std::min(i + 1, parts) * trace_columns / parts + 1;
         const float level = lowest ? *std::min_element(begin, end) : *std::max_element(begin, end);
-        points[i] = {Freqs.start[Screen()] + static_cast<double>(i) * Freqs.span[Screen()] / parts,
+        points[i] = {std::round(Freqs.start[Screen()] + static_cast<double>(i) * Freqs.span[Screen()] / parts),
                      static_cast<double>(level) + Shown_Level_Offset() + Held_Margin(margin)};
     }
     return Set_Limit_Points(line, points);

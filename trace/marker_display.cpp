@@ -156,7 +156,7 @@ void Draw_Symbol(const Symbol& symbol) {
     }
 }
 
-/// Clears the pixels that the symbol covers and no others; lines below it come back.
+/// Clears the pixels that the symbol covers and no others; lines that it stood on come back.
 void Erase_Symbol(const Symbol& symbol) {
     if (symbol.kind == Kind::none) return;
     for (int row = 0; row < symbol_height; ++row) {

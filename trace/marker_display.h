@@ -11,7 +11,7 @@ void Show_Markers();
 /// Draws all of it again, after the graticule has been drawn.
 void Redraw_Markers();
 
-/// Draws the symbols again, after something else has been drawn on the layer.
+/// Draws the symbols alone again, over what has been drawn in their place.
 void Redraw_Symbols();
 
 /// Number of the active marker in the readout above the graticule; Int_Marker_Show_Value: all of the readout.

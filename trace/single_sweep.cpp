@@ -27,7 +27,7 @@ void Set_Sweep_Hold(bool hold) {
     if (hold == (Sweep_Data.hold != 0)) return;
     Sweep_Data.hold = hold;
     Draw_Sweep_State();
-    if (!hold) LOOP_SetTrans_Var();
+    if (!hold) Transfer_Settings();
 }
 
 void Start_Single_Sweep() {
@@ -39,7 +39,7 @@ void Start_Single_Sweep() {
     Sweep_Data.single_left = Swept_In_Turn() ? screens : 1;
     SweepSingle_Data.store(0, std::memory_order_release);
     LOOP_SetTrans_Single_Sweep();
-    LOOP_SetTrans_Var();
+    Transfer_Settings();
     for (auto& record : Trace_Data) record.average_counter.fill(1);
     Draw_Sweep_State();
 }

@@ -1,8 +1,8 @@
 #include "measure/autoset.h"
 
-#include <array>
-
+#include "keys/frequency_entry.h"
 #include "keys/handlers.h"
+#include "keys/level_entry.h"
 #include "keys/menus/entry.h"
 #include "keys/menus/rows.h"
 #include "keys/messages.h"
@@ -22,18 +22,6 @@ using namespace menus;
 
 enum Autoset_Key { run_key, floor_key, span_key };
 constexpr int attention_spectrum_only = 66;
-
-void Show_Floor() {
-    std::array<char, 40> text{};
-    Format_Level(Autoset_Data.floor, text);
-    Show_Entry("Autoset floor", text.data());
-}
-
-void Show_Span() {
-    std::array<char, 40> text{};
-    Format_Frequency(Autoset_Data.span, true, text);
-    Show_Entry("Autoset span", text.data());
-}
 
 template <int (*setter)(int, double), void (*show)()>
 int Set_And_Show(int mode, double value) {
@@ -59,11 +47,11 @@ void fAutosetBase(int key) {
         case floor_key:
             if (pressed_again) Set_Autoset_Floor_Mode(!Autoset_Data.floor_manual);
             Begin_Entry(Amp.unit == unit_volt ? '8' : Amp.unit == unit_watt ? '9' : '7', true);
-            return Show_Floor();
+            return Show_Autoset_Floor();
         case span_key:
             if (pressed_again) Set_Autoset_Span_Mode(!Autoset_Data.span_manual);
             Begin_Entry('1', false);
-            return Show_Span();
+            return Show_Autoset_Span();
         default: return Run();
     }
 }
@@ -85,8 +73,8 @@ bool Autoset_Greyed(int key) { return key != run_key && Run_AuotSet_flag != 0; }
 
 constexpr auto rows = std::to_array<Page_Row>({
     {enAutosetBig,
-     {Key(enAutoset), Key(enLevelFloor, Set_And_Show<Set_Autoset_Floor, Show_Floor>),
-      Key(enSetSpan, Set_And_Show<Set_Autoset_Span, Show_Span>)},
+     {Key(enAutoset), Key(enLevelFloor, Set_And_Show<Set_Autoset_Floor, Show_Autoset_Floor>),
+      Key(enSetSpan, Set_And_Show<Set_Autoset_Span, Show_Autoset_Span>)},
      nullptr, fAutosetBase, Autoset_Face, nullptr, Autoset_Greyed},
 });
 

@@ -13,16 +13,9 @@ namespace menus {
 constexpr int no_key = -1;
 
 template <double Channel_Record::*spacing>
-void Show_Spacing() {
-    std::array<char, 40> text{};
-    Format_Frequency(Channel_Data.*spacing, true, text);
-    Show_Entry("Channel spacing", text.data());
-}
-
-template <double Channel_Record::*spacing>
 int Set_Spacing(int mode, double value) {
     Set_Channel_Spacing(spacing, mode, value);
-    Show_Spacing<spacing>();
+    Show_Channel_Spacing(Channel_Data.*spacing);
     return 0;
 }
 
@@ -31,7 +24,7 @@ template <double Channel_Record::*spacing, int spacing_key, int up_key>
 void fChannelBase(int key) {
     if (key == spacing_key) {
         Begin_Entry('1', false);
-        return Show_Spacing<spacing>();
+        return Show_Channel_Spacing(Channel_Data.*spacing);
     }
     No_Entry();
     Blank_Entry();

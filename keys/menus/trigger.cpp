@@ -1,16 +1,13 @@
 #include "keys/menus/trigger_keys.h"
 
-#include <algorithm>
-#include <array>
-
 #include "keys/handlers.h"
 #include "keys/menus/entry.h"
 #include "keys/menus/rows.h"
 #include "keys/messages.h"
-#include "keys/number_format.h"
 #include "keys/numeric_entry.h"
 #include "keys/pages.h"
 #include "keys/soft_keys.h"
+#include "keys/trigger_entry.h"
 #include "records/freqs.h"
 #include "records/trigger.h"
 #include "sweep/bandwidth.h"
@@ -25,39 +22,10 @@ enum Trigger_Key { free_key, video_key, input_key, video_setup_key, input_slope_
 enum Video_Key { level_key, video_slope_key, frequency_key };
 enum Gate_Key { gate_key, gate_delay_key, gate_length_key, gate_slope_key };
 
-using Text = std::array<char, 40>;
-
-Text Time_Text(double seconds) {
-    constexpr int decimals = 6;
-    Formatted_Value value;
-    secvalue_trans(seconds, decimals, value);
-    Text text{};
-    Format_Value(value, decimals, true, text);
-    return text;
-}
-
-Text Level_Text() {
-    Text text{};
-    Format_Level(Shown_Video_Level(), text);
-    return text;
-}
-
-Text Frequency_Text() {
-    Text text{};
-    Format_Frequency(Shown_Video_Frequency(), true, text);
-    return text;
-}
-
-void Show_Delay() { Show_Entry("Trigger delay", Time_Text(Trigger_Data.delay).data()); }
-void Show_Level() { Show_Entry("Trigger level", Level_Text().data()); }
-void Show_Video_Frequency() { Show_Entry("Trigger frequency", Frequency_Text().data()); }
-void Show_Gate_Delay() { Show_Entry("Gate delay", Time_Text(Trigger_Data.gate_delay).data()); }
-void Show_Gate_Length() { Show_Entry("Gate length", Time_Text(Trigger_Data.gate_length).data()); }
-
-template <int (*setter)(int, double), void (*show)()>
+template <int (*setter)(int, double), Trigger_Entry entry>
 int Set_And_Show(int mode, double value) {
     setter(mode, value);
-    show();
+    Show_Trigger_Entry(entry);
     return 0;
 }
 
@@ -65,9 +33,9 @@ int Toggle_Input_Slope(int, double) { return Set_Input_Slope(!Trigger_Data.input
 int Toggle_Video_Slope(int, double) { return Set_Video_Slope(!Trigger_Data.video_falling); }
 int Toggle_Mode(int, double) { return Set_Trigger_Mode(!Trigger_Data.automatic); }
 
-void Begin_Value(char unit_type, void (*show)()) {
+void Begin_Value(char unit_type, Trigger_Entry entry) {
     Begin_Entry(unit_type, unit_type == '7');
-    show();
+    Show_Trigger_Entry(entry);
 }
 
 void No_Value(int (*toggle)(int, double)) {
@@ -88,7 +56,7 @@ void fTriggerBase(int key) {
         case video_key: Choose_Source(trigger_by_video); break;
         case input_key: Choose_Source(trigger_by_input); break;
         case input_slope_key: No_Value(Toggle_Input_Slope); break;
-        case delay_key: Begin_Value('6', Show_Delay); break;
+        case delay_key: Begin_Value('6', Trigger_Entry::delay); break;
         case mode_key: No_Value(Toggle_Mode); break;
         default: No_Entry(); Open_Page_Of(key);
     }
@@ -96,9 +64,9 @@ void fTriggerBase(int key) {
 
 void fVideoBase(int key) {
     switch (key) {
-        case level_key: Begin_Value('7', Show_Level); break;
+        case level_key: Begin_Value('7', Trigger_Entry::level); break;
         case video_slope_key: No_Value(Toggle_Video_Slope); break;
-        case frequency_key: Begin_Value('1', Show_Video_Frequency); break;
+        case frequency_key: Begin_Value('1', Trigger_Entry::frequency); break;
         default: No_Entry(); Open_Page_Of(key);
     }
 }
@@ -106,17 +74,11 @@ void fVideoBase(int key) {
 void fGateBase(int key) {
     switch (key) {
         case gate_key: No_Value(Toggle_Gate); break;
-        case gate_delay_key: Begin_Value('6', Show_Gate_Delay); break;
-        case gate_length_key: Begin_Value('6', Show_Gate_Length); break;
+        case gate_delay_key: Begin_Value('6', Trigger_Entry::gate_delay); break;
+        case gate_length_key: Begin_Value('6', Trigger_Entry::gate_length); break;
         case gate_slope_key: No_Value(Toggle_Input_Slope); break;
         default: No_Entry(); Open_Page_Of(key);
     }
-}
-
-void Put(const Text& text, Key_Face& face) {
-    const std::size_t room = face.value.size() - 1;
-    std::copy_n(text.begin(), std::min(room, text.size()), face.value.begin());
-    face.value[room] = '\0';
 }
 
 void Slope_Face(bool falling, Key_Face& face) {
@@ -128,7 +90,7 @@ void Trigger_Face(int key, Key_Face& face) {
     switch (key) {
         case free_key: case video_key: case input_key: face.in_force = Trigger_Data.source == key; break;
         case input_slope_key: Slope_Face(Trigger_Data.input_falling, face); break;
-        case delay_key: Put(Time_Text(Trigger_Data.delay), face); break;
+        case delay_key: Format_Trigger_Entry(Trigger_Entry::delay, face.value); break;
         case mode_key:
             face.choice = {selectNormal, selectAuto};
             face.chosen = Trigger_Data.automatic;
@@ -138,15 +100,15 @@ void Trigger_Face(int key, Key_Face& face) {
 }
 
 void Video_Face(int key, Key_Face& face) {
-    if (key == level_key) Put(Level_Text(), face);
+    if (key == level_key) Format_Trigger_Entry(Trigger_Entry::level, face.value);
     if (key == video_slope_key) Slope_Face(Trigger_Data.video_falling, face);
-    if (key == frequency_key) Put(Frequency_Text(), face);
+    if (key == frequency_key) Format_Trigger_Entry(Trigger_Entry::frequency, face.value);
 }
 
 void Gate_Face(int key, Key_Face& face) {
     if (key == gate_key) Face_Of_Gate(face);
-    if (key == gate_delay_key) Put(Time_Text(Trigger_Data.gate_delay), face);
-    if (key == gate_length_key) Put(Time_Text(Trigger_Data.gate_length), face);
+    if (key == gate_delay_key) Format_Trigger_Entry(Trigger_Entry::gate_delay, face.value);
+    if (key == gate_length_key) Format_Trigger_Entry(Trigger_Entry::gate_length, face.value);
     if (key == gate_slope_key) Slope_Face(Trigger_Data.input_falling, face);
 }
 
@@ -165,17 +127,18 @@ bool Gate_Page_Greyed(int key) {
 constexpr auto rows = std::to_array<Page_Row>({
     {enTriggerBig,
      {Key(enTriggerFreeRun), Key(enTriggerVideo), Key(enTriggerExternal), Opens(enVideoSetup, TriggerLink[1]),
-      Key(enExtSlope, Toggle_Input_Slope), Key(enTriggerDelay, Set_And_Show<Set_Trigger_Delay, Show_Delay>),
+      Key(enExtSlope, Toggle_Input_Slope), Key(enTriggerDelay, Set_And_Show<Set_Trigger_Delay, Trigger_Entry::delay>),
       Key(enTriggerMode, Toggle_Mode)},
      nullptr, fTriggerBase, Trigger_Face, nullptr, Trigger_Greyed},
     {enVideoSetupBig,
-     {Key(enLevel, Set_And_Show<Set_Video_Level, Show_Level>), Key(enSlope, Toggle_Video_Slope),
-      Key(enFrequency, Set_And_Show<Set_Video_Frequency, Show_Video_Frequency>), none, none, none,
+     {Key(enLevel, Set_And_Show<Set_Video_Level, Trigger_Entry::level>), Key(enSlope, Toggle_Video_Slope),
+      Key(enFrequency, Set_And_Show<Set_Video_Frequency, Trigger_Entry::frequency>), none, none, none,
       Return(TriggerLink[0])},
      nullptr, fVideoBase, Video_Face, nullptr, Video_Greyed},
     {enGateSetupBig,
-     {Key(enGatedSweep, Toggle_Gate), Key(enGateDelay, Set_And_Show<Set_Gate_Delay, Show_Gate_Delay>),
-      Key(enGateLength, Set_And_Show<Set_Gate_Length, Show_Gate_Length>), Key(enExtSlope, Toggle_Input_Slope), none, none,
+     {Key(enGatedSweep, Toggle_Gate), Key(enGateDelay, Set_And_Show<Set_Gate_Delay, Trigger_Entry::gate_delay>),
+      Key(enGateLength, Set_And_Show<Set_Gate_Length, Trigger_Entry::gate_length>),
+      Key(enExtSlope, Toggle_Input_Slope), none, none,
       Return(SweepLink[0])},
      nullptr, fGateBase, Gate_Face, nullptr, Gate_Page_Greyed},
 });

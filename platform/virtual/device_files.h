@@ -15,6 +15,7 @@ constexpr const char* sample_memory = "/dev/cmem";
 constexpr const char* dsp_link = "/dev/dsp";
 constexpr const char* fpga_int = "/dev/fpga_int";
 constexpr const char* trigger = "/dev/trigger";  ///< the trigger input: "1" raises it, "0" lowers it
+constexpr const char* lan = "/dev/lan";  ///< the LAN cable: "1" plugged, also without the file, "0" pulled
 constexpr const char* keypad = "/dev/keypad";
 constexpr const char* power_key = "/dev/killsys";
 constexpr const char* backlight = "/dev/backlight";  ///< one byte, percent

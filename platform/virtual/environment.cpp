@@ -54,6 +54,8 @@ void Configure_From_Environment() {
         network.address = address;
     network.scpi_port = Port("KVA720_SCPI_PORT", 5025);
     network.hislip_port = Port("KVA720_HISLIP_PORT", stored_port);
+    const char* vxi11 = std::getenv("KVA720_VXI11");
+    network.vxi11 = vxi11 == nullptr || std::strcmp(vxi11, "0") != 0;
     network.required = true;
 }
 

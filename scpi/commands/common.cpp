@@ -71,7 +71,7 @@ int SCPI_CoreIdnQ(ScpiContext& context) {
 int SCPI_CoreOpc(ScpiContext& context) {
     const auto begin = [&] {
         if (Operation_Pending() && Sweep_Can_Come()) {
-            Command_Opc_Flag.store(1);
+            Await_Completion(context);
         } else {
             SCPI_RegSetBits(context, reg_esr, esr_operation_complete);
         }

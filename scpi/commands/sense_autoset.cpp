@@ -1,5 +1,7 @@
 #include <array>
 
+#include "keys/frequency_entry.h"
+#include "keys/level_entry.h"
 #include "measure/autoset.h"
 #include "records/autoset.h"
 #include "scpi/commands/families.h"
@@ -16,7 +18,10 @@ int Sense_AutosetRun(ScpiContext& context) {
 }
 
 int Sense_AutosetFloor(ScpiContext& context) {
-    return Set_Level(context, [](double dbm) { Set_Autoset_Floor(typed, dbm); });
+    return Set_Level(context, [](double dbm) {
+        Set_Autoset_Floor(typed, dbm);
+        Show_Autoset_Floor();
+    });
 }
 
 int Sense_AutosetFloorQ(ScpiContext& context) { return Answer_Level(context, Autoset_Data.floor); }
@@ -28,7 +33,10 @@ int Sense_AutosetFloorAuto(ScpiContext& context) {
 int Sense_AutosetFloorAutoQ(ScpiContext& context) { return Answer_On_Off(context, Autoset_Data.floor_manual == 0); }
 
 int Sense_AutosetSpan(ScpiContext& context) {
-    return Set_Frequency(context, [](double hertz) { Set_Autoset_Span(typed, hertz); });
+    return Set_Frequency(context, [](double hertz) {
+        Set_Autoset_Span(typed, hertz);
+        Show_Autoset_Span();
+    });
 }
 
 int Sense_AutosetSpanQ(ScpiContext& context) { return Answer_Real(context, Autoset_Data.span); }

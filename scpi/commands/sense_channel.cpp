@@ -1,5 +1,6 @@
 #include <array>
 
+#include "keys/frequency_entry.h"
 #include "measure/channel.h"
 #include "scpi/commands/families.h"
 #include "scpi/commands/shapes.h"
@@ -14,7 +15,10 @@ constexpr int typed = 2;
 
 template <double Channel_Record::*spacing>
 int Set_Spacing(ScpiContext& context) {
-    return Set_Frequency(context, [](double hertz) { Set_Channel_Spacing(spacing, typed, hertz); });
+    return Set_Frequency(context, [](double hertz) {
+        Set_Channel_Spacing(spacing, typed, hertz);
+        Show_Channel_Spacing(Channel_Data.*spacing);
+    });
 }
 
 template <double Channel_Record::*spacing>
@@ -24,7 +28,11 @@ int Answer_Spacing(ScpiContext& context) {
 
 template <int direction>
 int Step(ScpiContext& context) {
-    return Event(context, [] { return Step_Channel(direction) ? 0 : settings_conflict; });
+    return Event(context, [] {
+        if (!Step_Channel(direction)) return settings_conflict;
+        Show_Frequency_Entry(Frequency_Entry::center);
+        return 0;
+    });
 }
 
 constexpr auto rows = std::to_array<ScpiCommand>({

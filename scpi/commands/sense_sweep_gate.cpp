@@ -1,5 +1,6 @@
 #include <array>
 
+#include "keys/trigger_entry.h"
 #include "records/trigger.h"
 #include "scpi/commands/families.h"
 #include "scpi/commands/shapes.h"
@@ -11,14 +12,16 @@ using namespace shapes;
 
 constexpr int typed = 2;
 
-template <int (*setter)(int, double)>
+template <int (*setter)(int, double), Trigger_Entry entry>
 int Set_Time(ScpiContext& context) {
-    return Set_Number(context, {suffix_none, suffix_second},
-                      [](const ScpiNumber& number) { return setter(typed, number.value); });
+    return Set_Number(context, {suffix_none, suffix_second}, [](const ScpiNumber& number) {
+        setter(typed, number.value);
+        Show_Trigger_Entry(entry);
+    });
 }
 
-constexpr auto Sense_Sweep_Egate_Delay = Set_Time<Set_Gate_Delay>;
-constexpr auto Sense_Sweep_Egate_Length = Set_Time<Set_Gate_Length>;
+constexpr auto Sense_Sweep_Egate_Delay = Set_Time<Set_Gate_Delay, Trigger_Entry::gate_delay>;
+constexpr auto Sense_Sweep_Egate_Length = Set_Time<Set_Gate_Length, Trigger_Entry::gate_length>;
 int Sense_Sweep_Egate_DelayQ(ScpiContext& context) { return Answer_Real(context, Trigger_Data.gate_delay); }
 int Sense_Sweep_Egate_LengthQ(ScpiContext& context) { return Answer_Real(context, Trigger_Data.gate_length); }
 

@@ -1,5 +1,7 @@
 #include <array>
 
+#include "keys/shown_values.h"
+#include "keys/trigger_entry.h"
 #include "records/trigger.h"
 #include "scpi/commands/families.h"
 #include "scpi/commands/shapes.h"
@@ -11,6 +13,13 @@ using namespace shapes;
 
 constexpr int typed = 2;
 
+/// A value by its setter, then shown as after the same entry on the panel.
+template <int (*setter)(int, double), Trigger_Entry entry>
+void Set(double value) {
+    setter(typed, value);
+    Show_Trigger_Entry(entry);
+}
+
 constexpr ScpiChoiceDef sources[] = {
     {"IMMediate", trigger_by_none}, {"VIDeo", trigger_by_video}, {"EXTernal", trigger_by_input}, {nullptr, 0}};
 constexpr ScpiChoiceDef modes[] = {{"AUTO", 1}, {"NORMal", 0}, {nullptr, 0}};
@@ -18,7 +27,7 @@ constexpr ScpiChoiceDef slopes[] = {{"POSitive", 0}, {"NEGative", 1}, {nullptr, 
 
 int Trigger_Delay(ScpiContext& context) {
     return Set_Number(context, {suffix_none, suffix_second},
-                      [](const ScpiNumber& number) { return Set_Trigger_Delay(typed, number.value); });
+                      [](const ScpiNumber& number) { Set<Set_Trigger_Delay, Trigger_Entry::delay>(number.value); });
 }
 int Trigger_DelayQ(ScpiContext& context) { return Answer_Real(context, Trigger_Data.delay); }
 
@@ -40,12 +49,12 @@ int Trigger_Source(ScpiContext& context) {
 int Trigger_SourceQ(ScpiContext& context) { return Answer_Choice(context, sources, Trigger_Data.source); }
 
 int Trigger_Video_Frequency(ScpiContext& context) {
-    return Set_Frequency(context, [](double hertz) { return Set_Video_Frequency(typed, hertz); });
+    return Set_Frequency(context, Set<Set_Video_Frequency, Trigger_Entry::frequency>);
 }
 int Trigger_Video_FrequencyQ(ScpiContext& context) { return Answer_Real(context, Shown_Video_Frequency()); }
 
 int Trigger_Video_Level(ScpiContext& context) {
-    return Set_Level(context, [](double dbm) { return Set_Video_Level(typed, dbm); });
+    return Set_Level(context, Set<Set_Video_Level, Trigger_Entry::level>);
 }
 int Trigger_Video_LevelQ(ScpiContext& context) { return Answer_Level(context, Shown_Video_Level()); }
 

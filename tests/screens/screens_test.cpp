@@ -5,15 +5,20 @@
 #include "display/draw.h"
 #include "display/pictures.h"
 #include "display/text.h"
+#include "keys/frequency_entry.h"
 #include "keys/handlers.h"
 #include "keys/language.h"
+#include "keys/level_entry.h"
 #include "keys/messages.h"
 #include "keys/notice.h"
 #include "keys/soft_keys.h"
 #include "keys/status_blocks.h"
+#include "keys/trigger_entry.h"
 #include "keys/words.h"
 #include "measure/autoset.h"
 #include "palette.h"
+#include "scpi/commands/table.h"
+#include "scpi/parser.h"
 #include "sweep/dependants.h"
 #include "system/status_icons.h"
 #include "system/system.h"
@@ -153,6 +158,18 @@ void Enter(char unit_type, std::string_view name, std::string_view keys, int uni
     Show_Entry(name, "0");
     for (const char key : keys) Keypad_Exe(key);
     if (unit_key >= 0) Keypad_Exe(key_soft_first + unit_key);
+}
+
+/// The pixels of the entry field, its name above it.
+std::vector<std::uint8_t> Entry_Field() {
+    constexpr int width = 250, top = 554, bottom = 600, bytes = 3;
+    const screen_tests::Screen screen = screen_tests::Composed();
+    std::vector<std::uint8_t> field;
+    for (int y = top; y < bottom; ++y) {
+        const auto row = screen.begin() + std::ptrdiff_t{bytes} * y * screen_width;
+        field.insert(field.end(), row, row + bytes * width);
+    }
+    return field;
 }
 
 TEST_F(Screens, ANumberBeingTyped) {
@@ -520,6 +537,33 @@ TEST_F(Screens, TriggerPages) {
     Draw_Sweep_State();
     Sweep_HwKey();
     Expect_Screen("sweep_hold");
+}
+
+/// Settings by remote command stand in the entry field as those of the panel do.
+TEST_F(Screens, WhatIsSetRemotelyIsShown) {
+    Freqs_ArrayInit();
+    Commands_Init();
+    constexpr struct {
+        std::string_view command;
+        void (*show)();
+    } cases[] = {
+        {"FREQ:SPAN 1 MHZ\n", [] { Show_Frequency_Entry(Frequency_Entry::span); }},
+        {"TRIG:VID:LEV -12\n", [] { Show_Trigger_Entry(Trigger_Entry::level); }},
+        {"TRIG:DEL 3 MS\n", [] { Show_Trigger_Entry(Trigger_Entry::delay); }},
+        {"SWE:EGAT:LENG 4 US\n", [] { Show_Trigger_Entry(Trigger_Entry::gate_length); }},
+        {"ASET:AMPL -40\n", Show_Autoset_Floor},
+        {"ASET:SPAN 7 MHZ\n", Show_Autoset_Span},
+        {"OCBW:SPAC 8 MHZ\n", [] { Show_Channel_Spacing(8e6); }},
+    };
+    for (const auto& [command, show] : cases) {
+        Blank_Entry();
+        SCPI_Input(scpi_context, command.data(), static_cast<int>(command.size()));
+        const auto shown = Entry_Field();
+        Blank_Entry();
+        EXPECT_NE(Entry_Field(), shown) << command;
+        show();
+        EXPECT_EQ(Entry_Field(), shown) << command;
+    }
 }
 
 /// The autoset page while the search runs, and the frequency page in zero span.

@@ -8,18 +8,14 @@ import os
 import pathlib
 import signal
 import socket
-import struct
 import subprocess
 import sys
 import tempfile
-import threading
 
 import hislip_client as hislip
 from hislip_client import Channel, Hislip, Hislip_Fault
-from instrument import (PATIENCE, QUIET, READY, Failure, Instrument, Plain, await_that, checks_of, expect, expect_same,
-                        run_checks, stopped_board, parser_of, verdict)
-
-SESSIONS, SOCKETS = 16, 32
+from instrument import (PATIENCE, QUIET, READY, Instrument, Plain, checks_of, expect, expect_same, parser_of,
+                        run_checks, stopped_board, verdict)
 
 
 def check_identification(instrument):
@@ -95,60 +91,6 @@ def check_device_clear(instrument):
             client.clear()
             expect_same((raw.line(), other.read()), ("0", "0\n"), "the others' turn")
             expect_same(client.ask("*TST?"), "0", "after the clear")
-
-
-def check_many_clients(instrument):
-    faults = []
-
-    def talk(number):
-        try:
-            opened = Hislip(instrument.hislip) if number < SESSIONS else Plain(instrument.scpi)
-            with opened as client:
-                for turn in range(20):
-                    count = (number + turn) % 7 + 1
-                    expect_same(client.ask(";".join(["*TST?"] * count)), ";".join(["0"] * count), f"client {number}")
-        except (Failure, Hislip_Fault, EOFError, OSError) as fault:
-            faults.append(fault)
-
-    talkers = [threading.Thread(target=talk, args=(number,)) for number in range(SESSIONS + SOCKETS)]
-    for talker in talkers:
-        talker.start()
-    for talker in talkers:
-        talker.join()
-    expect(not faults, f"{len(faults)} clients failed, the first with: {faults[:1]}")
-
-
-def check_leaving(instrument):
-    """Clients that vanish at any time leave no thread and no descriptor."""
-    pid = instrument.pid_of("kva720")
-
-    def held():
-        return len(os.listdir(f"/proc/{pid}/fd")), len(os.listdir(f"/proc/{pid}/task"))
-
-    def served():
-        try:
-            return Hislip(instrument.hislip)
-        except (EOFError, OSError, Hislip_Fault):
-            return None
-
-    with Hislip(instrument.hislip) as witness:
-        before = held()
-        for turn in range(100):
-            with await_that("a client was refused", served) as client:
-                step = turn % 6
-                if step == 1:
-                    client.write("*OPC?")
-                elif step == 2:
-                    client.lock()
-                elif step == 3:
-                    client.data.socket.sendall(hislip.HEADER.pack(b"HS", hislip.DATA_END, 0, 2, 2 ** 64 - 1) + b"x")
-                elif step == 4:
-                    client.control.send(hislip.ASYNC_DEVICE_CLEAR)
-                elif step == 5:
-                    client.data.socket.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-                    client.write(":TRACe? TRACe1")
-        await_that("something is left behind", lambda: held() == before)
-        expect_same(witness.ask("*TST?"), "0", "the witness")
 
 
 def check_port(instrument):

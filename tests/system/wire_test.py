@@ -5,7 +5,6 @@ wire_test.py --build DIR [--only TEXT]
 """
 import contextlib
 import os
-import re
 import socket
 import struct
 import subprocess
@@ -104,28 +103,6 @@ def check_errors_and_status(_, wires):
         expect_same(client.query("*ESR?"), "1", "*OPC without an operation")
 
 
-def check_service_requests(instrument, _):
-    with Controller(instrument, "gpib") as gpib:
-        gpib.say("*CLS\n")
-        expect_same(gpib.packet(), (3, 0), "status byte after *CLS")
-        gpib.say("*ESE 32;*SRE 32\n")
-        gpib.say("NOT:A:COMMAND\n")
-        # Another interface's *CLS is told here too, and may have been on its way when this controller came.
-        while (packet := gpib.packet()) == (3, 0):
-            pass
-        expect_same(packet, (2, 96), "service request")
-        expect_same(gpib.packet(), (2, 100), "service request of the next change")
-        gpib.say("*ESE 0;*SRE 0;*CLS\n")
-        expect_same(gpib.packet(), (3, 0), "status byte after *CLS")
-    with Controller(instrument, "usb") as usb:
-        usb.say("*SRE 16\n")
-        expect_same(usb.packet(), (2, 0), "status byte after a message without answer")
-        usb.say("*SRE?\n")
-        expect_same([usb.packet() for _ in range(3)], ["16\n", (2, 80), (0, 80)], "answer, status byte and request")
-        usb.say("*SRE 0\n")
-        expect_same(usb.packet(), (2, 0), "status byte")
-
-
 def check_band_and_reset(instrument, wires):
     with wires.socket() as client:
         preset = client.query(":FREQ:CENT?;SPAN?")
@@ -180,16 +157,6 @@ def check_waits(instrument, _):
             with Plain(instrument.scpi) as fresh:
                 expect_same(fresh.ask("*IDN?"), identity, "a new client")
                 expect(fresh.silent(0.2), "a new client got another's answer")
-
-
-def check_leaving(instrument, _):
-    """Clients that leave at any time leave nothing behind."""
-    for turn in range(100):
-        with Plain(instrument.scpi) as client:
-            client.say(["*IDN?\n", "*ID", "*OPC?\n", ":FREQ:CENT?\n*OPC?\n*ID", ""][turn % 5])
-    with Plain(instrument.scpi) as client:
-        expect(re.fullmatch(r".+,.+,.+,.+", client.ask("*IDN?")), "no answer afterwards")
-        expect_same(client.ask("*CLS;*OPC?"), "1", "*OPC? afterwards")
 
 
 def main():

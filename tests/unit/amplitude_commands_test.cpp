@@ -2,51 +2,27 @@
 
 namespace {
 
-class Amplitude_Commands : public Commands {
-protected:
-    void SetUp() override {
-        Commands::SetUp();
-        Factory_Settings();
-    }
-    static constexpr const char* settings[] = {"DISP:TRAC:Y:RLEV", "DISP:TRAC:Y:RLEV:OFFS", "DISP:TRAC:Y:PDIV",
-                                               "INP:ATT", "INP:OFFS"};
-};
+class Amplitude_Commands : public Factory_Commands {};
 
 TEST_F(Amplitude_Commands, SettingsAndTheirAnswers) {
-    constexpr struct {
-        const char *setting, *query, *answer;
-    } cases[] = {
-        {"DISP:TRAC:Y:RLEV -20", "DISP:TRAC:Y:RLEV?", "-2.000000000e+01"},
-        {":DISPlay:WINDow:TRACe:Y:SCALe:RLEVel -12.4 DBM", "DISP:WIND:TRAC:Y:SCAL:RLEV?", "-1.200000000e+01"},
-        {"DISP:TRAC:Y:RLEV 1e300", "DISP:TRAC:Y:RLEV?", "3.000000000e+01"},
-        {"DISP:TRAC:Y:RLEV 50 DBMV", "DISP:TRAC:Y:RLEV?", "3.000000000e+00"},
-        {"DISP:TRAC:Y:RLEV 97 DBUV", "DISP:TRAC:Y:RLEV?", "-1.000000000e+01"},
-        {"DISP:TRAC:Y:RLEV 10 MV", "DISP:TRAC:Y:RLEV?", "-2.700000000e+01"},
-        {"DISP:TRAC:Y:RLEV 2 UW", "DISP:TRAC:Y:RLEV?", "-2.700000000e+01"},
-        {"DISP:TRAC:Y:RLEV 0 V", "DISP:TRAC:Y:RLEV?", "-1.200000000e+02"},
-        {"DISP:TRAC:Y:RLEV 12", "INP:ATT?", "22"},
-        {"INP:ATT 60", "INP:ATT?;:INP:ATT:AUTO?", "50;0"},
-        {"INP:ATT 5 DB", "DISP:TRAC:Y:RLEV?", "-5.000000000e+00"},
-        {"INP:ATT:AUTO ON", "INP:ATT?;:INP:ATT:AUTO?", "10;1"},
-        {"INP:ATT:AUTO OFF", "INP:ATT:AUTO?", "0"},
-        {"INP:ATT:AUTO 1;:POW:GAIN ON;:DISP:TRAC:Y:RLEV -30", "INP:ATT?;:SENS:POW:RF:GAIN?", "0;1"},
-        {"POW:GAIN 0", "INP:ATT?;:POW:GAIN?", "10;0"},
-        {"DISP:TRAC:Y:RLEV:OFFS 10.4", "DISP:TRAC:Y:RLEV:OFFS?;:DISP:TRAC:Y:RLEV?", "10;-2.000000000e+01"},
-        {"DISP:TRAC:Y:RLEV:OFFS -1000DB", "DISP:TRAC:Y:RLEV:OFFS?", "-100"},
-        {"DISP:TRAC:Y:RLEV:OFFS 0;:INP:OFFS 5;:INP:IMP 75", "INP:IMP?;:INP:OFFS?;:DISP:TRAC:Y:RLEV?",
-         "75;5;-2.500000000e+01"},
-        {"INP:IMP 50", "INP:IMP?;:DISP:TRAC:Y:RLEV?", "50;-3.000000000e+01"},
-        {"DISP:TRAC:Y:PDIV 2 DB", "DISP:TRAC:Y:PDIV?", "2"},
-        {"DISP:TRAC:Y:PDIV 8", "DISP:TRAC:Y:PDIV?", "10"},
-        {"DISP:TRAC:Y:SPAC LIN", "DISP:TRAC:Y:SPAC?;:UNIT:POW?", "LINear;V"},
-        {"DISP:TRAC:Y:SPAC LOG", "DISP:TRAC:Y:SPAC?;:UNIT:POW?", "LOGarithmic;DBM"},
-        {"DISP:TRAC:Y:STAT OFF", "DISP:TRAC:Y:STAT?", "0"},
-        {"DISP:TRAC:Y:POS CENT", "DISP:TRAC:Y:POS?", "CENTer"},
-    };
-    for (const auto& [setting, query, text] : cases) {
-        EXPECT_EQ(Errors(setting), Codes{}) << setting;
-        EXPECT_EQ(Ask(query), text) << setting;
-    }
+    Talk({{"DISP:TRAC:Y:RLEV -20;RLEV?", "-2.000000000e+01"},
+          {":DISPlay:WINDow:TRACe:Y:SCALe:RLEVel -12.4 DBM;:DISP:WIND:TRAC:Y:SCAL:RLEV?", "-1.200000000e+01"},
+          {"DISP:TRAC:Y:RLEV 1e300;RLEV?", "3.000000000e+01"}, {"DISP:TRAC:Y:RLEV 50 DBMV;RLEV?", "3.000000000e+00"},
+          {"DISP:TRAC:Y:RLEV 97 DBUV;RLEV?", "-1.000000000e+01"}, {"DISP:TRAC:Y:RLEV 10 MV;RLEV?", "-2.700000000e+01"},
+          {"DISP:TRAC:Y:RLEV 2 UW;RLEV?", "-2.700000000e+01"}, {"DISP:TRAC:Y:RLEV 0 V;RLEV?", "-1.200000000e+02"},
+          {"DISP:TRAC:Y:RLEV 12;:INP:ATT?", "22"}, {"INP:ATT 60;:INP:ATT?;:INP:ATT:AUTO?", "50;0"},
+          {"INP:ATT 5 DB;:DISP:TRAC:Y:RLEV?", "-5.000000000e+00"}, {"INP:ATT:AUTO ON;:INP:ATT?;:INP:ATT:AUTO?", "10;1"},
+          {"INP:ATT:AUTO OFF;AUTO?", "0"},
+          {"INP:ATT:AUTO 1;:POW:GAIN ON;:DISP:TRAC:Y:RLEV -30;:INP:ATT?;:SENS:POW:RF:GAIN?", "0;1"},
+          {"POW:GAIN 0;:INP:ATT?;:POW:GAIN?", "10;0"},
+          {"DISP:TRAC:Y:RLEV:OFFS 10.4;:DISP:TRAC:Y:RLEV:OFFS?;:DISP:TRAC:Y:RLEV?", "10;-2.000000000e+01"},
+          {"DISP:TRAC:Y:RLEV:OFFS -1000DB;OFFS?", "-100"},
+          {"DISP:TRAC:Y:RLEV:OFFS 0;:INP:OFFS 5;:INP:IMP 75;:INP:IMP?;:INP:OFFS?;:DISP:TRAC:Y:RLEV?",
+           "75;5;-2.500000000e+01"},
+          {"INP:IMP 50;:INP:IMP?;:DISP:TRAC:Y:RLEV?", "50;-3.000000000e+01"}, {"DISP:TRAC:Y:PDIV 2 DB;PDIV?", "2"},
+          {"DISP:TRAC:Y:PDIV 8;PDIV?", "10"}, {"DISP:TRAC:Y:SPAC LIN;:DISP:TRAC:Y:SPAC?;:UNIT:POW?", "LINear;V"},
+          {"DISP:TRAC:Y:SPAC LOG;:DISP:TRAC:Y:SPAC?;:UNIT:POW?", "LOGarithmic;DBM"},
+          {"DISP:TRAC:Y:STAT OFF;STAT?", "0"}, {"DISP:TRAC:Y:POS CENT;POS?", "CENTer"}});
 }
 
 TEST_F(Amplitude_Commands, LevelsAreReadAndAnsweredInTheUnit) {
@@ -78,25 +54,16 @@ TEST_F(Amplitude_Commands, TheAutomaticScale) {
 
 TEST_F(Amplitude_Commands, WhatDoesNotSuitIsRefusedAndChangesNothing) {
     const Amp_Record before = Amp;
-    for (const std::string setting : settings) {
-        EXPECT_EQ(Errors(setting + " 1 HZ"), Codes{-130}) << setting;
-        EXPECT_EQ(Errors(setting + " 1 FURLONG"), Codes{-131}) << setting;
-        EXPECT_EQ(Errors(setting + " NAN"), Codes{-224}) << setting;
-        EXPECT_EQ(Errors(setting + " 1e999"), Codes{-222}) << setting;
-        EXPECT_EQ(Errors(setting + " -1e999"), Codes{-222}) << setting;
-        EXPECT_EQ(Errors(setting), Codes{-109}) << setting;
-        EXPECT_EQ(Errors(setting + " 1,2"), Codes{-108}) << setting;
-        EXPECT_EQ(Errors(setting + "? 1"), Codes{-108}) << setting;
-    }
+    Expect_Errors({"DISP:TRAC:Y:RLEV", "DISP:TRAC:Y:RLEV:OFFS", "DISP:TRAC:Y:PDIV", "INP:ATT", "INP:OFFS"},
+                  {{" 1 HZ", -130}, {" 1 FURLONG", -131}, {" NAN", -224}, {" 1e999", -222}, {" -1e999", -222},
+                   {"", -109},
+                   {" 1,2", -108}, {"? 1", -108}});
     Talk({{"INP:ATT 10 DBM", -130}, {"DISP:TRAC:Y:RLEV 10 DB", -130}, {"INP:IMP 60", -224}, {"UNIT:POW DBW", -224},
           {"DISP:TRAC:Y:SPAC SQUARE", -224}, {"DISP:TRAC:Y:POS MIDDLE", -224}, {"POW:GAIN 2", -120}});
     Run_AuotSet_flag = 1;
-    for (const char* setting :
-         {"DISP:TRAC:Y:RLEV 1", "DISP:TRAC:Y:RLEV:OFFS 1", "DISP:TRAC:Y:PDIV 1", "DISP:TRAC:Y:SPAC LIN",
-          "DISP:TRAC:Y:AUTO", "DISP:TRAC:Y:STAT 0", "DISP:TRAC:Y:POS RIGH", "INP:ATT 1", "INP:ATT:AUTO 0", "INP:IMP 75",
-          "INP:OFFS 1", "POW:GAIN 1", "UNIT:POW V"}) {
-        EXPECT_EQ(Errors(setting), Codes{-221}) << setting;
-    }
+    Expect_Error(-221, {"DISP:TRAC:Y:RLEV 1", "DISP:TRAC:Y:RLEV:OFFS 1", "DISP:TRAC:Y:PDIV 1", "DISP:TRAC:Y:SPAC LIN",
+        "DISP:TRAC:Y:AUTO", "DISP:TRAC:Y:STAT 0", "DISP:TRAC:Y:POS RIGH", "INP:ATT 1", "INP:ATT:AUTO 0", "INP:IMP 75",
+        "INP:OFFS 1", "POW:GAIN 1", "UNIT:POW V"});
     Talk({{"UNIT:POW?;:INP:ATT?", "DBM;10", "queries are answered"},
           {"", Amp.displayed_reference, before.displayed_reference},
           {"", Amp.attenuation_mode, before.attenuation_mode}, {"", Amp.correction_75, before.correction_75},

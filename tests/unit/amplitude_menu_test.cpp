@@ -4,11 +4,10 @@
 namespace {
 
 /// The amplitude pages through the dispatch of keys.
-class Amplitude_Menu : public Records {
+class Amplitude_Menu : public Factory_Records {
 protected:
     void SetUp() override {
-        Records::SetUp();
-        Factory_Settings();
+        Factory_Records::SetUp();
         Keypad_Exe(key_amplitude);
     }
     static std::string Value(int key) {

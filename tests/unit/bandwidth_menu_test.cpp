@@ -4,11 +4,10 @@
 namespace {
 
 /// The pages of bandwidths and sweep time through the dispatch of keys.
-class Bandwidth_Menu : public Records {
+class Bandwidth_Menu : public Factory_Records {
 protected:
     void SetUp() override {
-        Records::SetUp();
-        Factory_Settings();
+        Factory_Records::SetUp();
         Keypad_Exe(key_bw);
     }
     static int Chosen(int key) { return Face(key).chosen; }

@@ -2,13 +2,10 @@
 
 namespace {
 
-using Codes = std::vector<int>;
-
-class Bandwidth : public Records {
+class Bandwidth : public Factory_Records {
 protected:
     void SetUp() override {
-        Records::SetUp();
-        Factory_Settings();
+        Factory_Records::SetUp();
         SCPI_ErrorClear(scpi_context);
     }
     static double Rbw() { return Int_RBW_Transfer(BW_Data.rbw[0]); }
@@ -43,17 +40,6 @@ TEST_F(Bandwidth, TypedWidthsGoToTheNearestAsARatio) {
     }
     Walk({{{Set_BW_RBW, 0}}, {{Set_BW_VBW, -5}, Rbw, 1}, {"", Vbw, 1},
           {"", [&] { return BW_Data.rbw_mode[0] + BW_Data.vbw_mode[0]; }, 2}, {"", Errors, Codes{}}});
-}
-
-TEST_F(Bandwidth, WhatIsNoNumberChangesNothing) {
-    const BW_Record before = BW_Data;
-    const Sweep_Record sweep = Sweep_Data;
-    for (const double value : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
-        for (auto* setter : {Set_BW_RBW, Set_BW_VBW, Set_BW_Ratio, Set_Sweep_Time}) EXPECT_EQ(setter(typed, value), -1);
-    }
-    Walk({{"", BW_Data.rbw_mode, before.rbw_mode}, {"", BW_Data.vbw_mode, before.vbw_mode},
-          {"", BW_Data.ratio, before.ratio}, {"", Sweep_Data.time, sweep.time},
-          {"", Sweep_Data.time_mode, sweep.time_mode}, {"", Errors, Codes{}}, {"", Condition, false}});
 }
 
 TEST_F(Bandwidth, StepsGoAlongTheTable) {
@@ -215,11 +201,6 @@ TEST_F(Bandwidth, UncalibratedWhereNothingCouldRefuse) {
           {{Set_Cent, 900e6}, Rbw, 120e3, "the band's filter with 8333 steps of 410 ms"}, {"", Sweep_Data.uncal[0], 1},
           {"", Time, 1000}, {{Set_Cent, 899e6}, Errors, Codes{101}, "said once"}, {"", Check_warning, covers_uncal},
           {{Set_VBW_Mode, false}, Sweep_Data.uncal[0], 0}, {"", Check_warning, 0}});
-}
-
-TEST_F(Bandwidth, TheOtherScreenKeepsItsOwn) {
-    Walk({{{Set_BW_RBW, 100e3}}, {{Set_Sweep_Time, 7}}, {[] { ScreenActive = 1; }, BW_Data.rbw[1], 0},
-          {{Set_BW_RBW, 300e3}, BW_Data.rbw[0], 2}, {"", Sweep_Data.time[0], 7}, {"", Sweep_Data.time_mode[1], 0}});
 }
 
 }  // namespace

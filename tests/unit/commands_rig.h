@@ -5,8 +5,6 @@
 #include "scpi/parser.h"
 #include "scpi/writers.h"
 
-using Codes = std::vector<int>;
-
 /// The instrument's command table behind an interface of the test's own.
 class Commands : public Records {
 protected:
@@ -46,6 +44,13 @@ protected:
     static void Expect_Error(int code, std::initializer_list<const char*> messages) {
         for (const char* message : messages) EXPECT_EQ(Errors(message), Codes{code}) << message;
     }
+    /// Each header with each of the endings leaves that ending's error alone.
+    static void Expect_Errors(std::initializer_list<const char*> headers,
+                              std::initializer_list<std::pair<const char*, int>> endings) {
+        for (const std::string header : headers) {
+            for (const auto& [ending, code] : endings) Expect_Error(code, {(header + ending).c_str()});
+        }
+    }
     /// A message and what it brings: an answer, an error, or what a row of a walk checks.
     struct Exchange : Walk_Step {
         using Walk_Step::Walk_Step;
@@ -81,5 +86,14 @@ private:
     static void Keep_Answer(ScpiContext&) {
         answer.assign(SCPI_outputBuffer.data(), SCPI_outputBuffer_idx);
         Clear_Output();
+    }
+};
+
+/// With the settings of a new instrument.
+class Factory_Commands : public Commands {
+protected:
+    void SetUp() override {
+        Commands::SetUp();
+        Factory_Settings();
     }
 };

@@ -344,32 +344,6 @@ Picture Show(const std::string& name, int width, int height) {
     return picture;
 }
 
-TEST(Picture_Files, Background_Is_Exactly_The_Palettes) {
-    const Picture main = Show("main.jpg", 800, 600);
-    const auto wanted = [](int x, int y) {
-        return x >= 654 ? Colour{} : y < 24 || y >= 552 ? palette::bar : palette::ground;
-    };
-    int wrong = 0;
-    for (int y = 0; y < 600; ++y)
-        for (int x = 0; x < 800; ++x) wrong += main.At(x, y) != wanted(x, y);
-    EXPECT_EQ(wrong, 0);
-}
-
-TEST(Picture_Files, Keys_Are_Plates_On_Black) {
-    const Picture off = Show("key_off.jpg", 142, 84), on = Show("key_on.jpg", 142, 84);
-    for (const Picture* key : {&off, &on}) {
-        EXPECT_GE(key->Count(0, 7, {}, 1), 7 * 142);
-        EXPECT_GE(key->Count(77, 7, {}, 1), 7 * 142);
-        EXPECT_LE(Picture::Distance(key->At(1, 7), {}), 8) << "corners are round";
-    }
-    EXPECT_LE(Picture::Distance(off.At(70, 7), palette::key_edge), 1);
-    EXPECT_EQ(off.Count(14, 50, palette::key, 1), 50 * 140);
-    EXPECT_GE(off.Count(14, 50, palette::key, 0), 50 * 138) << "off by one beside the edges at most";
-    EXPECT_LE(Picture::Distance(on.At(70, 8), palette::trace_a), 2);
-    EXPECT_LE(Picture::Distance(on.At(70, 76), palette::trace_a), 2);
-    EXPECT_EQ(on.Count(24, 40, palette::key_down, 0), 40 * 136) << "flat inside the frame";
-}
-
 TEST(Picture_Files, Start_Up_Progress_Grows_With_Each_Step_Shown) {
     constexpr int progress_rows = 161, bell_rows = 110;
     int done = -1, bell = -1;
@@ -426,8 +400,7 @@ TEST(Picture_Files, Icons_Differ_And_Wear_Their_Colour) {
         check("D" + name, 21, 22, palette::value);
     }
     for (const auto& [kind, colour] : std::map<std::string, Colour>{{"folder", palette::trace_a},
-                                                                    {"up", palette::trace_a},
-                                                                    {"state", palette::label},
+                                                                    {"up", palette::trace_a}, {"state", palette::label},
                                                                     {"trace", palette::trace_a},
                                                                     {"limit", palette::attention},
                                                                     {"correction", palette::trace_b},
@@ -461,31 +434,13 @@ TEST(Picture_Files, Screen_Frames_And_Tables_Are_Flat_And_Have_Their_Sizes) {
         int width, height;
     };
     constexpr auto frames = std::to_array<Sized>({
-        {"partialmain", 654, 600},
-        {"upscreen", 601, 201},
-        {"downscreen", 601, 201},
-        {"uppergrid_screen", 601, 301},
-        {"uppergrid_screen_for_fsk", 601, 301},
-        {"spectrogram", 601, 451},
-        {"spectrogram_split", 601, 201},
-        {"topographic", 601, 451},
-        {"topographic_split", 601, 201},
-        {"acpr_table", 601, 143},
-        {"ocbwtable", 601, 143},
-        {"sem_table", 601, 143},
-        {"Peak_Table", 601, 143},
-        {"Marker_Table", 601, 143},
-        {"harmonic_table", 601, 143},
-        {"toi_table", 601, 143},
-        {"jitter_table", 601, 143},
-        {"ndb_table", 601, 68},
-        {"cnr_table", 601, 68},
-        {"cso_table", 601, 68},
-        {"ctb_table", 601, 68},
-        {"p1db_table", 601, 68},
-        {"chpower_table", 601, 68},
-        {"sequence", 600, 450},
-        {"powermeter", 655, 545},
+        {"partialmain", 654, 600}, {"upscreen", 601, 201}, {"downscreen", 601, 201}, {"uppergrid_screen", 601, 301},
+        {"uppergrid_screen_for_fsk", 601, 301}, {"spectrogram", 601, 451}, {"spectrogram_split", 601, 201},
+        {"topographic", 601, 451}, {"topographic_split", 601, 201}, {"acpr_table", 601, 143}, {"ocbwtable", 601, 143},
+        {"sem_table", 601, 143}, {"Peak_Table", 601, 143}, {"Marker_Table", 601, 143}, {"harmonic_table", 601, 143},
+        {"toi_table", 601, 143}, {"jitter_table", 601, 143}, {"ndb_table", 601, 68}, {"cnr_table", 601, 68},
+        {"cso_table", 601, 68}, {"ctb_table", 601, 68}, {"p1db_table", 601, 68}, {"chpower_table", 601, 68},
+        {"sequence", 600, 450}, {"powermeter", 655, 545}
     });
     // What a program goes on drawing in must be the palette's own colour; scales of colours take up to a fiftieth.
     for (const auto& [name, width, height] : frames)

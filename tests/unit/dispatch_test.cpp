@@ -7,11 +7,10 @@
 
 namespace {
 
-class Dispatch : public Records {
+class Dispatch : public Factory_Records {
 protected:
     void SetUp() override {
-        Records::SetUp();
-        Factory_Settings();
+        Factory_Records::SetUp();
         // Labels stand for themselves: without a word list they are blank, not absent.
         keylink = &FreqLink[0];
         Keypad_Exe(key_frequency);
@@ -59,8 +58,11 @@ TEST_F(Dispatch, UnderRemoteControlOnlyPresetWorks) {
     Walk({{"f0"}, {[] { Remote_Flag = 1; }}, {"SPAN f1", Keylink_HwInit, key_span, "what was pressed is remembered"},
           {"", Keylink_SwInit, 1}, {"5 up >", Freqs.span[0], MAXSPAN},
           {"", Freqs.center[0], MAXFREQUENCY / 2 - 25'000}, {"", AllKeyVar.count, 0}, {"", FreqLink[0]},
-           {[] { Freqs.span[0] = 5e6; }}, {[] { Local_Lockouts = 1; }}, {"PRESET", Freqs.span[0], 5e6,
-            "a client bars the way back"}, {"", Remote_Flag, 1}, {[] { Local_Lockouts = 0; }}, {"PRESET", Freqs.span[0], MAXSPAN}, {"", Remote_Flag, 0}, {[] { Freqs.span[0] = 5e6; }}, {[] { Local_Lockouts = 1; }}, {"PRESET", Freqs.span[0], MAXSPAN, "only remote control is locked in"}});
+          {[] { Freqs.span[0] = 5e6; }}, {[] { Local_Lockouts = 1; }},
+          {"PRESET", Freqs.span[0], 5e6, "a client bars the way back"}, {"", Remote_Flag, 1},
+          {[] { Local_Lockouts = 0; }}, {"PRESET", Freqs.span[0], MAXSPAN}, {"", Remote_Flag, 0},
+          {[] { Freqs.span[0] = 5e6; }}, {[] { Local_Lockouts = 1; }},
+          {"PRESET", Freqs.span[0], MAXSPAN, "only remote control is locked in"}});
 }
 
 /// A hard key in a state in which it may be refused.

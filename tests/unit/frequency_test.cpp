@@ -6,11 +6,10 @@
 
 namespace {
 
-class Frequency : public Records {
+class Frequency : public Factory_Records {
 protected:
     void SetUp() override {
-        Records::SetUp();
-        Factory_Settings();
+        Factory_Records::SetUp();
         Menu_Page& page = FreqLink[0];
         keylink = &page;
     }
@@ -51,18 +50,6 @@ TEST_F(Frequency, TheSpanLadder) {
           {{Set_Span, knob, 1}, Freqs.span[0], 2.36e6}});
 }
 
-TEST_F(Frequency, StepsStopAtTheLimits) {
-    Set_Span(typed, 1e6);
-    Set_Step_Mode(true);
-    Set_Step_Freq(typed, 2e9);
-    Turn(Set_Cent, arrow, 3);
-    EXPECT_LE(Freqs.stop[0], MAXFREQUENCY);
-    Turn(Set_Cent, arrow, -3);
-    EXPECT_GE(Freqs.start[0], 0);
-    Set_Step_Mode(false);
-    EXPECT_DOUBLE_EQ(Freqs.step[0], Freqs.span[0] / 10);
-}
-
 TEST_F(Frequency, AStepGivenWhileAutomaticHoldsUntilTheSpanChanges) {
     Walk({{{Set_Span, 1e6}}, {{Set_Step_Freq, 7e3}}, {{Set_Cent, 1e9}, Freqs.step[0], 7e3},
           {{Set_Span, 2e6}, Freqs.step[0], 200e3},
@@ -78,10 +65,6 @@ TEST_F(Frequency, StartAndStopKeepASpanThatCanBeSwept) {
     Walk({{{Set_Start_Freq, 0}}, {{Set_Stop_Freq, 3e9}}, {{Set_Span, 1e300}, Freqs.start[0], before.start[0]},
           {"", Freqs.stop[0], before.stop[0]}, {"", Freqs.last_span[0], before.last_span[0]},
           {[] { BW_Data.rbw_mode[0] = 0; }}, {{Set_Span, 1e300}, Freqs.span[0], MAXSPAN}});
-}
-
-TEST_F(Frequency, TheOffsetIsShownAndNeverStored) {
-    Walk({{{Set_Offset_Freq, 10e6}}, {{Set_Cent, 110e6}, Freqs.center[0], 100e6}, {"", Freqs.offset[0], 10e6}});
 }
 
 TEST_F(Frequency, TableIndexesRoundTheWayTheStepGoes) {
@@ -213,22 +196,6 @@ TEST_F(Frequency, BandwidthsFollowTheSpan) {
     }
     Walk({{"", [&] { return Int_RBW_Transfer(99); }, 300e3},
           {{Set_Span, 0}, [&] { return Int_RBW_Transfer(BW_Data.rbw[0]); }, 10e3, "zero span needs 10 kHz"}});
-}
-
-TEST_F(Frequency, SweepTimeIsStepsTimesSettling) {
-    Walk({{Set_Full_Span, Sweep_Data.steps[0], 6500},
-          {"", Sweep_Data.time[0], Near{6500 * (0.16 * (14 + 40 + 184) + 20) * 1e-6, 1e-9}},
-          {{Set_Span, 0}, Sweep_Data.steps[0], 600}});
-}
-
-TEST_F(Frequency, ASpanThatWouldSweepTooLongIsRefused) {
-    Set_Cent(typed, 1.625e9);
-    Set_Span(typed, 10e6);
-    BW_Data.rbw_mode[0] = 1;
-    BW_Data.rbw[0] = 10;  // 10 Hz
-    const Freqs_Record before = Freqs;
-    Walk({{"", [&] { return change_span(typed, 3e9); }, -1}, {Set_Full_Span, Freqs.span, before.span},
-          {"", Freqs.start, before.start}, {"", [&] { return change_span(typed, 20e6); }, 0}});
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #include <dirent.h>
-#include <sys/resource.h>
 
 #include "hislip_client.h"
 #include "remote/hislip_locks.h"
@@ -456,6 +455,15 @@ TEST_F(Hislip, AClientThatLeavesEndsItsWaitAndWhatItSentBeforeIsExecuted) {
     EXPECT_TRUE(Eventually([] { return executed == 40; })) << executed;
 }
 
+TEST_F(Hislip, AClearForgetsTheCompletionThatItsClientWaitsFor) {
+    Session session = Open(), other = Open();
+    EXPECT_EQ(session.Ask("*OPC;*IDN?"), "me\n");
+    EXPECT_EQ(other.Request(hislip_async_device_clear).type, hislip_async_device_clear_acknowledge);
+    EXPECT_EQ(Command_Opc_Flag, 1);
+    EXPECT_EQ(session.Request(hislip_async_device_clear).type, hislip_async_device_clear_acknowledge);
+    EXPECT_EQ(Command_Opc_Flag, 0);
+}
+
 TEST_F(Hislip, OneTooManyIsRefusedAndTheNextOneServedWhenRoomIsThere) {
     testing::internal::CaptureStderr();
     std::vector<Session> crowd;
@@ -482,29 +490,11 @@ TEST_F(Hislip, OneTooManyIsRefusedAndTheNextOneServedWhenRoomIsThere) {
 
 TEST_F(Hislip, WhenDescriptorsRunOutTheOthersAreServedAndTheNextOneLater) {
     Session old = Open();
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const rlim_t usual = std::exchange(limit.rlim_cur, 100);
     testing::internal::CaptureStderr();
-    const int waiting = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    setrlimit(RLIMIT_NOFILE, &limit);
-    std::vector<int> eaten;
-    for (int taken = dup(waiting); taken >= 0; taken = dup(waiting)) eaten.push_back(taken);
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    getpeername(old.data.Descriptor(), reinterpret_cast<sockaddr*>(&address), &size);
-    const Connection client(waiting);
-    ASSERT_EQ(connect(waiting, reinterpret_cast<const sockaddr*>(&address), size), 0);
-    ASSERT_TRUE(client.Send(Bytes(hislip_initialize, 0, 0, "hislip0")));
-    for (int i = 0; i < 50; ++i) {
+    const Connection client = Without_Descriptors(old.data, Bytes(hislip_initialize, 0, 0, "hislip0"), [&] {
         EXPECT_EQ(old.Ask("*IDN?\n"), "me\n");
         EXPECT_EQ(old.Status() & 16, 16);
-    }
-    for (const int descriptor : eaten) close(descriptor);
-    limit.rlim_cur = usual;
-    setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_TRUE(client.Silent());
-    platform::Step_Clock(1s);
+    });
     EXPECT_EQ(Next(client).type, hislip_initialize_response);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "hislip accept error: Too many open files\n");
 }

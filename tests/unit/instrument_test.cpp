@@ -159,7 +159,8 @@ TEST_F(Instrument, WordsOfAnotherVersionAreReportedAndTheInstrumentRuns) {
     testing::internal::CaptureStdout();
     Power_On();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "File could not be opened. \n");
-    Walk({{"", [&] { return SCPI_ErrorPop(scpi_context); }, 420}, {"", Checkversion, 1}, {"SPAN"}});
+    Walk({{"", [&] { return SCPI_ErrorPop(scpi_context); }, 420}, {"", Checkversion, 1}});
+    Press({key_span});
     EXPECT_TRUE(Eventually([] { return keylink == &SpanLink[0]; }));
 }
 
@@ -221,7 +222,8 @@ TEST_F(Instrument, ALinkAndAFontThatFailAreToldAndTheInstrumentStarts) {
     Power_On();
     testing::internal::GetCapturedStderr();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "\r\nload font fail!!!\r\nPROC_load failed.\n");
-    Walk({{"", DSP_Trace_Data, nullptr}, {"SPAN"}});
+    EXPECT_EQ(DSP_Trace_Data, nullptr);
+    Press({key_span});
     EXPECT_TRUE(Eventually([] { return keylink == &SpanLink[0]; }));
     root.Write("/dev/faults", "");
 }

@@ -118,13 +118,13 @@ TEST_F(Limit_Menu, TheTestIsSetUpByKeys) {
     Press({soft(0)});
     EXPECT_EQ(Limit_Test.on, 0);
     Press({soft(1)});
-    EXPECT_EQ(Value(1), "None");
+    EXPECT_EQ(Value(1), "---");
     Press({soft(1)});
-    EXPECT_EQ(Value(1), "Line 1");
+    EXPECT_EQ(Value(1), "1");
     Type("8");
     Press({soft(0), soft(2), key_up, key_up});
-    EXPECT_EQ(Value(1), "Line 8");
-    EXPECT_EQ(Value(2), "Line 2");
+    EXPECT_EQ(Value(1), "8");
+    EXPECT_EQ(Value(2), "2");
     Press({soft(0), soft(3), soft(3), soft(4)});
     EXPECT_EQ(Ask("CALC:LIM:STAT?;TYPE?;MODE?"), "1;MINimum;INTersect");
     Press({soft(3)});

@@ -12,7 +12,7 @@
 #include "records/sweep.h"
 #include "records/sys.h"
 #include "trace/limit_lines.h"
-#include "trace/single_sweep.h"
+#include "web/state.h"
 
 /// The pass/fail test over the link, against a scene whose truth is known.
 namespace {
@@ -123,6 +123,7 @@ TEST_F(Limit_Sweeps, AFailureIsAServiceRequestAndATone) {
     ASSERT_TRUE(Sweep(2));
     EXPECT_NE(Condition(), 0u);
     EXPECT_GT(platform::Beeps(), beeps);
+    EXPECT_NE(web::State_Message("{}").find("\"beeps\":" + std::to_string(platform::Beeps())), std::string::npos);
     Ask("SYST:ALAR:STAT OFF;:CALC:LIM:STAT OFF");
     EXPECT_EQ(Condition(), 0u);
     const int silent = platform::Beeps();

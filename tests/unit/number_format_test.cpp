@@ -47,20 +47,10 @@ TEST(Number_Format, FrequenciesSplitIntoMantissaAndUnit) {
         double mantissa;
     };
     for (const auto& [value, decimals, group, length, mantissa] : std::to_array<Case>({
-             {0, 0, 0, 1, 0},
-             {0.25, 0, 0, 1, 0.25},
-             {999, 0, 0, 3, 999},
-             {1000, 0, 1, 5, 1},
-             {999'999, 0, 1, 7, 999.999},
-             {1'000'000, 0, 2, 8, 1},
-             {12'345'678'901, 0, 3, 12, 12.345678901},
-             {1'234'567, 3, 2, 5, 1.235},
-             {1'234'500, 3, 2, 5, 1.235},
-             {1'234'499, 3, 2, 5, 1.234},
-             {99'995, 2, 1, 5, 100},
-             {999'999'600, 3, 2, 7, 1000},
-             {123'400, 1, 1, 5, 123.4},
-             {0.05, 1, 0, 3, 0.1},
+             {0, 0, 0, 1, 0}, {0.25, 0, 0, 1, 0.25}, {999, 0, 0, 3, 999}, {1000, 0, 1, 5, 1},
+             {999'999, 0, 1, 7, 999.999}, {1'000'000, 0, 2, 8, 1}, {12'345'678'901, 0, 3, 12, 12.345678901},
+             {1'234'567, 3, 2, 5, 1.235}, {1'234'500, 3, 2, 5, 1.235}, {1'234'499, 3, 2, 5, 1.234},
+             {99'995, 2, 1, 5, 100}, {999'999'600, 3, 2, 7, 1000}, {123'400, 1, 1, 5, 123.4}, {0.05, 1, 0, 3, 0.1}
          })) {
         const Formatted_Value result = Split(value, decimals);
         EXPECT_EQ(result.unit_group, group) << value;
@@ -129,20 +119,11 @@ TEST(Number_Format, LevelsInEachAmplitudeUnit) {
         const char* text;
     };
     for (const auto& [unit, impedance, dbm, text] : std::to_array<Case>({
-             {unit_dbm, 0, -32.414, "-32.41 dBm"},
-             {unit_dbm, 0, -0.004, "0.00 dBm"},
-             {unit_dbmv, 0, 0, "46.99 dBmV"},
-             {unit_dbmv, 1, 0, "48.75 dBmV"},
-             {unit_dbuv, 0, -107, "-0.01 dBuV"},
-             {unit_dbuv, 1, 0, "108.75 dBuV"},
-             {unit_volt, 0, 0, "223.61 mV"},
-             {unit_volt, 1, 0, "273.86 mV"},
-             {unit_volt, 0, 13.0103, "1.00 V"},
-             {unit_volt, 0, -200, "0.02 nV"},
-             {unit_watt, 0, 0, "1.00 mW"},
-             {unit_watt, 0, 29.99999, "1.00 W"},
-             {unit_watt, 0, -114, "3.98 fW"},
-             {unit_watt, 0, -200, "0.00 fW"},
+             {unit_dbm, 0, -32.414, "-32.41 dBm"}, {unit_dbm, 0, -0.004, "0.00 dBm"}, {unit_dbmv, 0, 0, "46.99 dBmV"},
+             {unit_dbmv, 1, 0, "48.75 dBmV"}, {unit_dbuv, 0, -107, "-0.01 dBuV"}, {unit_dbuv, 1, 0, "108.75 dBuV"},
+             {unit_volt, 0, 0, "223.61 mV"}, {unit_volt, 1, 0, "273.86 mV"}, {unit_volt, 0, 13.0103, "1.00 V"},
+             {unit_volt, 0, -200, "0.02 nV"}, {unit_watt, 0, 0, "1.00 mW"}, {unit_watt, 0, 29.99999, "1.00 W"},
+             {unit_watt, 0, -114, "3.98 fW"}, {unit_watt, 0, -200, "0.00 fW"}
          })) {
         const Amplitude amplitude(unit, impedance);
         EXPECT_EQ(Text(ampvalue_trans, dbm, 2), text);
@@ -238,16 +219,11 @@ TEST(Number_Format, ShownTimesAndBandwidths) {
         format(value, text);
         return std::string(text.data());
     };
-    for (const auto& [seconds, text] : std::vector<std::pair<double, const char*>>{{0.0359, "35.90 ms"},
-                                                                                   {0.005, "5.000 ms"},
-                                                                                   {0.2, "200.0 ms"},
-                                                                                   {0.99996, "1.000 s"},
-                                                                                   {99.9999, "100.0 s"},
-                                                                                   {1000, "1000.0 s"},
-                                                                                   {12e-6, "12.00 us"},
-                                                                                   {0.5e-6, "500.0 ns"},
-                                                                                   {0, "0 ns"},
-                                                                                   {3e-16, "0.30 fs"}}) {
+    for (const auto& [seconds, text] :
+         std::vector<std::pair<double, const char*>>{{0.0359, "35.90 ms"}, {0.005, "5.000 ms"}, {0.2, "200.0 ms"},
+                                                     {0.99996, "1.000 s"}, {99.9999, "100.0 s"}, {1000, "1000.0 s"},
+                                                     {12e-6, "12.00 us"}, {0.5e-6, "500.0 ns"}, {0, "0 ns"},
+                                                     {3e-16, "0.30 fs"}}) {
         EXPECT_EQ(shown(Format_Time, seconds), text);
     }
     EXPECT_EQ(shown(Format_Bandwidth, 100e3), "100 kHz");

@@ -138,14 +138,9 @@ TEST_F(Numeric_Entry, TimesReachTheirHandlerInSeconds) {
         double seconds;
     };
     unit_page.layer = sNumBase;
-    for (const auto& [keys, key, seconds] : std::to_array<Case>({{"5", 2, 0.005},
-                                                                 {"0.5", 1, 0.5},
-                                                                 {"2000", 1, 2000},
-                                                                 {"1.5", 0, 1500},
-                                                                 {"12", 3, 12e-6},
-                                                                 {"7.25", 4, 7.25e-9},
-                                                                 {"0", 2, 0},
-                                                                 {"3", 5, 0},
+    for (const auto& [keys, key, seconds] : std::to_array<Case>({{"5", 2, 0.005}, {"0.5", 1, 0.5}, {"2000", 1, 2000},
+                                                                 {"1.5", 0, 1500}, {"12", 3, 12e-6},
+                                                                 {"7.25", 4, 7.25e-9}, {"0", 2, 0}, {"3", 5, 0},
                                                                  {"-4", 2, -0.004}})) {
         SCOPED_TRACE(keys);
         clean_keybuffer();
@@ -165,23 +160,13 @@ TEST_F(Numeric_Entry, EnteredTimesAreShownInTheirUnit) {
         const char* unit;
     };
     constexpr double tiny = std::numeric_limits<double>::denorm_min(), huge = std::numeric_limits<double>::infinity();
-    for (const auto& [seconds, value, unit] : std::to_array<Case>({{0, 0, "ns"},
-                                                                   {0.005, 5, "ms"},
-                                                                   {0.5, 500, "ms"},
-                                                                   {0.999999, 999.999, "ms"},
-                                                                   {1, 1, "s"},
-                                                                   {999.5, 999.5, "s"},
-                                                                   {1000, 1, "ks"},
-                                                                   {2e6, 1, "ks"},
-                                                                   {1e-3, 1, "ms"},
-                                                                   {1e-6, 1, "us"},
-                                                                   {1e-9, 1, "ns"},
-                                                                   {1e-12, 1, "ps"},
-                                                                   {1e-15, 1, "fs"},
-                                                                   {2.5e-16, 0.25, "fs"},
-                                                                   {tiny, 0, "fs"},
-                                                                   {huge, 1, "ks"},
-                                                                   {-huge, 0, "ns"},
+    for (const auto& [seconds, value, unit] : std::to_array<Case>({{0, 0, "ns"}, {0.005, 5, "ms"}, {0.5, 500, "ms"},
+                                                                   {0.999999, 999.999, "ms"}, {1, 1, "s"},
+                                                                   {999.5, 999.5, "s"}, {1000, 1, "ks"}, {2e6, 1, "ks"},
+                                                                   {1e-3, 1, "ms"}, {1e-6, 1, "us"}, {1e-9, 1, "ns"},
+                                                                   {1e-12, 1, "ps"}, {1e-15, 1, "fs"},
+                                                                   {2.5e-16, 0.25, "fs"}, {tiny, 0, "fs"},
+                                                                   {huge, 1, "ks"}, {-huge, 0, "ns"},
                                                                    {std::nan(""), 0, "ns"}})) {
         const Shown_Time shown = Time_As_Entered(seconds);
         EXPECT_NEAR(shown.value, value, value * 1e-12 + 1e-300) << seconds;

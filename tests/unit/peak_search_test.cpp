@@ -8,11 +8,10 @@ using Values = std::array<float, trace_points>;
 using Columns = std::vector<int>;
 
 /// Searches in traces that are made for it: a floor with peaks on it.
-class Peaks : public Records {
+class Peaks : public Factory_Records {
 protected:
     void SetUp() override {
-        Records::SetUp();
-        Factory_Settings();
+        Factory_Records::SetUp();
         Amp.attenuation = {10, 10};
         Factory_Settings();
         Set_Cent(2, 1e9);

@@ -16,6 +16,7 @@
 #include "platform/fpga_int.h"
 #include "platform/frame_buffer.h"
 #include "platform/keys.h"
+#include "platform/link_state.h"
 #include "platform/root.h"
 #include "platform/serial.h"
 #include "platform/shell.h"
@@ -278,6 +279,15 @@ TEST_F(Seam, BacklightIsHeldToPercent) {
 }
 
 // Keys and serial line
+
+TEST_F(Seam, TheLanCableIsPluggedUnlessItIsPulled) {
+    const Temp_Root root;
+    EXPECT_TRUE(platform::Lan_Link_Up());
+    for (const auto& [text, up] : {std::pair("0", false), std::pair("1\n", true), std::pair("0\n", false), std::pair("", true)}) {
+        root.Write(files::lan, text);
+        EXPECT_EQ(platform::Lan_Link_Up(), up) << text;
+    }
+}
 
 TEST_F(Seam, KeysArriveInOrderAndThePowerKeyHasItsOwnDevice) {
     const Temp_Root root;

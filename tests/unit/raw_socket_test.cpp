@@ -1,5 +1,3 @@
-#include <sys/resource.h>
-
 #include "remote_rig.h"
 
 namespace {
@@ -92,26 +90,9 @@ TEST_F(Raw_Socket, ManyClientsAreServedAndOneTooManyRefused) {
 TEST_F(Raw_Socket, WhenDescriptorsRunOutTheOthersAreServedAndTheNextOneLater) {
     const Connection old = Raw();
     EXPECT_EQ(old.Ask("*IDN?\n"), "me\n");
-    rlimit limit{};
-    getrlimit(RLIMIT_NOFILE, &limit);
-    const rlim_t usual = std::exchange(limit.rlim_cur, 100);
     testing::internal::CaptureStderr();
-    const int waiting = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    setrlimit(RLIMIT_NOFILE, &limit);
-    std::vector<int> eaten;
-    for (int taken = dup(waiting); taken >= 0; taken = dup(waiting)) eaten.push_back(taken);
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    getpeername(old.Descriptor(), reinterpret_cast<sockaddr*>(&address), &size);
-    const Connection client(waiting);
-    ASSERT_EQ(connect(waiting, reinterpret_cast<const sockaddr*>(&address), size), 0);
-    ASSERT_TRUE(client.Send("*IDN?\n"));
-    for (int i = 0; i < 50; ++i) EXPECT_EQ(old.Ask("*IDN?\n"), "me\n");
-    for (const int descriptor : eaten) close(descriptor);
-    limit.rlim_cur = usual;
-    setrlimit(RLIMIT_NOFILE, &limit);
-    EXPECT_TRUE(client.Silent());
-    platform::Step_Clock(1s);
+    const Connection client =
+        Without_Descriptors(old, "*IDN?\n", [&] { EXPECT_EQ(old.Ask("*IDN?\n"), "me\n"); });
     EXPECT_EQ(client.Line(), "me\n");
     const std::string told = testing::internal::GetCapturedStderr();
     EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;

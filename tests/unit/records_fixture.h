@@ -43,6 +43,8 @@
 #include "trace/markers.h"
 #include "trace/peak_search.h"
 
+using Codes = std::vector<int>;
+
 /// Records, status and pages as before start-up, a root of the test's own, stepped time. No layer is open, so drawing
 /// does nothing, and there is no link, so transfers stop short of it.
 class Records : public testing::Test {
@@ -78,4 +80,13 @@ protected:
     }
 
     Temp_Root root;
+};
+
+/// With the settings of a new instrument.
+class Factory_Records : public Records {
+protected:
+    void SetUp() override {
+        Records::SetUp();
+        Factory_Settings();
+    }
 };

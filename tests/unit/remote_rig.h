@@ -1,7 +1,7 @@
 #pragma once
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -10,6 +10,7 @@
 #include <chrono>
 #include <thread>
 
+#include "connection.h"
 #include "records_fixture.h"
 #include "remote/hislip.h"
 #include "remote/raw_socket.h"
@@ -18,56 +19,6 @@
 #include "scpi/readers.h"
 #include "scpi/wait.h"
 #include "scpi/writers.h"
-
-/// A descriptor of a test's client.
-class Connection {
-public:
-    explicit Connection(int descriptor) : descriptor_(descriptor) {}
-    Connection(Connection&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    Connection& operator=(Connection&&) = delete;
-    ~Connection() { Close(); }
-
-    int Descriptor() const { return descriptor_; }
-    void Close() {
-        if (descriptor_ >= 0) close(descriptor_);
-        descriptor_ = -1;
-    }
-    bool Send(std::string_view bytes) const {
-        ssize_t sent = send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent < 0 && errno == ENOTSOCK) sent = write(descriptor_, bytes.data(), bytes.size());
-        return sent == static_cast<ssize_t>(bytes.size());
-    }
-    /// The next bytes; fewer when the connection ends or nothing comes for the time.
-    std::string Receive(std::size_t count, int patience_ms = 10000) const {
-        std::string text;
-        std::array<char, 4096> piece;
-        pollfd wait{descriptor_, POLLIN, 0};
-        while (text.size() < count && poll(&wait, 1, patience_ms) > 0) {
-            const ssize_t got = read(descriptor_, piece.data(), std::min(piece.size(), count - text.size()));
-            if (got <= 0) break;
-            text.append(piece.data(), static_cast<std::size_t>(got));
-        }
-        return text;
-    }
-    std::string Line() const {
-        std::string text;
-        while (text.empty() || text.back() != '\n') {
-            const std::string byte = Receive(1);
-            if (byte.empty()) break;
-            text += byte;
-        }
-        return text;
-    }
-    std::string Ask(std::string_view query) const { return Send(query) ? Line() : "not sent"; }
-    /// What is there at once; nothing.
-    bool Silent() const {
-        pollfd wait{descriptor_, POLLIN, 0};
-        return poll(&wait, 1, 0) == 0;
-    }
-
-private:
-    int descriptor_;
-};
 
 /// The server thread with a table of commands of its own, sweeps that end when the test says so, and stepped time.
 class Remote_Rig : public Records {
@@ -109,14 +60,29 @@ protected:
     }
 
     static Connection Raw() { return Tcp(remote::Raw_Address()); }
-    static Connection Tcp(const std::string& name) {
+    static Connection Tcp(const std::string& name) { return To_Port(std::stoi(name.substr(name.find(':') + 1))); }
+    /// A connection to the port of an old one that says something while no descriptor is to spare for it: served later.
+    static Connection Without_Descriptors(const Connection& old, std::string_view bytes,
+                                          const std::function<void()>& meanwhile) {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        const rlim_t usual = std::exchange(limit.rlim_cur, 100);
+        Connection client(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        setrlimit(RLIMIT_NOFILE, &limit);
+        std::vector<int> eaten;
+        for (int taken = dup(client.Descriptor()); taken >= 0; taken = dup(client.Descriptor())) eaten.push_back(taken);
         sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(name.substr(name.find(':') + 1))));
-        inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
-        const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(connect(client, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        return Connection(client);
+        socklen_t size = sizeof address;
+        getpeername(old.Descriptor(), reinterpret_cast<sockaddr*>(&address), &size);
+        EXPECT_EQ(connect(client.Descriptor(), reinterpret_cast<const sockaddr*>(&address), size), 0);
+        EXPECT_TRUE(client.Send(bytes));
+        for (int i = 0; i < 50; ++i) meanwhile();
+        for (const int descriptor : eaten) close(descriptor);
+        limit.rlim_cur = usual;
+        setrlimit(RLIMIT_NOFILE, &limit);
+        EXPECT_TRUE(client.Silent());
+        platform::Step_Clock(std::chrono::seconds(1));
+        return client;
     }
     static Connection Unix(const std::string& folder_path, const char* name, int type) {
         const int folder = open(platform::Rooted(folder_path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
@@ -186,6 +152,10 @@ private:
         Begin_Pending_Operation(context);
         return 1;
     }
+    static int Complete(ScpiContext& context) {
+        Await_Completion(context);
+        return 1;
+    }
     static int Clear(ScpiContext& context) {
         context.interface->control(context, control_status_cleared, SCPI_RegGet(context, reg_stb));
         return 1;
@@ -202,9 +172,9 @@ private:
         SCPI_ResultInt(context, SCPI_ErrorPop(context));
         return 1;
     }
-    static constexpr ScpiCommand commands[] = {{"*IDN?", Identify}, {":COUNt?", Count}, {":LONG?", Long}, {"*OPC?", Wait},
-                                               {"*WAI", Hold},      {"*CLS", Clear},   {"*RST", Reset},  {":SILent", Silent},
-                                               {":ERRor?", Error},  {nullptr, nullptr}};
+    static constexpr ScpiCommand commands[] = {{"*IDN?", Identify}, {":COUNt?", Count},  {":LONG?", Long}, {"*OPC?", Wait},
+                                               {"*OPC", Complete},  {"*WAI", Hold},      {"*CLS", Clear},  {"*RST", Reset},
+                                               {":SILent", Silent}, {":ERRor?", Error},  {nullptr, nullptr}};
     std::thread server_;
 
 protected:

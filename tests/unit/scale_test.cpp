@@ -4,7 +4,6 @@
 
 #include "keys/level_units.h"
 #include "records/normalisation.h"
-#include "records/sys.h"
 #include "records_fixture.h"
 
 namespace {

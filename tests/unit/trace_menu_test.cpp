@@ -5,11 +5,10 @@
 namespace {
 
 /// The trace pages through the dispatch of keys, and the trace commands.
-class Trace_Menu : public Commands {
+class Trace_Menu : public Factory_Commands {
 protected:
     void SetUp() override {
-        Commands::SetUp();
-        Factory_Settings();
+        Factory_Commands::SetUp();
         Keypad_Exe(key_trace);
     }
     Trace_Record& record = Trace_Data[0];
@@ -90,21 +89,6 @@ TEST_F(Trace_Menu, SplitKeys) {
           {"f1", Display_Data.split, split_active}, {"", [&] { return Global_Table & table_split; }, 0},
           {"f4", Display_Data.split, split_none}, {"", ScreenActive, 1, "the active half has become the only one"},
           {"PRESET", ScreenActive, 0}});
-}
-
-TEST_F(Trace_Menu, PresetPutsItAllBack) {
-    EXPECT_EQ(Errors("DISP:TRAC2:MODE MAXH;MODE:MAXH -20;:DET SAMP;:AVER:COUN 7;STAT ON;TYPE POW;"
-                     ":CALC:MATH:LOFF TRACE3,4;:DISP:TRAC:MAXH:ENH:STAT OFF;:DISP:SPL:NORM:ALT"),
-              None());
-    Preset_Instrument();
-    const Trace_Record fresh;
-    EXPECT_EQ(record.mode, fresh.mode);
-    EXPECT_EQ(record.max_hold_level, fresh.max_hold_level);
-    EXPECT_EQ(record.detector_choice, fresh.detector_choice);
-    EXPECT_EQ(record.average_number, fresh.average_number);
-    EXPECT_EQ(record.average_on, fresh.average_on);
-    EXPECT_EQ(AvgType + MATHFLAG + TraceMath.source_1 + Display_Data.split + Global_Table, 0);
-    Walk({{"", Log_Ref, -50}, {"", Max_Hold_Restart, 1}, {"", ScreenInf.clamp_bottom, 508}});
 }
 
 TEST_F(Trace_Menu, DetectorAndAverageCommands) {

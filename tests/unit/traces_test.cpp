@@ -307,16 +307,10 @@ TEST_F(Traces, RowsAndCopiesFollowTheValues) {
 TEST_F(Traces, ZeroSpanLevelsWithinTheirRange) {
     Freqs.span[0] = 0;
     Set_Detector(detector_sample);
-    for (const auto& [volts, level] : std::vector<std::pair<double, double>>{{0.0, -180},
-                                                                             {1e-12, -180},
-                                                                             {1e-9, -170},
-                                                                             {0.1, -10},
-                                                                             {9.99999, 29.99999},
-                                                                             {10.0, 30},
-                                                                             {1e9, 30},
-                                                                             {-1.0, -180},
-                                                                             {std::nan(""), -180},
-                                                                             {INFINITY, 30}}) {
+    for (const auto& [volts, level] :
+         std::vector<std::pair<double, double>>{{0.0, -180}, {1e-12, -180}, {1e-9, -170}, {0.1, -10},
+                                                {9.99999, 29.99999}, {10.0, 30}, {1e9, 30}, {-1.0, -180},
+                                                {std::nan(""), -180}, {INFINITY, 30}}) {
         std::fill_n(memory.begin() + sample_samples, 601, volts);
         Record().processed = 0;
         Write(1);

@@ -149,25 +149,11 @@ TEST_F(Triggers, KeysOfTheSweepMode) {
     }
 }
 
-TEST_F(Triggers, StateAndPresetKnowThem) {
-    std::filesystem::create_directories(platform::Rooted("/mnt/nand"));
-    const Trigger_Record set{.source = trigger_by_input, .automatic = 1, .video_falling = 1, .input_falling = 1,
-                             .gate = 1, .delay = 1e-3, .video_level = -33.5, .video_frequency = {1e9, 2e9},
-                             .gate_delay = 2e-3, .gate_length = 0.5};
-    Trigger_Data = set;
-    ASSERT_TRUE(Save_LocalState_SpecAndSem("/mnt/nand/state.sta"));
-    Preset_Instrument();
-    EXPECT_EQ(Ask("TRIG:SOUR?;:SWE:EGAT:STAT?;LENG?;:TRIG:VID:FREQ?"), "IMMediate;0;1.000000000e-03;1.625000000e+09");
-    ASSERT_TRUE(Recall_Lostate_ForLocal("/mnt/nand/state.sta", 0));
-    const Trigger_Record& got = Trigger_Data;
-    EXPECT_TRUE(got.source == set.source && got.automatic == 1 && got.video_falling == 1 && got.input_falling == 1 &&
-                got.gate == 1 && got.delay == set.delay && got.video_level == set.video_level &&
-                got.video_frequency == set.video_frequency && got.gate_delay == set.gate_delay &&
-                got.gate_length == set.gate_length);
-    Trigger_Data.source = trigger_by_video;
+TEST_F(Triggers, AStateWithVideoTriggerAndGateAtOnceIsRefused) {
+    Trigger_Data = {.source = trigger_by_video, .gate = 1};
     ASSERT_TRUE(Save_LocalState_SpecAndSem("/mnt/nand/state.sta"));
     Trigger_Init();
-    EXPECT_FALSE(Recall_Lostate_ForLocal("/mnt/nand/state.sta", 0)) << "video trigger and gate at once";
+    EXPECT_FALSE(Recall_Lostate_ForLocal("/mnt/nand/state.sta", 0));
     EXPECT_EQ(Trigger_Data.gate, 0);
 }
 
@@ -231,6 +217,23 @@ protected:
         return true;
     }};
 };
+
+TEST_F(Triggered_Sweeps, ZeroSpanShowsTheEnvelopeOverTheSweepTime) {
+    constexpr float carrier = -20;
+    for (const auto& [time, period] : {std::pair{"60 MS", 200}, {"40 MS", 300}}) {
+        Ask(std::string("SWE:TIME ") + time);
+        Run(Sweep_Data.time[0] * 1.002);
+        const auto& values = Trace_Data[0].value[0];
+        std::vector<int> rises;
+        for (std::size_t i = 1; i < values.size(); ++i) {
+            if (values[i - 1] < carrier && values[i] >= carrier) rises.push_back(static_cast<int>(i));
+        }
+        ASSERT_GE(rises.size(), 2u) << time;
+        for (std::size_t i = 1; i < rises.size(); ++i) EXPECT_NEAR(rises[i] - rises[i - 1], period, 2) << time;
+        EXPECT_NEAR(std::ranges::max(values), carrier + 5.6f, 0.3) << "1.9 times the carrier";
+        EXPECT_NEAR(std::ranges::min(values), carrier - 20, 0.5) << "a tenth of it";
+    }
+}
 
 TEST_F(Triggered_Sweeps, TheInputStartsOneSweepEachAndTheStatusSaysSo) {
     Run(0.1);

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -15,6 +13,7 @@
 #include <set>
 #include <thread>
 
+#include "connection.h"
 #include "platform/backlight.h"
 #include "platform/stop.h"
 #include "remote/server.h"
@@ -261,37 +260,12 @@ TEST(Web_Source, NewsIsWhateverTheScreenIsMadeOf) {
 
 // ---- The server, over its wires
 
-class Client {
+class Client : public Connection {
 public:
-    explicit Client(int port) {
-        socket_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in name{};
-        name.sin_family = AF_INET;
-        name.sin_port = htons(static_cast<std::uint16_t>(port));
-        name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(connect(socket_, reinterpret_cast<sockaddr*>(&name), sizeof name), 0);
-    }
-    Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
-    ~Client() { close(socket_); }
+    explicit Client(int port) : Connection(To_Port(port)) {}
 
-    void Write(std::string_view text) {
-        EXPECT_EQ(send(socket_, text.data(), text.size(), MSG_NOSIGNAL), ssize_t(text.size()));
-    }
-
-    /// Up to count bytes; fewer at the end of the stream.
-    std::string Read(std::size_t count) {
-        std::string text;
-        std::array<char, 16384> piece;
-        while (text.size() < count) {
-            pollfd readable{socket_, POLLIN, 0};
-            if (poll(&readable, 1, std::chrono::milliseconds(patience).count()) <= 0) break;
-            const auto got = recv(socket_, piece.data(), std::min(piece.size(), count - text.size()), 0);
-            if (got <= 0) break;
-            text.append(piece.data(), got);
-        }
-        return text;
-    }
+    void Write(std::string_view text) { EXPECT_TRUE(Send(text)); }
+    std::string Read(std::size_t count) { return Receive(count); }
     std::string Read_Head() {
         std::string text;
         while (!text.ends_with("\r\n\r\n")) {
@@ -333,9 +307,6 @@ public:
         std::string frame{char(0x81), char(0x80 | text.size()), 0, 0, 0, 0};  // masked with zeros
         Write(frame + text);
     }
-
-private:
-    int socket_;
 };
 
 constexpr int text_message = 1, binary_message = 2, closing = 8;
@@ -375,6 +346,7 @@ TEST(Web_Server, ServesThePageAndTheScreenAndNothingElse) {
     EXPECT_NE(Ask(port, "GET /state.json").find(R"({"instrument":"off"})"), std::string::npos);
     EXPECT_EQ(Status(Ask(port, "GET /live")), 426);
     EXPECT_EQ(Status(Ask(port, "DELETE /")), 405);
+    EXPECT_EQ(Status(Ask(port, "POST /set/center", "Transfer-Encoding: chunked\r\n")), 411);
     EXPECT_EQ(Status(Ask(port, "GET /", "Host: evil.example\r\n")), 403);
 
     std::string error;
@@ -519,7 +491,7 @@ TEST(Web_Server, AViewerThatStopsReadingHoldsUpNobody) {
     auto* memory = platform::Frame_Map(device, web::screen_bytes);
     std::mt19937 random(3);
     Pixels shown(web::screen_bytes), noise(web::screen_bytes);
-    for (int picture = 0; picture < 15; ++picture) {
+    for (int picture = 0; picture < 9; ++picture) {
         for (auto& value : noise) value = static_cast<std::uint8_t>(random());
         std::memcpy(memory, noise.data(), noise.size());
         while (shown != noise) {

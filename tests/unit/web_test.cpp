@@ -241,14 +241,10 @@ TEST(Web_Order, ValuesAreReadAsPeopleTypeThem) {
     for (const auto& [text, unit, value] : std::initializer_list<Row>{{"433.92", hertz, 433.92e6},
                                                                       {"433.92M", hertz, 433.92e6},
                                                                       {" 2 GHz\r\n", hertz, 2e9},
-                                                                      {"500KHZ", hertz, 500e3},
-                                                                      {"9k", hertz, 9e3},
-                                                                      {"100 Hz", hertz, 100},
-                                                                      {".5g", hertz, 5e8},
-                                                                      {"-0.5", hertz, -5e5},
-                                                                      {"0", hertz, 0},
-                                                                      {"-20", dbm, -20},
-                                                                      {"\u221220.5 dBm", dbm, -20.5},
+                                                                      {"500KHZ", hertz, 500e3}, {"9k", hertz, 9e3},
+                                                                      {"100 Hz", hertz, 100}, {".5g", hertz, 5e8},
+                                                                      {"-0.5", hertz, -5e5}, {"0", hertz, 0},
+                                                                      {"-20", dbm, -20}, {"\u221220.5 dBm", dbm, -20.5},
                                                                       {"+3dbm", dbm, 3}}) {
         const auto read = web::Parse_Value(unit, text);
         ASSERT_TRUE(read) << text;

@@ -1,5 +1,3 @@
-#include <random>
-
 #include "display/text.h"
 #include "keys/language.h"
 #include "keys/words.h"
@@ -207,21 +205,6 @@ TEST_F(Words, WithoutMarkOrFileAllIsBlank) {
     root.Write("/mnt/nand/wordlist.txt", Utf16(u"V2.10\r\n1,10,30,2,15,1,A\r\n"));
     parse_txt_file("/mnt/nand/wordlist.txt");
     EXPECT_TRUE(Blank(en_words[1]));
-}
-
-TEST_F(Words, NumbersBeyondEveryRangeAndFilesCutAnywhereAreHarmless) {
-    Read(std::u16string(heading) + u"-7,1,1,2,15,1,A\r\n5,99999,-99999,2,15,1,A\r\n6,1,1,2,99999,1,A\r\n"
-                                   u"7,1,20,2,15,1,A\r\n8,1,1,2,15,99999,A\r\n");
-    EXPECT_FALSE(Blank(en_words[7])) << "a bad record takes no good one with it";
-    EXPECT_TRUE(Blank(en_words[5]));
-    const std::string whole = Utf16(std::u16string(heading) + u"1,10,30,2,15,6,Center\r\n!\r\n0,0,13,2,12,2,On\r\n");
-    std::mt19937 random(7);
-    for (std::size_t cut = 0; cut < whole.size(); ++cut) {
-        std::string damaged = whole.substr(0, cut);
-        if (cut > 2) damaged[random() % cut] = static_cast<char>(random());
-        root.Write("/mnt/nand/wordlist.txt", damaged);
-        parse_txt_file("/mnt/nand/wordlist.txt");
-    }
 }
 
 TEST_F(Faces, GlyphsAdvanceByTheirBoxAndNeverLeaveTheMask) {
