@@ -32,11 +32,9 @@ TEST_F(Amplitude_Commands, LevelsAreReadAndAnsweredInTheUnit) {
           {"DBUV", "97", "9.698999786e+01", "9.699e+01"}, {"V", "0.07", "7.071067812e-02", "7.071e-02"},
           {"W", "1e-4", "1.000000000e-04", "1.000e-04"}}) {
         Ask("DISP:TRAC:Y:RLEV 0 DBM");
-        EXPECT_EQ(Errors(std::string("UNIT:POW ") + unit), Codes{});
-        EXPECT_EQ(Ask("UNIT:POW?"), unit);
-        EXPECT_EQ(Errors(std::string("DISP:TRAC:Y:RLEV ") + typed), Codes{});
-        EXPECT_EQ(Ask("DISP:TRAC:Y:RLEV?"), answer);
-        EXPECT_EQ(Ask("TRAC? TRACE1").substr(0, std::string_view(level).size() + 1), std::string(level) + ',');
+        Expect({{Errors(std::string("UNIT:POW ") + unit), Codes{}}, {Ask("UNIT:POW?"), unit},
+                {Errors(std::string("DISP:TRAC:Y:RLEV ") + typed), Codes{}}, {Ask("DISP:TRAC:Y:RLEV?"), answer},
+                {Ask("TRAC? TRACE1").substr(0, std::string_view(level).size() + 1), std::string(level) + ','}});
     }
     Ask("UNIT:POW V;:INP:IMP 75;:INP:OFFS 0");
     EXPECT_EQ(Ask("TRAC? TRACE1").substr(0, 10), "8.660e-02,") << "more volts at 75 ohm";

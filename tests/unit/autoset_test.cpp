@@ -126,14 +126,10 @@ TEST_F(Autoset, WhereNothingStandsOutEverythingReturns) {
         EXPECT_GE(Freqs.span[0], 8e6);
         if (stopped) Stop_Autoset();
         Finish();
-        EXPECT_EQ(std::memcmp(&freqs, &Freqs, sizeof Freqs), 0);
-        EXPECT_EQ(amp.reference, Amp.reference);
-        EXPECT_EQ(amp.attenuation, Amp.attenuation);
-        EXPECT_EQ(amp.attenuation_mode, Amp.attenuation_mode);
-        EXPECT_EQ(amp.preamplifier_auto, Amp.preamplifier_auto);
-        EXPECT_EQ(bw.rbw_mode, BW_Data.rbw_mode);
-        EXPECT_EQ(bw.rbw, BW_Data.rbw);
-        EXPECT_EQ(trigger.source, Trigger_Data.source);
+        Expect({{std::memcmp(&freqs, &Freqs, sizeof Freqs), 0}, {amp.reference, Amp.reference},
+                {amp.attenuation, Amp.attenuation}, {amp.attenuation_mode, Amp.attenuation_mode},
+                {amp.preamplifier_auto, Amp.preamplifier_auto}, {bw.rbw_mode, BW_Data.rbw_mode}, {bw.rbw, BW_Data.rbw},
+                {trigger.source, Trigger_Data.source}});
         Walk({{"", [&] { return values; }, Trace_Data[0].value},
               {"", Trace_Data[0].mode, (std::array<std::uint8_t, traces>{trace_max_hold, trace_view, trace_min_hold,
                trace_clear_write})},

@@ -14,6 +14,7 @@
 #include "platform/stop.h"
 #include "platform/virtual/device_files.h"
 #include "tests/unit/core_rig.h"
+#include "tests/unit/expect.h"
 #include "tests/unit/temp_root.h"
 #include "virtual_board/board.h"
 #include "virtual_board/seed.h"
@@ -195,10 +196,7 @@ TEST_F(Board_Test, ThePeripheralMessageSetsTheBacklight) {
         message[2] = percent;
         return link.Exchange(message) ? platform::Get_Backlight() : -1;
     };
-    EXPECT_EQ(send(1, 30), 30);
-    EXPECT_EQ(send(0, 30), 0);
-    EXPECT_EQ(send(1, 1e300), 100);
-    EXPECT_EQ(send(1, std::nan("")), 100);
+    Expect({{send(1, 30), 30}, {send(0, 30), 0}, {send(1, 1e300), 100}, {send(1, std::nan("")), 100}});
 }
 
 TEST_F(Board_Test, ADeadBoardEndsAWaitingCallAndANewOneCanBeReached) {
@@ -294,11 +292,9 @@ TEST_F(Board_Test, SeedingKeepsTheUsersFilesAndFollowsTheBuild) {
     root.Write("/mnt/nand/state.sta", "state");
     root.Write("/mnt/mtd14/Logo.jpg", "logo");
     virtual_board::Seed_Root(KVA720_SHARE, "KVA7200");
-    EXPECT_EQ(root.Read("/mnt/nand/wordlist.txt"), words);
-    EXPECT_EQ(root.Read("/mnt/nand/record.out"), "1\n");
-    EXPECT_EQ(root.Read("/mnt/nand/state.sta"), "state");
-    EXPECT_EQ(root.Read("/mnt/mtd14/Logo.jpg"), "logo");
-    EXPECT_EQ(root.Read("/opt/KVA720/identity"), "KVA\nKVA7200\n" + identity.substr(12));
+    Expect({{root.Read("/mnt/nand/wordlist.txt"), words}, {root.Read("/mnt/nand/record.out"), "1\n"},
+            {root.Read("/mnt/nand/state.sta"), "state"}, {root.Read("/mnt/mtd14/Logo.jpg"), "logo"},
+            {root.Read("/opt/KVA720/identity"), "KVA\nKVA7200\n" + identity.substr(12)}});
 }
 
 TEST_F(Board_Test, AMissingShareIsOneClearLine) {

@@ -18,6 +18,7 @@
 
 #include "display/pictures.h"
 #include "display/text.h"
+#include "expect.h"
 #include "palette.h"
 #include "temp_root.h"
 #include "words_order.h"
@@ -157,25 +158,15 @@ TEST(Word_List_Files, Have_Each_Entry_In_Every_Language) {
 }
 
 TEST(Word_List_Files, Agree_With_The_Header_To_The_Ends_Of_The_Tables) {
-    EXPECT_EQ(keys::enFrequencyBig, 0);
-    EXPECT_EQ(keys::enFreqOffset, 5);
-    EXPECT_EQ(keys::enAlpha, 857);
-    EXPECT_EQ(keys::enFilecon, 859);
-    EXPECT_EQ(keys::selectOneToFive4, 5);
-    EXPECT_EQ(keys::selectQP, 163);
-    EXPECT_EQ(keys::catFreqOff, 5);
-    EXPECT_EQ(keys::catfilecon, 351);
+    Expect({{keys::enFrequencyBig, 0}, {keys::enFreqOffset, 5}, {keys::enAlpha, 857}, {keys::enFilecon, 859},
+            {keys::selectOneToFive4, 5}, {keys::selectQP, 163}, {keys::catFreqOff, 5}, {keys::catfilecon, 351}});
 
-    EXPECT_EQ(Text(english, 0, keys::enFrequencyBig), u"Frequency");
-    EXPECT_EQ(Text(english, 0, keys::enCFStep), u"CF step");
-    EXPECT_EQ(Text(russian, 0, keys::enEnter), u"Ввод");
-    EXPECT_EQ(Text(english, 0, keys::enAlpha), u"Alpha / BT");
-    EXPECT_EQ(Text(chinese_simplified, 0, keys::enRefLevel), u"参考电平");
-    EXPECT_EQ(Text(japanese, 0, keys::enTimeDate).find(u"日付, 時刻"), 0u) << "a text may hold commas";
-    EXPECT_EQ(Text(english, 1, keys::selectOff), u"Off");
-    EXPECT_EQ(Text(chinese_traditional, 1, keys::selectAuto), u"自動");
-    EXPECT_EQ(Text(english, 1, keys::selectQP), u"QP");
-    EXPECT_EQ(Text(english, 2, keys::catSweep), u"Sweep");
+    Expect({{Text(english, 0, keys::enFrequencyBig), u"Frequency"}, {Text(english, 0, keys::enCFStep), u"CF step"},
+            {Text(russian, 0, keys::enEnter), u"Ввод"}, {Text(english, 0, keys::enAlpha), u"Alpha / BT"},
+            {Text(chinese_simplified, 0, keys::enRefLevel), u"参考电平"},
+            {Text(japanese, 0, keys::enTimeDate).find(u"日付, 時刻"), 0u, "a text may hold commas"},
+            {Text(english, 1, keys::selectOff), u"Off"}, {Text(chinese_traditional, 1, keys::selectAuto), u"自動"},
+            {Text(english, 1, keys::selectQP), u"QP"}, {Text(english, 2, keys::catSweep), u"Sweep"}});
 }
 
 TEST(Word_List_Files, Are_In_Their_Own_Languages) {

@@ -51,22 +51,15 @@ TEST(Hislip_Framing, WhateverTheLengthSaysOnlyTheRecordIsKept) {
 TEST(Hislip_Lock_Table, RequestsAndReleasesInEveryState) {
     using enum Lock_Outcome;
     Hislip_Locks locks;
-    EXPECT_EQ(locks.Release(1), refused);
-    EXPECT_EQ(locks.Request(1, ""), granted);
-    EXPECT_EQ(locks.Request(1, ""), refused);
-    EXPECT_EQ(locks.Request(1, "key"), refused);
-    EXPECT_EQ(locks.Request(2, ""), busy);
-    EXPECT_EQ(locks.Request(2, "key"), busy);
-    EXPECT_EQ(locks.Release(2), refused);
+    Expect({{locks.Release(1), refused}, {locks.Request(1, ""), granted}, {locks.Request(1, ""), refused},
+            {locks.Request(1, "key"), refused}, {locks.Request(2, ""), busy}, {locks.Request(2, "key"), busy},
+            {locks.Release(2), refused}});
     EXPECT_TRUE(locks.Allows(1) && !locks.Allows(2) && locks.Exclusively_Held());
     EXPECT_EQ(locks.Holders(), 1u);
     EXPECT_EQ(locks.Release(1), granted);
 
-    EXPECT_EQ(locks.Request(1, "key"), granted);
-    EXPECT_EQ(locks.Request(1, "other"), refused);
-    EXPECT_EQ(locks.Request(2, "key"), granted);
-    EXPECT_EQ(locks.Request(3, "other"), busy);
-    EXPECT_EQ(locks.Request(3, ""), busy);
+    Expect({{locks.Request(1, "key"), granted}, {locks.Request(1, "other"), refused},
+            {locks.Request(2, "key"), granted}, {locks.Request(3, "other"), busy}, {locks.Request(3, ""), busy}});
     EXPECT_TRUE(locks.Allows(1) && locks.Allows(2) && !locks.Allows(3) && !locks.Exclusively_Held());
     EXPECT_EQ(locks.Request(2, ""), granted) << "beside the shared one";
     EXPECT_EQ(locks.Request(1, ""), busy);
@@ -91,10 +84,8 @@ TEST_F(Hislip, ChannelsFindEachOtherInAnyOrderAndStrangersAreToldSo) {
     const Hislip_Message early = Next(fourth);
     ASSERT_TRUE(first.Send(Bytes(hislip_initialize, 0, 0x01007878, "hislip0")));
     const Hislip_Message late = Next(first);
-    EXPECT_EQ(early.type, hislip_initialize_response);
-    EXPECT_EQ(early.control, 0) << "synchronized mode";
-    EXPECT_EQ(early.parameter >> 16, 0x0100u);
-    EXPECT_EQ(late.parameter, early.parameter + 2);
+    Expect({{early.type, hislip_initialize_response}, {early.control, 0, "synchronized mode"},
+            {early.parameter >> 16, 0x0100u}, {late.parameter, early.parameter + 2}});
     for (const auto& [channel, answer] : {std::pair(&second, &late), std::pair(&third, &early)}) {
         ASSERT_TRUE(channel->Send(Bytes(hislip_async_initialize, 0, answer->parameter & 0xffff)));
         const Hislip_Message paired = Next(*channel);
@@ -141,13 +132,9 @@ TEST_F(Hislip, OtherSubAddressesGetNoAnswerAndHalfASessionIsDroppedAfterAWhile) 
 
 TEST_F(Hislip, ADataEndIsAMessageAndItsAnswerCarriesItsNumber) {
     Session session = Open();
-    EXPECT_EQ(session.Ask("*IDN?\n"), "me\n");
-    EXPECT_EQ(session.Ask("*IDN?"), "me\n") << "END ends it as well";
-    EXPECT_EQ(session.Ask(":COUN?;:COUN?\r\n"), "1;2\n");
-    EXPECT_EQ(Remote_Flag, 1);
-    EXPECT_EQ(session.Ask("*IDN?\n:COUN?"), "me\n");
-    EXPECT_EQ(session.Heard(), "3\n");
-    EXPECT_EQ(session.Ask(":LONG? 20000\n"), std::string(scpi_output_size - 1, 'd'));
+    Expect({{session.Ask("*IDN?\n"), "me\n"}, {session.Ask("*IDN?"), "me\n", "END ends it as well"},
+            {session.Ask(":COUN?;:COUN?\r\n"), "1;2\n"}, {Remote_Flag, 1}, {session.Ask("*IDN?\n:COUN?"), "me\n"},
+            {session.Heard(), "3\n"}, {session.Ask(":LONG? 20000\n"), std::string(scpi_output_size - 1, 'd')}});
     for (int i = 0; i < 50; ++i) ASSERT_TRUE(session.Say("*IDN?\n"));
     for (int i = 49; i >= 0; --i) {
         const Hislip_Message answer = Next(session.data);
@@ -231,16 +218,12 @@ TEST_F(Hislip, SizesAreAgreedOnAndKept) {
 TEST_F(Hislip, TheStatusByteTellsOfAnAnswerThatWasNotRead) {
     Session session = Open(), other = Open();
     SCPI_RegSet(scpi_context, reg_sre, stb_message_available);
-    EXPECT_EQ(session.Status(), 0);
-    EXPECT_EQ(session.Ask("*IDN?\n"), "me\n");
-    EXPECT_EQ(Got(session.control), "20:80:") << "requests service";
-    EXPECT_EQ(session.Status(), 80);
-    EXPECT_EQ(other.Status(), 0) << "the answer was none of this client's";
+    Expect({{session.Status(), 0}, {session.Ask("*IDN?\n"), "me\n"},
+            {Got(session.control), "20:80:", "requests service"}, {session.Status(), 80},
+            {other.Status(), 0, "the answer was none of this client's"}});
     EXPECT_EQ(session.Request(hislip_async_status_query, 0, session.message_id + 4).control, 0) << "more is on its way";
-    EXPECT_EQ(session.Request(hislip_async_status_query, 0, session.message_id + 2).control, 80);
-    EXPECT_EQ(session.Status(), 80);
-    EXPECT_EQ(session.Status(1), 0) << "delivered";
-    EXPECT_EQ(session.Status(), 0);
+    Expect({{session.Request(hislip_async_status_query, 0, session.message_id + 2).control, 80}, {session.Status(), 80},
+            {session.Status(1), 0, "delivered"}, {session.Status(), 0}});
     SCPI_RegSet(scpi_context, reg_sre, 0);
     EXPECT_EQ(session.Ask("*IDN?\n"), "me\n");
     EXPECT_EQ(session.Status(), 16);
@@ -253,10 +236,8 @@ TEST_F(Hislip, EveryChangeThatTheRulesNameRequestsService) {
     SCPI_RegSet(scpi_context, reg_ese, esr_command_error);
     SCPI_RegSet(scpi_context, reg_sre, stb_standard_event | stb_operation);
     ASSERT_TRUE(session.Say(":NONE\n"));
-    EXPECT_EQ(Got(session.control), "20:96:");
-    EXPECT_EQ(Got(session.control), "20:100:");
-    EXPECT_EQ(session.Ask("*IDN?\n"), "me\n");
-    EXPECT_EQ(Got(session.control), "20:116:") << "an answer is a change of its own";
+    Expect({{Got(session.control), "20:96:"}, {Got(session.control), "20:100:"}, {session.Ask("*IDN?\n"), "me\n"},
+            {Got(session.control), "20:116:", "an answer is a change of its own"}});
     SCPI_RegSet(scpi_context, reg_operation + set_enable, operation_waiting_for_trigger);
     ASSERT_TRUE(session.Say("*OPC?\n"));
     ASSERT_TRUE(Sweep_Waited_For());
@@ -299,35 +280,21 @@ TEST_F(Hislip, ADeviceClearEndsAWaitAndEmptiesTheSession) {
 
 TEST_F(Hislip, ALockKeepsOthersOutButNotTheirStatus) {
     Session holder = Open(), other = Open(), third = Open();
-    EXPECT_EQ(holder.Lock(""), 1);
-    EXPECT_EQ(holder.Lock(""), 3);
-    EXPECT_EQ(other.Lock(""), 0);
+    Expect({{holder.Lock(""), 1}, {holder.Lock(""), 3}, {other.Lock(""), 0}});
     ASSERT_TRUE(other.Say(":COUN?\n"));
-    EXPECT_EQ(holder.Ask("*IDN?\n"), "me\n");
-    EXPECT_EQ(third.Status(), 0);
-    EXPECT_EQ(other.Status(), 0);
+    Expect({{holder.Ask("*IDN?\n"), "me\n"}, {third.Status(), 0}, {other.Status(), 0}});
     const Hislip_Message information = third.Request(hislip_async_lock_info);
-    EXPECT_EQ(information.type, hislip_async_lock_info_response);
-    EXPECT_EQ(information.control, 1);
-    EXPECT_EQ(information.parameter, 1u);
-    EXPECT_EQ(other.Request(hislip_async_maximum_message_size, 0, 0, std::string(8, '\x7f')).payload.size(), 8u);
-    EXPECT_EQ(Open().Status(), 0) << "a new client connects";
-    EXPECT_EQ(executed, 0);
+    Expect({{information.type, hislip_async_lock_info_response}, {information.control, 1}, {information.parameter, 1u},
+            {other.Request(hislip_async_maximum_message_size, 0, 0, std::string(8, '\x7f')).payload.size(), 8u},
+            {Open().Status(), 0, "a new client connects"}, {executed, 0}});
     EXPECT_TRUE(other.data.Silent());
-    EXPECT_EQ(holder.Unlock(), 1);
-    EXPECT_EQ(other.Heard(), "1\n");
-    EXPECT_EQ(holder.Unlock(), 3);
+    Expect({{holder.Unlock(), 1}, {other.Heard(), "1\n"}, {holder.Unlock(), 3}});
 
-    EXPECT_EQ(holder.Lock("key"), 1);
-    EXPECT_EQ(other.Lock("key"), 1);
-    EXPECT_EQ(third.Lock("nokey"), 0);
-    EXPECT_EQ(third.Request(hislip_async_lock_info).parameter, 2u);
-    EXPECT_EQ(other.Ask(":COUN?\n"), "2\n");
-    EXPECT_EQ(third.Request(hislip_async_lock, 1, 0, std::string(65, 'k')).type, hislip_error);
-    EXPECT_EQ(third.Request(hislip_async_lock, 2).type, hislip_error);
-    EXPECT_EQ(holder.Unlock(), 2);
-    EXPECT_EQ(other.Unlock(), 2);
-    EXPECT_EQ(third.Ask(":COUN?\n"), "3\n");
+    Expect({{holder.Lock("key"), 1}, {other.Lock("key"), 1}, {third.Lock("nokey"), 0},
+            {third.Request(hislip_async_lock_info).parameter, 2u}, {other.Ask(":COUN?\n"), "2\n"},
+            {third.Request(hislip_async_lock, 1, 0, std::string(65, 'k')).type, hislip_error},
+            {third.Request(hislip_async_lock, 2).type, hislip_error}, {holder.Unlock(), 2}, {other.Unlock(), 2},
+            {third.Ask(":COUN?\n"), "3\n"}});
 }
 
 TEST_F(Hislip, WhoWaitsForALockGetsItInTurnOrNotInTime) {
@@ -362,10 +329,8 @@ TEST_F(Hislip, AReleaseComesAfterTheMessageThatItNames) {
     ASSERT_TRUE(holder.control.Send(Bytes(hislip_async_lock, 0, named)));
     EXPECT_EQ(holder.Status(), 0);
     EXPECT_TRUE(holder.control.Silent() && other.data.Silent());
-    EXPECT_EQ(holder.Request(hislip_async_lock, 1).type, hislip_error) << "a release is pending";
-    EXPECT_EQ(holder.Ask(":COUN?\n"), "1\n");
-    EXPECT_EQ(Got(holder.control), "5:1:");
-    EXPECT_EQ(other.Heard(), "2\n");
+    Expect({{holder.Request(hislip_async_lock, 1).type, hislip_error, "a release is pending"},
+            {holder.Ask(":COUN?\n"), "1\n"}, {Got(holder.control), "5:1:"}, {other.Heard(), "2\n"}});
 
     EXPECT_EQ(holder.Lock(""), 1);
     ASSERT_TRUE(holder.control.Send(Bytes(hislip_async_lock, 0, 12345)));
@@ -381,9 +346,7 @@ TEST_F(Hislip, ClientsGiveControlBackAndLockThePanelOut) {
                   hislip_async_remote_local_response);
         return Eventually([&] { return Remote_Flag == remote; });
     };
-    EXPECT_EQ(Remote_Flag, 0);
-    EXPECT_EQ(session.Ask("*IDN?\n"), "me\n");
-    EXPECT_EQ(Remote_Flag, 1);
+    Expect({{Remote_Flag, 0}, {session.Ask("*IDN?\n"), "me\n"}, {Remote_Flag, 1}});
     EXPECT_TRUE(control(6, 0));
     session.Status();
     EXPECT_EQ(Remote_Flag, 1) << "any of a client's requests takes control";

@@ -259,10 +259,8 @@ TEST_F(Instrument, TheWakeUpTimeReachesTheClock) {
     Power_On();
     std::array<std::uint8_t, 13> registers{};
     ASSERT_EQ(pread(fd_i2c, registers.data(), registers.size(), 0), 13);
-    EXPECT_EQ(registers[9], 0x45) << "minutes, in decimal digits as the clock counts them";
-    EXPECT_EQ(registers[10], 0x06);
-    EXPECT_EQ(registers[12], 0x03);
-    EXPECT_EQ(registers[8], 0) << "its control byte";
+    Expect({{registers[9], 0x45, "minutes, in decimal digits as the clock counts them"}, {registers[10], 0x06},
+            {registers[12], 0x03}, {registers[8], 0, "its control byte"}});
 }
 
 TEST_F(Instrument, ADeadBoardEndsTheTransferAndTheInstrumentLivesOn) {

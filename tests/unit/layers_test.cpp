@@ -66,10 +66,8 @@ TEST_F(Layers, PixelsAreHeldToTheScreen) {
 TEST_F(Layers, AreasAreCutAtTheEdges) {
     display::Fill(fbVid0, {790, 590, 1 << 30, 1 << 30}, {9, 8, 7});
     display::Fill(fbVid0, {-1000, -1000, 1001, 1001}, {9, 8, 7});
-    EXPECT_EQ(Video(799, 599), (Colour{9, 8, 7}));
-    EXPECT_EQ(Video(0, 0), (Colour{9, 8, 7}));
-    EXPECT_EQ(Video(1, 0), Colour{});
-    EXPECT_EQ(Video(789, 599), Colour{});
+    Expect({{Video(799, 599), (Colour{9, 8, 7})}, {Video(0, 0), (Colour{9, 8, 7})}, {Video(1, 0), Colour{}},
+            {Video(789, 599), Colour{}}});
     display::Keep(fbVid0, {0, 0, 800, 600});
     display::Fill(fbVid0, {0, 0, 800, 600}, {1, 1, 1});
     display::Restore(fbVid0, {-5, -5, 6, 6});
@@ -82,9 +80,7 @@ TEST_F(Layers, MasksBlendExactlyAtTheirEnds) {
     const std::array<std::uint8_t, 3> mask{0, 255, 128};
     const Colour fg{200, 10, 0}, bg{100, 250, 0};
     draw_bitmap(mask, fg, bg, 5, 5, 3, 1, fbVid0, 800);
-    EXPECT_EQ(Video(5, 5), bg);
-    EXPECT_EQ(Video(6, 5), fg);
-    EXPECT_EQ(Video(7, 5), (Colour{150, 130, 0}));
+    Expect({{Video(5, 5), bg}, {Video(6, 5), fg}, {Video(7, 5), (Colour{150, 130, 0})}});
     display::Fill(fbOsd0, {0, 0, 20, 20}, {255, 255, 255});
     draw_bitmap(mask, fg, bg, 5, 5, 3, 1, fbOsd0, 6);
     EXPECT_EQ(Osd(5, 5), 0) << "zeros leave the text layer clear";
@@ -130,9 +126,7 @@ TEST_F(Layers, ControlsReachTheDisplay) {
     platform::Frame_State state;
     const int view = platform::Frame_Open_View("/dev/fb/1");
     ASSERT_EQ(platform::Frame_Get_State(view, state), 0);
-    EXPECT_EQ(state.enabled, 1u);
-    EXPECT_EQ(state.x, 3);
-    EXPECT_EQ(state.y, 4);
+    Expect({{state.enabled, 1u}, {state.x, 3}, {state.y, 4}});
     fb_backcolor_set(fbOsd0, 0x123456);
     ASSERT_EQ(platform::Frame_Get_State(view, state), 0);
     EXPECT_EQ(state.background, 0x123456u) << "the ground is one for all layers";

@@ -1,18 +1,9 @@
 #include "trace/limit_lines.h"
 
-#include <algorithm>
-#include <cmath>
 #include <fstream>
-#include <limits>
-#include <vector>
 
 #include "files/limit_file.h"
-#include "records/amp.h"
-#include "records/freqs.h"
 #include "records_fixture.h"
-#include "sweep/amplitude.h"
-#include "sweep/frequency.h"
-#include "trace/acquisition.h"
 #include "trace/scale.h"
 
 namespace {
@@ -24,9 +15,7 @@ class Limit_Lines_Test : public Records {
 protected:
     void SetUp() override {
         Records::SetUp();
-        Freqs_ArrayInit();
-        Amp_ArrayInit();
-        Init_Trace_Data();
+        Factory_Settings();
         Freqs.center[0] = 400e6;
         Freqs.start[0] = 100e6;
         Freqs.stop[0] = 700e6;
@@ -76,8 +65,7 @@ TEST_F(Limit_Lines_Test, Points_Stand_By_Frequency_And_A_Line_Holds_Ten) {
     EXPECT_EQ(Add_Limit_Point(3, {100e6, INFINITY}), -1);
     Delete_Limit_Point(2, 5);
     Delete_Limit_Point(2, 9);  // there is none
-    EXPECT_EQ(Frequencies(2).size(), 9u);
-    EXPECT_EQ(Add_Limit_Point(2, {5e12, 500}), 9);
+    Walk({{"", [&] { return Frequencies(2).size(); }, 9u}, {"", [&] { return Add_Limit_Point(2, {5e12, 500}); }, 9}});
     EXPECT_EQ(Point_Of(Limit_Lines[2], 9)->frequency, MAXFREQUENCY);
     EXPECT_EQ(Point_Of(Limit_Lines[2], 9)->amplitude, highest_limit_dbm);
     EXPECT_EQ(Limit_Lines[2].last, Point_Of(Limit_Lines[2], 9)) << "the tenth position is the last node";
@@ -116,9 +104,7 @@ TEST_F(Limit_Lines_Test, The_Newest_Entry_Sinks_To_Its_Place) {
     std::array<Limit_Pixel, limit_points> table;
     for (std::size_t i = 0; i < 4; ++i) table[i] = {i + 1, 20 * static_cast<int>(i), 100, 1e6 * (i + 2.0), 0};
     table[4] = {9, 15, 100, 1e6, 0};
-    EXPECT_EQ(sorting_pixel(table, 4), 4);
-    EXPECT_EQ(table[0].identity, 9u);
-    EXPECT_EQ(sorting_pixel(table, 4), 0);
+    Expect({{sorting_pixel(table, 4), 4}, {table[0].identity, 9u}, {sorting_pixel(table, 4), 0}});
     std::swap(table[3], table[2]);
     EXPECT_EQ(sorting_pixel(table, 5), 1) << "an entry without place is stepped over";
     EXPECT_EQ(sorting_pixel(table, limit_points), 0);
@@ -127,19 +113,16 @@ TEST_F(Limit_Lines_Test, The_Newest_Entry_Sinks_To_Its_Place) {
 TEST_F(Limit_Lines_Test, Rows_Follow_Both_Scales_And_Both_Axes) {
     Set_Limit_Points(0, std::vector<Limit_Point>{{200e6, -20}, {400e6, -40}, {400e6, -60}});
     Choose_Limit_Lines(0, no_limit_line);
-    EXPECT_EQ(PassFail_HighYPixel[99], above_screen);
-    EXPECT_EQ(PassFail_HighYPixel[100], 58 + 90);
-    EXPECT_EQ(PassFail_HighYPixel[200], 58 + 135);
-    EXPECT_EQ(PassFail_HighYPixel[300], 58 + 270) << "the stricter of two points at one frequency";
-    EXPECT_EQ(PassFail_HighYPixel[301], above_screen);
-    EXPECT_EQ(PassFailTestRange, (std::array<std::int32_t, 2>{110, 310}));
+    Walk({{"", PassFail_HighYPixel[99], above_screen}, {"", PassFail_HighYPixel[100], 58 + 90},
+          {"", PassFail_HighYPixel[200], 58 + 135},
+          {"", PassFail_HighYPixel[300], 58 + 270, "the stricter of two points at one frequency"},
+          {"", PassFail_HighYPixel[301], above_screen},
+          {"", PassFailTestRange, (std::array<std::int32_t, 2>{110, 310})}});
 
-    Set_Reflevel(2, -10);
-    EXPECT_EQ(PassFail_HighYPixel[200], 58 + 90);
-    Set_ReflevelOffset(2, 10);
-    EXPECT_EQ(PassFail_HighYPixel[200], 58 + 135) << "levels are those displayed";
-    Set_Axis(400e6, 60e6);
-    EXPECT_NEAR(PassFail_HighYPixel[0], 58 + 45 * 3.7, 1) << "a point off the screen still leads the line";
+    Walk({{{Set_Reflevel, -10}, PassFail_HighYPixel[200], 58 + 90},
+          {{Set_ReflevelOffset, 10}, PassFail_HighYPixel[200], 58 + 135, "levels are those displayed"},
+          {[] { Set_Axis(400e6, 60e6); }, PassFail_HighYPixel[0], Near{58 + 45 * 3.7, 1},
+           "a point off the screen still leads the line"}});
 
     Set_ReflevelOffset(2, 0);
     Set_Reflevel(2, 0);
@@ -149,33 +132,27 @@ TEST_F(Limit_Lines_Test, Rows_Follow_Both_Scales_And_Both_Axes) {
         const double level = -10 - 20 * (static_cast<double>(column) - 100) / 400;
         EXPECT_EQ(PassFail_HighYPixel[column], dBmTOpixel(level, Active_Scale(), false)) << column;
     }
-    Set_Span(2, 0);
-    EXPECT_EQ(PassFail_HighYPixel[300], above_screen) << "zero span has no frequencies";
-    EXPECT_EQ(Verdict(), verdict_none);
+    Walk({{{Set_Span, 0}, PassFail_HighYPixel[300], above_screen, "zero span has no frequencies"},
+          {"", Verdict, verdict_none}});
 }
 
 TEST_F(Limit_Lines_Test, Every_Column_Of_The_Range_Is_Judged) {
     High_Line(200e6, 300e6, -50);
-    EXPECT_EQ(Verdict(), verdict_pass);
-    EXPECT_FALSE(Condition_Set());
+    Walk({{"", Verdict, verdict_pass}, {"", Condition_Set, false}});
     Put_Level(99, -10);
     Put_Level(201, -10);
     EXPECT_EQ(Verdict(), verdict_pass) << "outside the line nothing is asked";
     Put_Level(200, -50);
-    EXPECT_EQ(Verdict(), verdict_fail) << "on the line is not below it";
-    EXPECT_TRUE(Condition_Set());
-    Set_Limit_Test(false);
-    EXPECT_FALSE(Condition_Set());
-    Set_Limit_Test(true);
+    Walk({{"", Verdict, verdict_fail, "on the line is not below it"}, {"", Condition_Set, true},
+          {{Set_Limit_Test, false}, Condition_Set, false}, {{Set_Limit_Test, true}}});
     Put_Trace(-60);
 
     Set_Limit_Points(1, std::vector<Limit_Point>{{250e6, -70}, {350e6, -70}});
     Choose_Limit_Lines(0, 1);
     Put_Level(240, -80);
-    EXPECT_EQ(Verdict(), verdict_fail);
-    Set_Limit_Mode(1);
-    EXPECT_EQ(PassFailTestRange, (std::array<std::int32_t, 2>{160, 210}));
-    EXPECT_EQ(Verdict(), verdict_pass);
+    Walk({{"", Verdict, verdict_fail},
+          {{Set_Limit_Mode, 1}, PassFailTestRange, (std::array<std::int32_t, 2>{160, 210})},
+          {"", Verdict, verdict_pass}});
     Put_Level(160, -80);
     EXPECT_EQ(Verdict(), verdict_fail);
 
@@ -185,8 +162,7 @@ TEST_F(Limit_Lines_Test, Every_Column_Of_The_Range_Is_Judged) {
     EXPECT_EQ(Verdict(), verdict_pass) << "the first trace that is shown takes the place of a blank one";
     Delete_Limit_Line(0);
     Delete_Limit_Line(1);
-    EXPECT_EQ(Limit_Test.on, 0);
-    EXPECT_EQ(Verdict(), verdict_none);
+    Walk({{"", Limit_Test.on, 0}, {"", Verdict, verdict_none}});
 }
 
 TEST_F(Limit_Lines_Test, Peak_And_Minimum_Lie_Inside_The_Range_And_The_Limits) {
@@ -198,8 +174,7 @@ TEST_F(Limit_Lines_Test, Peak_And_Minimum_Lie_Inside_The_Range_And_The_Limits) {
     Put_Level(400, -60);
     EXPECT_EQ(Verdict(), verdict_pass);
     Put_Level(150, -20);
-    EXPECT_EQ(Verdict(), verdict_fail);
-    Set_Pass_Criterion(criterion_minimum);
+    Walk({{"", Verdict, verdict_fail}, {{Set_Pass_Criterion, criterion_minimum}}});
     Put_Level(120, -90);
     EXPECT_EQ(Verdict(), verdict_pass);
     Put_Level(500, -95);
@@ -212,8 +187,7 @@ TEST_F(Limit_Lines_Test, A_Line_From_A_Trace_Lets_It_Pass_And_Nothing_Above_It) 
     }
     ASSERT_TRUE(Limit_From_Trace(0, 0, 3));
     ASSERT_TRUE(Limit_From_Trace(1, 0, 3));
-    EXPECT_EQ(Frequencies(0).front(), 100e6);
-    EXPECT_EQ(Frequencies(0).back(), 700e6);
+    Walk({{"", [&] { return Frequencies(0).front(); }, 100e6}, {"", [&] { return Frequencies(0).back(); }, 700e6}});
     Choose_Limit_Lines(0, no_limit_line);
     Set_Limit_Test(true);
     EXPECT_EQ(Verdict(), verdict_pass);
@@ -233,8 +207,7 @@ TEST_F(Limit_Lines_Test, Lines_Off_The_Screen_Harm_Nothing) {
     High_Line(0, 3e9, -90);
     EXPECT_EQ(Verdict(), verdict_fail);
     Set_Limit_Points(0, std::vector<Limit_Point>{{890e6, -90}});  // 10 + 790 is the mark of an entry without place
-    EXPECT_EQ(Limit_Lines[0].pixel[0].column, 801);
-    Set_Axis(400e6, 100);
+    Walk({{"", Limit_Lines[0].pixel[0].column, 801}, {[] { Set_Axis(400e6, 100); }}});
     High_Line(0, 3e9, -90);
     EXPECT_EQ(Verdict(), verdict_fail);
 }

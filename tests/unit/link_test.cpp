@@ -85,11 +85,8 @@ TEST_F(Link, TheTableOfCorrectionsIsHandedOverWholeOrNotAtAll) {
             Hand_Over_Corrections();
         });
     };
-    EXPECT_EQ(hand_over(table), "File could not be opened. \n") << "an entry is missing";
-    EXPECT_EQ(LOOP_Buffers[2], -1);
-    EXPECT_EQ(hand_over(table + "17\n"), "");
-    EXPECT_EQ(LOOP_Buffers[0], 0);
-    EXPECT_EQ(LOOP_Buffers[1], 0);
+    Expect({{hand_over(table), "File could not be opened. \n", "an entry is missing"}, {LOOP_Buffers[2], -1},
+            {hand_over(table + "17\n"), ""}, {LOOP_Buffers[0], 0}, {LOOP_Buffers[1], 0}});
     for (int i = 2; i <= 17; ++i) EXPECT_EQ(LOOP_Buffers[i], i);
     EXPECT_EQ(LOOP_Buffers[18], MAXSPAN);
     EXPECT_EQ(LOOP_Buffers[19], 1);

@@ -232,13 +232,10 @@ TEST_F(Markers, ReadoutsAreInTheUnitAndAsFineAsTheAxis) {
         Show_MFvalue_Chunit(hertz, resolution, text);
         return std::string(text.data());
     };
-    EXPECT_EQ(frequency(433.92e6, 1666), "433.920 MHz");
-    EXPECT_EQ(frequency(433.92e6, 16), "433.920 00 MHz");
-    EXPECT_EQ(frequency(3.249999999e9, 1), "3.249 999 999 GHz");
-    EXPECT_EQ(frequency(999'999'999.96, 0.1), "1.000 000 000 0 GHz");
-    EXPECT_EQ(frequency(-1.25e6, 100), "-1.250 0 MHz");
-    EXPECT_EQ(frequency(433920123.4, 0.1), "433.920 123 4 MHz");
-    EXPECT_EQ(frequency(std::nan(""), 1), "---");
+    Expect({{frequency(433.92e6, 1666), "433.920 MHz"}, {frequency(433.92e6, 16), "433.920 00 MHz"},
+            {frequency(3.249999999e9, 1), "3.249 999 999 GHz"}, {frequency(999'999'999.96, 0.1), "1.000 000 000 0 GHz"},
+            {frequency(-1.25e6, 100), "-1.250 0 MHz"}, {frequency(433920123.4, 0.1), "433.920 123 4 MHz"},
+            {frequency(std::nan(""), 1), "---"}});
     Show_Noise_Density(-147.23, 2, text);
     EXPECT_STREQ(text.data(), "-147.23 dBm/Hz");
     Amp.unit = unit_volt;

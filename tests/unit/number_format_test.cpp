@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "expect.h"
 #include "keys/level_units.h"
 #include "records/amp.h"
 #include "records/freqs.h"
@@ -88,28 +89,21 @@ TEST(Number_Format, NoValueAndNoPrecisionLeavesTheArrays) {
 }
 
 TEST(Number_Format, BandwidthsAndMarkerFrequenciesCarryIntoTheNextUnit) {
-    EXPECT_EQ(Text(bw_freqvalue_trans, 999'999.6, 3), "1.000 MHz");
-    EXPECT_EQ(Text(bw_freqvalue_trans, 999'600, 3), "999.600 kHz");
-    EXPECT_EQ(Text(bw_freqvalue_trans, -120e3, 0), "120 kHz");
-    EXPECT_EQ(Text(bw_freqvalue_trans, 0.4, 1), "0.4 Hz");
-    EXPECT_EQ(Text(marker_freqvalue_trans, -1'250'000, 3), "-1.250 MHz");
-    EXPECT_EQ(Text(marker_freqvalue_trans, 433'920'000.5, 6), "433.920001 MHz");
-    EXPECT_EQ(Text(marker_freqvalue_trans, 0, 0), "0 Hz");
-    EXPECT_EQ(Text(marker_freqvalue_trans, -0.2, 0), "0 Hz") << "no sign on a zero";
-    EXPECT_EQ(Text(marker_freqvalue_trans, 5e13, 0), "50000 GHz");
-    EXPECT_EQ(Text(bpsvalue_trans, 4800, 1), "4.8 kbps");
-    EXPECT_EQ(Text(bpsvalue_trans, 2.5e6, 2), "2.50 Mbps");
-    EXPECT_EQ(Text(bpsvalue_trans, 0, 0), "0 bps");
+    Expect({{Text(bw_freqvalue_trans, 999'999.6, 3), "1.000 MHz"},
+            {Text(bw_freqvalue_trans, 999'600, 3), "999.600 kHz"}, {Text(bw_freqvalue_trans, -120e3, 0), "120 kHz"},
+            {Text(bw_freqvalue_trans, 0.4, 1), "0.4 Hz"}, {Text(marker_freqvalue_trans, -1'250'000, 3), "-1.250 MHz"},
+            {Text(marker_freqvalue_trans, 433'920'000.5, 6), "433.920001 MHz"},
+            {Text(marker_freqvalue_trans, 0, 0), "0 Hz"},
+            {Text(marker_freqvalue_trans, -0.2, 0), "0 Hz", "no sign on a zero"},
+            {Text(marker_freqvalue_trans, 5e13, 0), "50000 GHz"}, {Text(bpsvalue_trans, 4800, 1), "4.8 kbps"},
+            {Text(bpsvalue_trans, 2.5e6, 2), "2.50 Mbps"}, {Text(bpsvalue_trans, 0, 0), "0 bps"}});
 }
 
 TEST(Number_Format, TimesFromFemtoToKiloseconds) {
-    EXPECT_EQ(Text(secvalue_trans, 0, 1), "0.0 ns");
-    EXPECT_EQ(Text(secvalue_trans, 2.5e-16, 2), "0.25 fs");
-    EXPECT_EQ(Text(secvalue_trans, 1e-12, 0), "1 ps");
-    EXPECT_EQ(Text(secvalue_trans, -12.345e-6, 2), "-12.35 us");
-    EXPECT_EQ(Text(secvalue_trans, 0.99996, 1), "1.0 s");
-    EXPECT_EQ(Text(secvalue_trans, 2000, 1), "2.0 ks");
-    EXPECT_EQ(Text(secvalue_trans, 5e6, 0), "5000 ks");
+    Expect({{Text(secvalue_trans, 0, 1), "0.0 ns"}, {Text(secvalue_trans, 2.5e-16, 2), "0.25 fs"},
+            {Text(secvalue_trans, 1e-12, 0), "1 ps"}, {Text(secvalue_trans, -12.345e-6, 2), "-12.35 us"},
+            {Text(secvalue_trans, 0.99996, 1), "1.0 s"}, {Text(secvalue_trans, 2000, 1), "2.0 ks"},
+            {Text(secvalue_trans, 5e6, 0), "5000 ks"}});
 }
 
 TEST(Number_Format, LevelsInEachAmplitudeUnit) {
@@ -128,10 +122,8 @@ TEST(Number_Format, LevelsInEachAmplitudeUnit) {
         const Amplitude amplitude(unit, impedance);
         EXPECT_EQ(Text(ampvalue_trans, dbm, 2), text);
     }
-    EXPECT_EQ(Text(attvalue_trans, 10, 0), "10 dB");
-    EXPECT_EQ(Text(attvalue_trans, -1, 0), "0 dB");
-    EXPECT_EQ(Text(deltavalue_trans, -41.065, 2), "-41.07 dB");
-    EXPECT_EQ(Text(deltavalue_trans, infinite, 2), "--- dB");
+    Expect({{Text(attvalue_trans, 10, 0), "10 dB"}, {Text(attvalue_trans, -1, 0), "0 dB"},
+            {Text(deltavalue_trans, -41.065, 2), "-41.07 dB"}, {Text(deltavalue_trans, infinite, 2), "--- dB"}});
 }
 
 TEST(Number_Format, LevelsConvertToAndFromDbm) {
@@ -160,19 +152,15 @@ TEST(Number_Format, ConversionsHaveTheirExactConstants) {
     auto& impedance = Amp.impedance[static_cast<std::size_t>(ScreenActive)];
     EXPECT_DOUBLE_EQ(Changunit_dBmtoWatts(-30), 1e-6);
     EXPECT_DOUBLE_EQ(Changunit_dBmtoVolts(0), 0.22360679774997896);
-    EXPECT_EQ(Changunit_dBmtodBmv(0), 46.9900016784668);
-    EXPECT_EQ(Changunit_dBmtodBuv(0), 106.98999786376953);
-    EXPECT_EQ(Changunit_dBmvtodBm(0), -47);
-    EXPECT_EQ(Changunit_dBuvtodBm(107.04), 0.1) << "0.05 dBm and a hair";
-    EXPECT_EQ(Changunit_dBuvtodBm(100), -7);
+    Expect({{Changunit_dBmtodBmv(0), 46.9900016784668}, {Changunit_dBmtodBuv(0), 106.98999786376953},
+            {Changunit_dBmvtodBm(0), -47}, {Changunit_dBuvtodBm(107.04), 0.1, "0.05 dBm and a hair"},
+            {Changunit_dBuvtodBm(100), -7}});
     EXPECT_DOUBLE_EQ(Changunit_VoltstodBm(0.1), -6.989700043360187);
     EXPECT_EQ(Changunit_WattstodBm(0.0015), 1.8) << "1.76 dBm";
     impedance = 1;
     EXPECT_DOUBLE_EQ(Changunit_dBmtoVolts(0), 0.27386127875258304);
-    EXPECT_EQ(Changunit_dBmtodBmv(0), 48.750999450683594);
-    EXPECT_EQ(Changunit_dBmtodBuv(0), 108.7509994506836);
-    EXPECT_EQ(Changunit_dBmvtodBm(50), 1.2);
-    EXPECT_EQ(Changunit_dBuvtodBm(50), -58.8);
+    Expect({{Changunit_dBmtodBmv(0), 48.750999450683594}, {Changunit_dBmtodBuv(0), 108.7509994506836},
+            {Changunit_dBmvtodBm(50), 1.2}, {Changunit_dBuvtodBm(50), -58.8}});
     EXPECT_DOUBLE_EQ(Changunit_VoltstodBm(0.1), -8.750612633917);
     EXPECT_EQ(Changunit_WattstodBm(0.0015), 1.8) << "a power whatever the impedance";
 }
@@ -185,14 +173,12 @@ std::string Three_Digits(double dbm, int unit) {
 
 TEST(Number_Format, ThreeDigitsOfVoltsAndWatts) {
     const Amplitude amplitude(unit_dbm);
-    EXPECT_EQ(Three_Digits(0, unit_volt), "224 mV");
-    EXPECT_EQ(Three_Digits(-10, unit_volt), "70.7 mV");
-    EXPECT_EQ(Three_Digits(-30, unit_volt), "7.07 mV");
-    EXPECT_EQ(Three_Digits(Changunit_VoltstodBm(0.99996), unit_volt), "1.00 V");
-    EXPECT_EQ(Three_Digits(Changunit_VoltstodBm(0.0099996), unit_volt), "10.0 mV");
-    EXPECT_EQ(Three_Digits(-27, unit_watt), "2.00 uW");
-    EXPECT_EQ(Three_Digits(no_level, unit_volt), "0 V");
-    EXPECT_EQ(Three_Digits(no_level, unit_watt), "0 W");
+    Expect({{Three_Digits(0, unit_volt), "224 mV"}, {Three_Digits(-10, unit_volt), "70.7 mV"},
+            {Three_Digits(-30, unit_volt), "7.07 mV"},
+            {Three_Digits(Changunit_VoltstodBm(0.99996), unit_volt), "1.00 V"},
+            {Three_Digits(Changunit_VoltstodBm(0.0099996), unit_volt), "10.0 mV"},
+            {Three_Digits(-27, unit_watt), "2.00 uW"}, {Three_Digits(no_level, unit_volt), "0 V"},
+            {Three_Digits(no_level, unit_watt), "0 W"}});
 }
 
 std::string Frequency(double hertz, bool trim) {
@@ -202,15 +188,10 @@ std::string Frequency(double hertz, bool trim) {
 }
 
 TEST(Number_Format, ShownFrequenciesKeepTheirDigits) {
-    EXPECT_EQ(Frequency(433'920'000, false), "433.920 000 MHz");
-    EXPECT_EQ(Frequency(2e6, true), "2.000 MHz");
-    EXPECT_EQ(Frequency(2'000'001, true), "2.000 001 MHz");
-    EXPECT_EQ(Frequency(1'625'000'000, false), "1.625 000 000 GHz");
-    EXPECT_EQ(Frequency(999'999.7, true), "1.000 MHz");
-    EXPECT_EQ(Frequency(100, true), "100 Hz");
-    EXPECT_EQ(Frequency(0.4, true), "0 Hz");
-    EXPECT_EQ(Frequency(-0.4, true), "0 Hz");
-    EXPECT_EQ(Frequency(-1500, true), "-1.500 kHz");
+    Expect({{Frequency(433'920'000, false), "433.920 000 MHz"}, {Frequency(2e6, true), "2.000 MHz"},
+            {Frequency(2'000'001, true), "2.000 001 MHz"}, {Frequency(1'625'000'000, false), "1.625 000 000 GHz"},
+            {Frequency(999'999.7, true), "1.000 MHz"}, {Frequency(100, true), "100 Hz"}, {Frequency(0.4, true), "0 Hz"},
+            {Frequency(-0.4, true), "0 Hz"}, {Frequency(-1500, true), "-1.500 kHz"}});
 }
 
 TEST(Number_Format, ShownTimesAndBandwidths) {

@@ -77,13 +77,9 @@ TEST_F(Numeric_Entry, MinusTogglesUnlessBlocked) {
 }
 
 TEST_F(Numeric_Entry, UnitsScaleToWholeHertz) {
-    EXPECT_EQ(Confirmed("433.92", 1), 433'920'000);
-    EXPECT_EQ(keylink.load(), &page);
-    EXPECT_EQ(Confirmed("1.2345678", 3), 1);
-    EXPECT_EQ(Confirmed("1.5", 3), 2);
-    EXPECT_EQ(Confirmed("-2.5", 2), -2500);
-    EXPECT_EQ(Confirmed("200", 0), 103'300'050'000.0);
-    EXPECT_EQ(Confirmed("", 1), 0);
+    Expect({{Confirmed("433.92", 1), 433'920'000}, {keylink.load(), &page}, {Confirmed("1.2345678", 3), 1},
+            {Confirmed("1.5", 3), 2}, {Confirmed("-2.5", 2), -2500}, {Confirmed("200", 0), 103'300'050'000.0},
+            {Confirmed("", 1), 0}});
 }
 
 TEST_F(Numeric_Entry, ConfirmingLeavesNothingTypedBehind) {
@@ -148,9 +144,7 @@ TEST_F(Numeric_Entry, TimesReachTheirHandlerInSeconds) {
         Type(keys);
         sNumBase(key);
         EXPECT_DOUBLE_EQ(handed_on, seconds);
-        EXPECT_EQ(AllKeyVar.value, handed_on);
-        EXPECT_EQ(keylink.load(), &page);
-        EXPECT_EQ(AllKeyVar.count, 0);
+        Expect({{AllKeyVar.value, handed_on}, {keylink.load(), &page}, {AllKeyVar.count, 0}});
     }
 }
 

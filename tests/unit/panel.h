@@ -14,6 +14,7 @@
 #include <string_view>
 #include <utility>
 
+#include "expect.h"
 #include "keys/dispatch.h"
 #include "keys/key_codes.h"
 #include "keys/page.h"
@@ -31,19 +32,21 @@ inline void Type(std::string_view text) {
     for (const char c : text) Keypad_Exe(c);
 }
 
-/// Keys by their names, with blanks between them: hard keys as below, "f0" to "f6", "up", "down", "left", "right", "<" and
-/// ">" for a step of the knob, "<<" and ">>" for a fast one, "enter"; anything else is typed.
+/// Keys by their names, with blanks between them: hard keys as below, soft keys "f0" to "f6", arrows "up", "down", "left"
+/// and "right", "<" and ">" for a step of the knob, "<<" and ">>" for a fast one, "enter"; anything else is typed.
 inline void Keys(std::string_view text) {
     constexpr std::array<std::string_view, hard_keys> hard{
-        "FREQ", "SPAN", "AMPL", "AUTOSET", "BW",     "MEAS",   "TRACE",  "DISPLAY", "SWEEP", "EMC",  "LIMIT",  "TRIGGER",
-        "SINGLE", "FILE", "SAVE", "RECALL", "MARKER", "TO", "PEAK", "SEQUENCE", "MODE", "SYSTEM", "PRESET", "QUICK"};
+        "FREQ",   "SPAN", "AMPL",  "AUTOSET",  "BW",     "MEAS",   "TRACE",  "DISPLAY",
+        "SWEEP",  "EMC",  "LIMIT", "TRIGGER",  "SINGLE", "FILE",   "SAVE",   "RECALL",
+        "MARKER", "TO",   "PEAK",  "SEQUENCE", "MODE",   "SYSTEM", "PRESET", "QUICK"};
     constexpr std::pair<std::string_view, std::int32_t> others[] = {
         {"up", key_up}, {"down", key_down}, {"left", key_left}, {"right", key_right}, {"enter", key_enter},
-        {"<", key_knob_left_first}, {"<<", key_knob_left_last}, {">", key_knob_right_first}, {">>", key_knob_right_last}};
+        {"<", key_knob_left_first}, {"<<", key_knob_left_last}, {">", key_knob_right_first},
+        {">>", key_knob_right_last}};
     std::istringstream words{std::string(text)};
     for (std::string word; words >> word;) {
         const auto named = std::find(hard.begin(), hard.end(), word);
-        const auto other = std::find_if(std::begin(others), std::end(others), [&](auto& key) { return key.first == word; });
+        const auto other = std::ranges::find(others, word, [](const auto& key) { return key.first; });
         if (named != hard.end()) {
             Keypad_Exe(static_cast<std::int32_t>(named - hard.begin()));
         } else if (other != std::end(others)) {
@@ -93,8 +96,8 @@ struct Near {
     double value, tolerance;
 };
 
-/// A row of a walk: what is done, and what is to be seen after it: a number of the records, what a function gives, or the
-/// page.
+/// A row of a walk: what is done, and what is to be seen after it. That is a number of the records, what a function gives,
+/// or the page.
 struct Walk_Step {
     using Where = std::source_location;
     Walk_Action action;

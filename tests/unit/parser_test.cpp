@@ -203,21 +203,15 @@ TEST_F(Parser, AMessageRunsAtItsNewlineHoweverItIsCut) {
 TEST_F(Parser, WithoutNewlineAMessageWaitsForAnInputOfNoLength) {
     Send("*IDN?;*IDN?");
     EXPECT_TRUE(answers.empty());
-    EXPECT_EQ(SCPI_Input(scpi_context, "", 0), 1);
-    EXPECT_EQ(answers, Texts{"me;me\n"});
-    EXPECT_EQ(scpi_context.input.position, 0u);
+    Expect({{SCPI_Input(scpi_context, "", 0), 1}, {answers, Texts{"me;me\n"}}, {scpi_context.input.position, 0u}});
     EXPECT_NE(SCPI_RegGet(scpi_context, reg_stb) & stb_message_available, 0u);
     Send("*");
     EXPECT_EQ(SCPI_RegGet(scpi_context, reg_stb) & stb_message_available, 0u) << "new input takes the announcement back";
 }
 
 TEST_F(Parser, InputThatDoesNotFitIsDroppedWholeWithoutError) {
-    EXPECT_EQ(Send(std::string(500, ' ')), 0);
-    EXPECT_EQ(Send(std::string(12, ' ')), -1);
-    EXPECT_EQ(scpi_context.input.position, 500u);
-    EXPECT_EQ(Send("*IDN?      "), 0) << "511 bytes fit";
-    EXPECT_EQ(Send("\n"), -1);
-    EXPECT_EQ(Errors(), Codes{});
+    Expect({{Send(std::string(500, ' ')), 0}, {Send(std::string(12, ' ')), -1}, {scpi_context.input.position, 500u},
+            {Send("*IDN?      "), 0, "511 bytes fit"}, {Send("\n"), -1}, {Errors(), Codes{}}});
     SCPI_Input(scpi_context, "", 0);
     EXPECT_EQ(answers, Texts{"me\n"});
 }
@@ -297,9 +291,7 @@ TEST_F(Parser, ResultsAreSeparatedAndCutAtTheOutputsEnd) {
     answers.clear();
     Send(":DATA:FLO?\n*IDN?\n");
     ASSERT_EQ(answers.size(), 2u);
-    EXPECT_EQ(answers[0].size(), 9999u);
-    EXPECT_EQ(answers[1], "me\n");
-    EXPECT_EQ(Errors(), Codes{});
+    Expect({{answers[0].size(), 9999u}, {answers[1], "me\n"}, {Errors(), Codes{}}});
 }
 
 TEST_F(Parser, AMessageWithoutAnswerHandsItsStatusByteToTheUsbFileAlone) {
@@ -320,10 +312,8 @@ TEST_F(Parser, ClientsKeepTheirHalfMessagesApart) {
     EXPECT_EQ(ran, Texts{"7.000000 unit 0 base 10"});
     EXPECT_TRUE(answers.empty());
     SCPI_Receive(scpi_context, two, second, "N?\n*IDN?\n*I");
-    EXPECT_EQ(answers, (Texts{"me\n", "me\n"}));
-    EXPECT_EQ(scpi_user_context, two);
-    EXPECT_EQ(second.length, 2u);
-    EXPECT_EQ(scpi_context.input.position, 0u);
+    Expect({{answers, (Texts{"me\n", "me\n"})}, {scpi_user_context, two}, {second.length, 2u},
+            {scpi_context.input.position, 0u}});
 }
 
 TEST_F(Parser, ATooLongMessageIsForgottenAtItsNewlineAndAllOthersRun) {
@@ -375,10 +365,7 @@ TEST_F(Parser, WaitsEndWithTheSweepTheirClientOrTheHost) {
         EXPECT_EQ(Pending_Operation_Flag.load() + Pending_Operation_Flag_check.load(), 0);
         return asked;
     };
-    EXPECT_EQ(held_back(&sweeping), 3);
-    EXPECT_EQ(held_back(&leaving), 1);
-    EXPECT_EQ(held_back(&dark), 0);
-    EXPECT_EQ(held_back(nullptr), 0);
+    Expect({{held_back(&sweeping), 3}, {held_back(&leaving), 1}, {held_back(&dark), 0}, {held_back(nullptr), 0}});
 
     const auto query = [](const Scpi_Host* host) {
         asked = 0;

@@ -119,9 +119,7 @@ TEST_F(Peaks, ManyPeaksFillTheListsAndTheHighestTheTable) {
     for (std::size_t i = 0; i < trace_points; ++i) values[i] = i % 2 ? -40.0f - static_cast<float>(i) / 100 : -80;
     EXPECT_EQ(Found().size(), 300u);
     std::array<Peak_Row, table_peaks> rows;
-    EXPECT_EQ(Peak_Table_Rows(rows), 10);
-    EXPECT_EQ(rows[0].column, 1);
-    EXPECT_EQ(rows[9].column, 19);
+    Expect({{Peak_Table_Rows(rows), 10}, {rows[0].column, 1}, {rows[9].column, 19}});
     Walk({{"", Peak_Data.table_frequency[0][9], Freqs.start[0] + 19 * 60e6 / 601},
           {"", Peak_Data.table_level[9], -40, "cut toward zero"}, {{Set_Peak_Order, true}}});
     values[401] = -10;
@@ -154,16 +152,10 @@ TEST_F(Peaks, TheMarkerGoesFromPeakToPeak) {
     };
     EXPECT_EQ(column(Peak_Step::highest), 200);
     Walk({{"", Marker_Data.on[3][0], 1}, {"", Active_Marker, 3}});
-    EXPECT_EQ(column(Peak_Step::next), 300);
-    EXPECT_EQ(column(Peak_Step::next), 100);
-    EXPECT_EQ(column(Peak_Step::next), 400);
-    EXPECT_EQ(column(Peak_Step::next), 400) << "the lowest is the last";
-    EXPECT_EQ(column(Peak_Step::left), 300);
-    EXPECT_EQ(column(Peak_Step::left), 200);
-    EXPECT_EQ(column(Peak_Step::left), 100);
-    EXPECT_EQ(column(Peak_Step::left), 100);
-    EXPECT_EQ(column(Peak_Step::right), 200);
-    EXPECT_EQ(column(Peak_Step::lowest), 550);
+    Expect({{column(Peak_Step::next), 300}, {column(Peak_Step::next), 100}, {column(Peak_Step::next), 400},
+            {column(Peak_Step::next), 400, "the lowest is the last"}, {column(Peak_Step::left), 300},
+            {column(Peak_Step::left), 200}, {column(Peak_Step::left), 100}, {column(Peak_Step::left), 100},
+            {column(Peak_Step::right), 200}, {column(Peak_Step::lowest), 550}});
     Set_Marker_Type(3, true);
     EXPECT_EQ(column(Peak_Step::highest), 550) << "a delta marker stays";
     EXPECT_EQ(Marker_Data.delta_column[3][0], 200) << "and its partner goes";

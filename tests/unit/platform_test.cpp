@@ -10,6 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "expect.h"
 #include "platform/backlight.h"
 #include "platform/clock.h"
 #include "platform/dsp_link.h"
@@ -158,9 +159,7 @@ TEST_F(Seam, SteppedTimeWakesSleepersWhenTheirTimeHasCome) {
 
     platform::Step_Clock(24h);
     const std::tm calendar = platform::Wall_Clock();
-    EXPECT_EQ(calendar.tm_mday, 3);
-    EXPECT_EQ(calendar.tm_hour, 3);
-    EXPECT_EQ(calendar.tm_wday, 6);
+    Expect({{calendar.tm_mday, 3}, {calendar.tm_hour, 3}, {calendar.tm_wday, 6}});
 }
 
 TEST_F(Seam, SteppedSleepersStillEndOnAStop) {
@@ -207,23 +206,15 @@ TEST_F(Seam, AViewSeesStateAndPixelsOfALayerAndChangesNeither) {
     platform::Frame_Variable_Info variable;
     ASSERT_EQ(platform::Frame_Get_Fixed_Info(view, fixed), 0);
     ASSERT_EQ(platform::Frame_Get_Variable_Info(view, variable), 0);
-    EXPECT_EQ(fixed.line_length, 2400U);
-    EXPECT_EQ(fixed.memory_size, 1440000U);
-    EXPECT_EQ(variable.bits_per_pixel, 24U);
+    Expect({{fixed.line_length, 2400U}, {fixed.memory_size, 1440000U}, {variable.bits_per_pixel, 24U}});
 
-    EXPECT_EQ(platform::Frame_Enable_Window(layer, true), 0);
-    EXPECT_EQ(platform::Frame_Set_Position(layer, -5, 700), 0);
-    EXPECT_EQ(platform::Frame_Set_Blend_Factor(layer, 5), 0);
-    EXPECT_EQ(platform::Frame_Set_Background(layer, 0x123456), 0);
-    EXPECT_EQ(platform::Frame_Enable_Window(view, false), -1);
-    EXPECT_EQ(errno, EACCES);
+    Expect({{platform::Frame_Enable_Window(layer, true), 0}, {platform::Frame_Set_Position(layer, -5, 700), 0},
+            {platform::Frame_Set_Blend_Factor(layer, 5), 0}, {platform::Frame_Set_Background(layer, 0x123456), 0},
+            {platform::Frame_Enable_Window(view, false), -1}, {errno, EACCES}});
     platform::Frame_State state;
     ASSERT_EQ(platform::Frame_Get_State(view, state), 0);
-    EXPECT_EQ(state.enabled, 1U);
-    EXPECT_EQ(state.x, -5);
-    EXPECT_EQ(state.y, 700);
-    EXPECT_EQ(state.blend_factor, 5U);
-    EXPECT_EQ(state.background, 0x123456U);
+    Expect({{state.enabled, 1U}, {state.x, -5}, {state.y, 700}, {state.blend_factor, 5U},
+            {state.background, 0x123456U}});
 
     std::byte* pixels = platform::Frame_Map(layer, fixed.memory_size);
     std::byte* seen = platform::Frame_Map(view, fixed.memory_size);
@@ -252,10 +243,8 @@ TEST_F(Seam, ALayerRefusesWhatItsMemoryCantHold) {
     EXPECT_EQ(platform::Frame_Put_Variable_Info(layer, {400, 600, 16}), 0);
     platform::Frame_Fixed_Info fixed;
     ASSERT_EQ(platform::Frame_Get_Fixed_Info(layer, fixed), 0);
-    EXPECT_EQ(fixed.line_length, 800U);
-    EXPECT_EQ(platform::Frame_Close(layer), 0);
-    EXPECT_EQ(platform::Frame_Enable_Window(layer, true), -1);
-    EXPECT_EQ(errno, EBADF);
+    Expect({{fixed.line_length, 800U}, {platform::Frame_Close(layer), 0},
+            {platform::Frame_Enable_Window(layer, true), -1}, {errno, EBADF}});
 }
 
 TEST_F(Seam, AFrameFileOfAnotherMakeIsRefused) {
@@ -300,9 +289,7 @@ TEST_F(Seam, KeysArriveInOrderAndThePowerKeyHasItsOwnDevice) {
     ASSERT_GE(finger, 0);
     ASSERT_EQ(::write(finger, "\x05\xff", 2), 2);
     ::close(finger);
-    EXPECT_EQ(platform::Read_Key(keypad), 5);
-    EXPECT_EQ(platform::Read_Key(keypad), 255);
-    EXPECT_EQ(platform::Press_Power_Key(), 0);
+    Expect({{platform::Read_Key(keypad), 5}, {platform::Read_Key(keypad), 255}, {platform::Press_Power_Key(), 0}});
     EXPECT_TRUE(platform::Read_Key(power_key).has_value());
     platform::Close_Key_Device(keypad);
     platform::Close_Key_Device(power_key);

@@ -12,10 +12,8 @@ TEST_F(Raw_Socket, MessagesAreExecutedHoweverTheyAreCutAndClientsStayApart) {
     EXPECT_EQ(second.Ask("*IDN?\n"), "me\n");
     EXPECT_EQ(Remote_Flag, 1);
     ASSERT_TRUE(second.Send(":COUN"));
-    EXPECT_EQ(first.Ask("N?;:COUN?\r\n"), "me;1\n");
-    EXPECT_EQ(second.Ask("t?\n*IDN?\n"), "2\n");
-    EXPECT_EQ(second.Line(), "me\n");
-    EXPECT_EQ(first.Ask(":NONE\n:ERR?\n"), "-113\n");
+    Expect({{first.Ask("N?;:COUN?\r\n"), "me;1\n"}, {second.Ask("t?\n*IDN?\n"), "2\n"}, {second.Line(), "me\n"},
+            {first.Ask(":NONE\n:ERR?\n"), "-113\n"}});
     ASSERT_TRUE(first.Send("*RST\n"));
     EXPECT_TRUE(Eventually([] { return resets == 1; }));
 }
@@ -23,10 +21,8 @@ TEST_F(Raw_Socket, MessagesAreExecutedHoweverTheyAreCutAndClientsStayApart) {
 TEST_F(Raw_Socket, AMessageThatIsTooLongIsForgottenAndTheNextOnesExecuted) {
     const Connection client = Raw(), other = Raw();
     ASSERT_TRUE(client.Send(":SIL " + std::string(3000, 'x')));
-    EXPECT_EQ(other.Ask("*IDN?\n"), "me\n");
-    EXPECT_EQ(client.Ask("yy\n*IDN?\n"), "me\n");
-    EXPECT_EQ(client.Ask(":ERR?\n"), "0\n");
-    EXPECT_EQ(executed, 0);
+    Expect({{other.Ask("*IDN?\n"), "me\n"}, {client.Ask("yy\n*IDN?\n"), "me\n"}, {client.Ask(":ERR?\n"), "0\n"},
+            {executed, 0}});
     ASSERT_TRUE(client.Send(":LONG? 20000\n*IDN?\n"));
     EXPECT_EQ(client.Line(), std::string(scpi_output_size - 1, 'a') + "me\n") << "an answer is cut, its newline too";
 }
@@ -129,9 +125,7 @@ TEST_F(Remote_Wait, ThePageGoesOnWhileACommandWaitsAndOthersComeAfterIt) {
     EXPECT_TRUE(client.Silent() && other.Silent() && console.Silent());
     EXPECT_EQ(executed, 1);
     End_Sweep();
-    EXPECT_EQ(client.Line(), "1\n");
-    EXPECT_EQ(client.Line(), "2\n");
-    EXPECT_EQ(console.Receive(4), std::string("me\n\0", 4));
+    Expect({{client.Line(), "1\n"}, {client.Line(), "2\n"}, {console.Receive(4), std::string("me\n\0", 4)}});
     EXPECT_FALSE(other.Line().empty());
     EXPECT_EQ(executed, 4);
 }

@@ -66,7 +66,7 @@ protected:
     }
     void TearDown() override { DSP_Trace_Data = nullptr; }
 
-    /// Sweep, level, bandwidth, trace and marker settings of a new instrument on the frequency page, and a log of errors.
+    /// Sweep, level, bandwidth, trace and marker settings of a new instrument on the frequency page; a log of errors.
     void Factory_Settings() {
         root.Write("/var/log/error.log", "");
         Freqs_ArrayInit();

@@ -37,9 +37,7 @@ protected:
 TEST_F(Rs232_Ring, LinesComeOutAsTheyWentInRoundTheEnd) {
     for (int round = 0; round < 700; ++round) {
         Insert("ab\ncd\nef");
-        EXPECT_EQ(remote::RS232_Flag, 2 + (round > 0));
-        EXPECT_EQ(Remove(), "ab\n");
-        EXPECT_EQ(Remove(), "cd\n");
+        Expect({{remote::RS232_Flag, 2 + (round > 0)}, {Remove(), "ab\n"}, {Remove(), "cd\n"}});
         Insert("\n");
         EXPECT_EQ(Remove(), "ef\n");
         remote::RS232_Flag = 1;
@@ -72,9 +70,7 @@ TEST_F(Rs232_Ring, ALineLongerThanTheRingLosesItsBeginning) {
 }
 
 TEST(Rs232_Settings, UnknownBaudRatesAreTheFastest) {
-    EXPECT_EQ(remote::Baud_Rate(0), 300);
-    EXPECT_EQ(remote::Baud_Rate(5), 9600);
-    EXPECT_EQ(remote::Baud_Rate(8), 57600);
+    Expect({{remote::Baud_Rate(0), 300}, {remote::Baud_Rate(5), 9600}, {remote::Baud_Rate(8), 57600}});
     for (const int index : {9, 10, -1, 1 << 30}) EXPECT_EQ(remote::Baud_Rate(index), 115200) << index;
 }
 
@@ -167,9 +163,7 @@ TEST_F(Remote_Ports, UsbIsToldTheStatusByteAfterEveryMessage) {
     EXPECT_EQ(Packet(host), "<2:0>");
     SCPI_RegSet(scpi_context, reg_sre, stb_message_available);
     ASSERT_TRUE(host.Send(":COUN?\n"));
-    EXPECT_EQ(Packet(host), "2\n");
-    EXPECT_EQ(Packet(host), "<2:80>");
-    EXPECT_EQ(Packet(host), "<0:80>");
+    Expect({{Packet(host), "2\n"}, {Packet(host), "<2:80>"}, {Packet(host), "<0:80>"}});
     const Connection raw = Raw();
     EXPECT_EQ(raw.Ask("*IDN?\n"), "me\n");
     EXPECT_TRUE(host.Silent()) << "another interface's status changes are none of the host's requests";
@@ -205,11 +199,8 @@ TEST_F(Remote_Ports, ControllersComeAndGoAndOneThatNeverReadsHarmsNobody) {
 TEST_F(Remote_Ports, SerialLinesAreExecutedWhenTheirLineFeedComes) {
     const Connection terminal = Serial();
     for (const char* piece : {"*I", "DN", "?"}) ASSERT_TRUE(terminal.Send(piece));
-    EXPECT_EQ(terminal.Receive(1, 300), "");
-    EXPECT_EQ(terminal.Ask("\n"), "me\n");
-    EXPECT_EQ(terminal.Ask(":COUN?\r\n"), "1\n");
-    EXPECT_EQ(terminal.Ask("*IDN?;:COUN?\n:LONG? 9000\n"), "me;2\n");
-    EXPECT_EQ(terminal.Line(), std::string(9000, 'c') + '\n');
+    Expect({{terminal.Receive(1, 300), ""}, {terminal.Ask("\n"), "me\n"}, {terminal.Ask(":COUN?\r\n"), "1\n"},
+            {terminal.Ask("*IDN?;:COUN?\n:LONG? 9000\n"), "me;2\n"}, {terminal.Line(), std::string(9000, 'c') + '\n'}});
     ASSERT_TRUE(terminal.Send(std::string(900, 'x') + '\n'));
     EXPECT_EQ(terminal.Ask(":ERR?\n"), "0\n");
 }

@@ -19,16 +19,13 @@ protected:
 
 TEST_F(Scale, LevelsStandOnTheirRows) {
     const Row_Scale scale{};
-    EXPECT_EQ(dBmTOpixel(0, scale, true), 58);
-    EXPECT_EQ(dBmTOpixel(-10, scale, true), 103);
-    EXPECT_EQ(dBmTOpixel(-0.1, scale, true), 58) << "truncated toward the reference";
-    EXPECT_EQ(dBmTOpixel(-200, scale, true), 508);
-    EXPECT_EQ(dBmTOpixel(50, scale, true), 58);
-    EXPECT_EQ(dBmTOpixel(50, scale, false), 58 - 225);
-    EXPECT_EQ(dBmTOpixel(-15, {.code = 1, .reference = -10}, true), 103);
-    EXPECT_EQ(dBmTOpixel(-13, {.code = 2, .reference = -10}, true), 58 + 67);
-    EXPECT_EQ(dBmTOpixel(-13, {.code = 3, .reference = -10}, true), 58 + 135);
-    EXPECT_EQ(dBmTOpixel(std::nan(""), scale, true), 508);
+    Expect({{dBmTOpixel(0, scale, true), 58}, {dBmTOpixel(-10, scale, true), 103},
+            {dBmTOpixel(-0.1, scale, true), 58, "truncated toward the reference"}, {dBmTOpixel(-200, scale, true), 508},
+            {dBmTOpixel(50, scale, true), 58}, {dBmTOpixel(50, scale, false), 58 - 225},
+            {dBmTOpixel(-15, {.code = 1, .reference = -10}, true), 103},
+            {dBmTOpixel(-13, {.code = 2, .reference = -10}, true), 58 + 67},
+            {dBmTOpixel(-13, {.code = 3, .reference = -10}, true), 58 + 135},
+            {dBmTOpixel(std::nan(""), scale, true), 508}});
     Walk({{"", [&] { return Pixel2dBm(58); }, Near{0, 1e-9}}, {"", [&] { return Pixel2dBm(283); }, Near{-50, 0.2}}});
 }
 
@@ -43,12 +40,10 @@ TEST_F(Scale, TheLinearScaleEndsAtZeroVolts) {
     for (const double above : {-19.0, 30.0, 1e9, std::numeric_limits<double>::infinity()}) {
         EXPECT_EQ(dBmTOpixel(above, linear, true), 58) << above;
     }
-    EXPECT_EQ(dBmTOpixel(-20 + 20 * std::log10(2.0), linear, false), 58 - 450) << "lines go on above the top";
-    EXPECT_EQ(VoltsTOpixel(0.05, 0.1, linear, true), 283);
-    EXPECT_EQ(VoltsTOpixel(0, 0.1, linear, true), 508);
-    EXPECT_EQ(VoltsTOpixel(-0.1, 0.1, linear, true), 508);
-    EXPECT_EQ(VoltsTOpixel(0.2, 0.1, linear, false), 58 - 450);
-    EXPECT_EQ(dBm2pixel(-40, linear, true), 58 + 90) << "the logarithmic row all the same";
+    Expect({{dBmTOpixel(-20 + 20 * std::log10(2.0), linear, false), 58 - 450, "lines go on above the top"},
+            {VoltsTOpixel(0.05, 0.1, linear, true), 283}, {VoltsTOpixel(0, 0.1, linear, true), 508},
+            {VoltsTOpixel(-0.1, 0.1, linear, true), 508}, {VoltsTOpixel(0.2, 0.1, linear, false), 58 - 450},
+            {dBm2pixel(-40, linear, true), 58 + 90, "the logarithmic row all the same"}});
 }
 
 /// The table of rows against the voltage itself, at each row's edges, close around them and anywhere between.

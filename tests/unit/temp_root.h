@@ -1,5 +1,10 @@
 #pragma once
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -12,9 +17,10 @@ class Temp_Root {
   public:
     /// Deeper adds that many folders of a long name above the root.
     explicit Temp_Root(int deeper = 0) {
-        std::string name = (std::filesystem::temp_directory_path() / "kva720-test-XXXXXX").string();
-        if (::mkdtemp(name.data()) == nullptr)
-            std::abort();
+        static const bool cleared = Clear_Abandoned();
+        const std::string mine = prefix + std::to_string(::getpid()) + "-XXXXXX";
+        std::string name = (std::filesystem::temp_directory_path() / mine).string();
+        if (!cleared || ::mkdtemp(name.data()) == nullptr) std::abort();
         top_ = name;
         std::filesystem::path root = name;
         for (int i = 0; i < deeper; ++i)
@@ -47,5 +53,18 @@ class Temp_Root {
     const std::string& Top() const { return top_; }
 
   private:
+    static constexpr const char* prefix = "kva720-test-";
+
+    /// Takes away what tests left behind that crashed or were ended.
+    static bool Clear_Abandoned() {
+        std::error_code error;
+        for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path(), error)) {
+            const std::string name = entry.path().filename().string();
+            const int owner = name.starts_with(prefix) ? std::atoi(name.c_str() + std::strlen(prefix)) : 0;
+            if (owner > 0 && ::kill(owner, 0) != 0 && errno == ESRCH) std::filesystem::remove_all(entry.path(), error);
+        }
+        return true;
+    }
+
     std::string top_;
 };

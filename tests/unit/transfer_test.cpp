@@ -222,10 +222,8 @@ TEST_F(Transfer, FreeRunIsHandedOverBeforeTheSettings) {
           {"", Trace_Data[0].processed, 0}});
     const auto messages = core->Take();
     ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0][0], 9);
-    EXPECT_EQ(messages[0][1], trigger_free_run);
-    EXPECT_EQ(messages[1][0], 3);
-    EXPECT_EQ(core->Requests(), (Requests{{0, 0}}));
+    Expect({{messages[0][0], 9}, {messages[0][1], trigger_free_run}, {messages[1][0], 3},
+            {core->Requests(), (Requests{{0, 0}})}});
     LOOP_SetTrans_Var();
     EXPECT_TRUE(core->Requests().empty()) << "free sweeps need no interrupt";
 }

@@ -154,12 +154,10 @@ protected:
 };
 
 TEST_F(Addresses, TakeSeveralPoints) {
-    EXPECT_EQ(Address("192.168.1.10"), 0xc0a8010a);
-    EXPECT_EQ(Address("255.255.255.255"), 0xffffffff) << "fifteen characters";
-    EXPECT_EQ(Address("0.0.0.0"), 0);
-    EXPECT_EQ(Address(".0.0.1"), 1) << "a zero stands before the first point";
-    EXPECT_EQ(Address("10.0.0.19B"), 0x0a000001) << "backspace takes one character";
-    EXPECT_EQ(Address("1.2.BBB4.5.6.7"), 0x0e050607);
+    Expect({{Address("192.168.1.10"), 0xc0a8010a}, {Address("255.255.255.255"), 0xffffffff, "fifteen characters"},
+            {Address("0.0.0.0"), 0}, {Address(".0.0.1"), 1, "a zero stands before the first point"},
+            {Address("10.0.0.19B"), 0x0a000001, "backspace takes one character"},
+            {Address("1.2.BBB4.5.6.7"), 0x0e050607}});
     for (const char* bad : {"1.2.3", "1.2.3.4.5", "1.2.3.256", "1..2.3", "1.2.3.", "1234", "1.2.3.0004", "1"}) {
         EXPECT_EQ(Address(bad), -1) << bad;
         EXPECT_EQ(keylink.load(), &NumLink[11]);

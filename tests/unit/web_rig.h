@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "expect.h"
 #include "web/delta.h"
 #include "web/screen.h"
 

@@ -87,10 +87,8 @@ TEST(Web_Link, KeysReachTheInstrumentAndFollowItsRestart) {
     EXPECT_FALSE(link.Info());
     for (int start = 0; start < 2; ++start) {
         const Instrument instrument;
-        EXPECT_EQ(link.Press_Key(123), web::Key_Answer::taken);
-        EXPECT_EQ(last_key, 123);
-        EXPECT_EQ(link.Press_Power(), web::Key_Answer::taken);
-        EXPECT_EQ(powers, 1);
+        Expect({{link.Press_Key(123), web::Key_Answer::taken}, {last_key, 123},
+                {link.Press_Power(), web::Key_Answer::taken}, {powers, 1}});
         takes_keys = false;
         EXPECT_EQ(link.Press_Key(0), web::Key_Answer::refused);
         EXPECT_EQ(link.Trace(), "frequency_hz,level_dbm\n1.000,-20.000\n");
@@ -145,10 +143,8 @@ TEST(Web_Link, ALostKeyIsNotSentTwice) {
         keys += recv(socket, bytes, 1, MSG_WAITALL) == 1;  // and hangs up without an answer
     });
     web::Instrument_Link link;
-    EXPECT_EQ(link.Press_Key(1), web::Key_Answer::unreachable);
-    EXPECT_EQ(keys, 1);
-    EXPECT_EQ(link.Press_Key(2), web::Key_Answer::unreachable);
-    EXPECT_EQ(keys, 2);
+    Expect({{link.Press_Key(1), web::Key_Answer::unreachable}, {keys, 1},
+            {link.Press_Key(2), web::Key_Answer::unreachable}, {keys, 2}});
 }
 
 TEST(Web_Link, SilenceAndNonsenseEndInTime) {
@@ -374,12 +370,9 @@ TEST(Web_Server, OnlyItsOwnPageAndProgramsPressKeys) {
         EXPECT_EQ(Status(Ask(port, std::string("POST /key/") + code)), 400) << code;
     EXPECT_EQ(keys_taken + powers, 0);
 
-    EXPECT_EQ(Status(Ask(port, "POST /key/38", "Host: " + own + "\r\nOrigin: http://" + own + "\r\n")), 204);
-    EXPECT_EQ(last_key, 38);
-    EXPECT_EQ(Status(Ask(port, "POST /key/0", "Content-Length: 3000\r\n", std::string(3000, 'x'))), 204);
-    EXPECT_EQ(last_key, 0);
-    EXPECT_EQ(Status(Ask(port, "POST /power")), 204);
-    EXPECT_EQ(powers, 1);
+    Expect({{Status(Ask(port, "POST /key/38", "Host: " + own + "\r\nOrigin: http://" + own + "\r\n")), 204},
+            {last_key, 38}, {Status(Ask(port, "POST /key/0", "Content-Length: 3000\r\n", std::string(3000, 'x'))), 204},
+            {last_key, 0}, {Status(Ask(port, "POST /power")), 204}, {powers, 1}});
     takes_keys = false;
     EXPECT_EQ(Status(Ask(port, "POST /key/1")), 503);
     EXPECT_NE(Ask(port, "GET /trace.csv").find("\r\n\r\nfrequency_hz,level_dbm\n1.000,-20.000\n"), std::string::npos);

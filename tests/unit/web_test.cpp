@@ -52,12 +52,9 @@ TEST(Web_Screen, LayersLieOverEachOtherAtTheirPlaces) {
     const std::array layers{video.As_Layer(false), osd.As_Layer(true)};
     web::Compose(0xabcdef, layers, 100, screen);
     EXPECT_EQ(Pixel(screen, 0, 19), 0x000000u);  // video hides the ground also where it is black
-    EXPECT_EQ(Pixel(screen, 749, 20), 0x102030u);
-    EXPECT_EQ(Pixel(screen, 750, 20), 0xff0000u);
-    EXPECT_EQ(Pixel(screen, 751, 20), 0x102030u);
-    EXPECT_EQ(Pixel(screen, 799, 20), 0x00ff08u);
-    EXPECT_EQ(Pixel(screen, 0, 21), 0x000000u);
-    EXPECT_EQ(Pixel(screen, 752, 21), 0x848284u);
+    Expect({{Pixel(screen, 749, 20), 0x102030u}, {Pixel(screen, 750, 20), 0xff0000u},
+            {Pixel(screen, 751, 20), 0x102030u}, {Pixel(screen, 799, 20), 0x00ff08u}, {Pixel(screen, 0, 21), 0x000000u},
+            {Pixel(screen, 752, 21), 0x848284u}});
 
     auto off = layers;
     off[0].state.enabled = 0;
@@ -161,9 +158,7 @@ TEST(Web_Screen, AStateThatCannotBeIsLeftOut) {
     shifted.state.x = -799;
     shifted.state.y = -599;
     web::Compose(0x123456, std::span(&shifted, 1), 100, screen);
-    EXPECT_EQ(Pixel(screen, 0, 0), 0u);
-    EXPECT_EQ(Pixel(screen, 1, 0), 0x123456u);
-    EXPECT_EQ(Pixel(screen, 0, 1), 0x123456u);
+    Expect({{Pixel(screen, 0, 0), 0u}, {Pixel(screen, 1, 0), 0x123456u}, {Pixel(screen, 0, 1), 0x123456u}});
 }
 
 TEST(Web_Screen, PngHoldsEveryPixel) {
@@ -277,11 +272,9 @@ TEST(Web_Order, MessagesThatAreNoneSayWhy) {
         EXPECT_EQ(order.status, 400) << bad;
         EXPECT_STRNE(order.fault, "") << bad;
     }
-    EXPECT_EQ(web::Parse_Message(std::string(1024, '[')).act, Act::none);
-    EXPECT_EQ(web::Parse_Post("/power/", "").status, 404);
-    EXPECT_EQ(web::Parse_Post("/set/center/", "1").status, 400);
-    EXPECT_EQ(web::Parse_Post("/set/", "1").status, 400);
-    EXPECT_EQ(web::Parse_Post("/set/reference", "-20").value, -20);
+    Expect({{web::Parse_Message(std::string(1024, '[')).act, Act::none}, {web::Parse_Post("/power/", "").status, 404},
+            {web::Parse_Post("/set/center/", "1").status, 400}, {web::Parse_Post("/set/", "1").status, 400},
+            {web::Parse_Post("/set/reference", "-20").value, -20}});
 }
 
 // ---- Frames of a viewer

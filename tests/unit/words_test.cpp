@@ -125,12 +125,9 @@ TEST_F(Words, NumbersKeepTheirBytesThatAreNotZero) {
 TEST_F(Words, TwoChoicesHaveABoxOfTheirOwn) {
     Read(std::u16string(heading) + u"!\r\n56,7,12,2,12,3,ABC\r\n57,7,12,2,12,3,ABC\r\n"
                                    u"58,7,12,2,12,12,WWWWWWWWWWWW\r\n");
-    EXPECT_EQ(select_words[56].row_length, label_width);
-    EXPECT_EQ(select_words[56].x, 7);
-    EXPECT_EQ(select_words[57].row_length, 3 * 15);
-    EXPECT_EQ(select_words[57].x, 0);
-    EXPECT_EQ(select_words[57].y, 18);
-    EXPECT_EQ(select_words[58].row_length, label_width) << "never longer than a row";
+    Expect({{select_words[56].row_length, label_width}, {select_words[56].x, 7}, {select_words[57].row_length, 3 * 15},
+            {select_words[57].x, 0}, {select_words[57].y, 18},
+            {select_words[58].row_length, label_width, "never longer than a row"}});
     const Choice_Word& word = select_words[56];
     EXPECT_EQ(word.characters, 3);
     EXPECT_EQ(word.position[0], 7);
