@@ -1,9 +1,9 @@
 // Sweeps through readadc and nothing else, for programs that count instructions: points TRACES SWEEPS [MODE]. MODE is
 // write, max, min, log, voltage, power (averages) or math; by default write. Nothing is drawn.
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <random>
 #include <string_view>
 #include <vector>
 
@@ -19,11 +19,14 @@ namespace {
 
 using namespace platform;
 
+/// Levels around -70 dBm, made with few instructions.
 std::vector<double> Samples() {
     std::vector<double> memory(sample_memory_elements);
-    std::mt19937 random(1);
-    std::normal_distribution<double> noise(-70, 8);
-    for (std::size_t i = 0; i < quasi_peak_samples; ++i) memory[i] = noise(random);
+    std::uint32_t random = 1;
+    for (std::size_t i = 0; i < quasi_peak_samples; ++i) {
+        random = random * 1664525 + 1013904223;
+        memory[i] = -84 + static_cast<double>(random >> 16) * (28.0 / 65536);
+    }
     return memory;
 }
 
@@ -52,7 +55,7 @@ int main(int argc, char** argv) {
     Freqs_ArrayInit();
     Amp_ArrayInit();
     Init_Trace_Data();
-    const bool counts = shown >= 1 && shown <= traces && sweeps >= 1;
+    const bool counts = shown >= 1 && shown <= traces && sweeps >= 0;
     if (!counts || !Take_Mode(argc > 3 ? argv[3] : "write", static_cast<std::size_t>(shown))) {
         std::fprintf(stderr, "points TRACES SWEEPS [write|max|min|log|voltage|power|math]\n");
         return 2;
