@@ -37,6 +37,9 @@
 #include "system/status_icons.h"
 #include "sweep/transfer.h"
 #include "system/system.h"
+#include "trace/level_lines.h"
+#include "trace/limit_display.h"
+#include "trace/marker_display.h"
 #include "trace/trigger_wait.h"
 
 namespace {
@@ -60,6 +63,9 @@ void End_Start_Pictures() {
     display::Clear(fbOsd0, {205, 193, 210, 180});
     fb_init(fbOsd0, "/dev/fb/0", screen_width, screen_height, 16);
     window_display(fbOsd0);
+    Draw_Limit_Lines();
+    Draw_Level_Lines();
+    Redraw_Symbols();
     systeminit.store(0, std::memory_order_release);
     Detect_USB_STATE_FILE();
 }

@@ -84,8 +84,9 @@ bool Answers(const Mapped_Program& program, const std::string& universal) {
     return status == RPC_SUCCESS;
 }
 
-bool Set(const Mapped_Program& program, const char* network, sockaddr_in address) {
+bool Set(const Mapped_Program& program, const char* network, sockaddr_in address, bool taken) {
     const Netconfig entry = Network(network);
+    if (entry && taken) rpcb_unset(program.number, program.version, entry.get());
     const netbuf where{sizeof address, sizeof address, &address};
     return entry && rpcb_set(program.number, program.version, entry.get(), &where);
 }
@@ -110,20 +111,15 @@ Mapping Register_Ports(std::span<const Mapped_Program> programs, const sockaddr_
     }
     for (const Mapped_Program& program : programs) {
         const auto there = list.Find(program, "tcp");
-        if (there && Answers(program, *there)) return Mapping::of_another;
-    }
-    for (const Mapped_Program& program : programs) {
-        if (list.Find(program, "tcp") || list.Find(program, "udp")) {
-            rpcb_unset(program.number, program.version, nullptr);
-        }
+        if (there && *there != Universal(tcp) && Answers(program, *there)) return Mapping::of_another;
     }
     for (const auto& [network, address] : {std::pair("udp", &udp), std::pair("tcp", &tcp)}) {
         for (const Mapped_Program& program : programs) {
-            if (!Set(program, network, *address)) {
-                Refuse(program, network, quiet);
-                Withdraw_Ports(programs, udp, tcp);
-                return Mapping::failed;
-            }
+            const auto there = list.Find(program, network);
+            if (there == Universal(*address) || Set(program, network, *address, there.has_value())) continue;
+            Refuse(program, network, quiet);
+            Withdraw_Ports(programs, udp, tcp);
+            return Mapping::failed;
         }
     }
     return Mapping::registered;

@@ -18,7 +18,8 @@ struct Mapped_Program {
 enum class Mapping { registered, of_another, failed };
 
 /// Registers the programs, first all over UDP, then over TCP. What servers that have gone have left there is taken away
-/// before; where one still answers, nothing is changed. A failure is told on standard error, unless quiet.
+/// before; where one still answers, nothing is changed. What is registered already stays. A failure is told on standard
+/// error, unless quiet.
 Mapping Register_Ports(std::span<const Mapped_Program> programs, const sockaddr_in& udp, const sockaddr_in& tcp,
                        bool quiet);
 

@@ -5,9 +5,11 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -28,13 +30,19 @@ namespace {
 constexpr std::array<Mapped_Program, 3> programs{{{DEVICE_ASYNC, DEVICE_ASYNC_VERSION, "DEVICE_ASYNC"},
                                                   {DEVICE_CORE, DEVICE_CORE_VERSION, "DEVICE_CORE"},
                                                   {DEVICE_INTR, DEVICE_INTR_VERSION, "DEVICE_INTR"}}};
-constexpr std::chrono::seconds retry_gap{10};
+constexpr std::chrono::seconds look_gap{10};
 
 std::atomic<const char*> state{"starting"};
 
+struct Served_Ports {
+    sockaddr_in udp, tcp;
+};
+std::mutex served_mutex;
+std::optional<Served_Ports> served;  ///< those that the port mapper should know; under served_mutex
+
 // Of the thread that watches, and of the one that joins after it.
 std::thread vxi_thread;
-std::optional<platform::Duration> last_start;
+std::optional<platform::Duration> last_look;
 
 sockaddr_in Name_Of(int socket) {
     sockaddr_in name{};
@@ -68,8 +76,37 @@ private:
     std::string path_;
 };
 
+void Show(Mapping mapping) { state.store(mapping == Mapping::registered ? "on" : "off"); }
+
+/// False when the server is to end.
+bool Register(const Served_Ports& ports, bool quiet) {
+    const Mapping mapping = Register_Ports(programs, ports.udp, ports.tcp, quiet);
+    if (mapping == Mapping::of_another) {
+        std::fprintf(stderr, "another instrument is registered for VXI-11; this one listens at port %d unregistered\n",
+                     ntohs(ports.tcp.sin_port));
+    }
+    if (mapping == Mapping::failed) return false;
+    const std::lock_guard guard(served_mutex);
+    served = ports;
+    Show(mapping);
+    return true;
+}
+
+/// A port mapper that was started anew has forgotten everything, and another instrument may have ended.
+void Look_At_Registration() {
+    const std::lock_guard guard(served_mutex);
+    if (served) Show(Register_Ports(programs, served->udp, served->tcp, true));
+}
+
+void Withdraw() {
+    const std::lock_guard guard(served_mutex);
+    if (served) Withdraw_Ports(programs, served->udp, served->tcp);
+    served.reset();
+}
+
 void Serve_Once(bool quiet) {
     vxi_server(platform::Network().address, true, quiet);
+    Withdraw();
     state.store("off");
     VXI11_Start.store(0, std::memory_order_release);
 }
@@ -88,47 +125,35 @@ bool vxi_server(const std::string& address, bool mapped, bool quiet) {
         close(udp);
         return false;
     }
-    const sockaddr_in udp_name = Name_Of(udp), tcp_name = Name_Of(tcp);
     const auto server = std::make_unique<Vxi11_Server>(tcp, udp);
-    const Mapping mapping = mapped ? Register_Ports(programs, udp_name, tcp_name, quiet) : Mapping::of_another;
-    if (mapping == Mapping::failed) return false;
-    if (mapping == Mapping::registered) state.store("on");
-    if (mapping == Mapping::of_another) {
-        state.store("off");
-        if (mapped) {
-            std::fprintf(stderr, "another instrument is registered for VXI-11; this one listens at %s unregistered\n",
-                         Bound_Address(tcp).c_str());
-        }
-    }
+    if (mapped && !Register({Name_Of(udp), Name_Of(tcp)}, quiet)) return false;
     const Port_File file(tcp, udp);
     const bool stopped = server->Run();
     if (!stopped) std::fprintf(stderr, "svc_run returned\n");
-    if (mapping == Mapping::registered) Withdraw_Ports(programs, udp_name, tcp_name);
     return stopped;
 }
 
 void Watch_Vxi11(bool link_up) {
-    if (!platform::Network().vxi11 || !link_up) {
-        if (!VXI11_Start.load(std::memory_order_acquire)) state.store("off");
-        return;
-    }
+    const bool runs = VXI11_Start.load(std::memory_order_acquire) != 0;
+    if (!runs && (!link_up || !platform::Network().vxi11)) return state.store("off");
     const platform::Duration now = platform::Now();
-    if (VXI11_Start.load(std::memory_order_acquire) || (last_start && now - *last_start < retry_gap)) return;
+    if (last_look && now - *last_look < look_gap) return;
+    const bool again = std::exchange(last_look, now).has_value();
+    if (runs) return Look_At_Registration();
     if (vxi_thread.joinable()) vxi_thread.join();
     VXI11_Start.store(1, std::memory_order_release);
     try {
-        vxi_thread = std::thread(Serve_Once, last_start.has_value());
+        vxi_thread = std::thread(Serve_Once, again);
     } catch (const std::system_error& failure) {
         std::fprintf(stderr, "VXI-11 is off: %s\n", failure.what());
         state.store("off");
         VXI11_Start.store(0, std::memory_order_release);
     }
-    last_start = now;
 }
 
 void Stop_Vxi11() {
     if (vxi_thread.joinable()) vxi_thread.join();
-    last_start.reset();
+    last_look.reset();
     state.store("starting");
 }
 

@@ -5,8 +5,8 @@
 namespace remote {
 
 /// Starts the server's thread where it doesn't run, unless the network settings leave VXI-11 off. A start that has
-/// failed is tried again after 10 s, then without a word. Called again and again by the LAN watcher, while there is a
-/// link or not.
+/// failed is tried again after 10 s, then without a word; a server that runs is registered again where it has to be.
+/// Called again and again by the LAN watcher, while there is a link or not.
 void Watch_Vxi11(bool link_up);
 
 /// Waits for the thread, after the stop has been requested.

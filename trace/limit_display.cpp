@@ -8,7 +8,6 @@
 #include "palette.h"
 #include "records/freqs.h"
 #include "records/function.h"
-#include "records/sys.h"
 #include "trace/level_lines.h"
 #include "trace/limit_edit.h"
 #include "trace/limit_lines.h"

@@ -290,6 +290,9 @@ def start_without_port_mapper(build):
         with port_mapper():
             await_that("no VXI-11 beside a port mapper", registered)
             expect_same(lxi("scpi", "-a", HOST, "*TST?"), "0\n", "an answer")
+            known = registered()
+        with port_mapper():
+            await_that("a new port mapper doesn't know it", lambda: registered() == known)
             expect_same(log_of(instrument), log, "the log")
 
 

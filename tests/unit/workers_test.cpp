@@ -1,6 +1,7 @@
 #include "app/workers.h"
 
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 #include <fcntl.h>
@@ -10,6 +11,7 @@
 
 #include "display/layers.h"
 #include "records_fixture.h"
+#include "trace/level_lines.h"
 #include "virtual_board/devices.h"
 
 namespace {
@@ -78,6 +80,8 @@ TEST_F(Workers, KeysOfTheStartUpAndTheFirstAfterItAreThrownAway) {
 TEST_F(Workers, StartUpPicturesFollowOneAnotherAndGiveTheScreenFree) {
     virtual_board::Make_Frame_Devices();
     fb_init(fbOsd0, "/dev/fb/0", screen_width, screen_height, 16);
+    Display_Data.line_shown = 1;
+    Draw_Level_Lines();
     testing::internal::CaptureStderr();
     systeminit = 1;
     Start_Worker(Worker::check);
@@ -96,6 +100,9 @@ TEST_F(Workers, StartUpPicturesFollowOneAnotherAndGiveTheScreenFree) {
         expected += std::string("picture ") + name + ".jpg cannot be opened\n";
     }
     EXPECT_EQ(testing::internal::GetCapturedStderr(), expected);
+    std::uint16_t pixel = 0;
+    std::memcpy(&pixel, fbOsd0.memory + 283 * fbOsd0.line + 310 * 2, sizeof pixel);
+    EXPECT_NE(pixel, 0) << "the display line where the pictures stood";
     fb_free(fbOsd0);
     virtual_board::Remove_Frame_Devices();
 }
