@@ -1,30 +1,14 @@
-#include <algorithm>
 #include <cstring>
-#include <vector>
 
 #include "commands_rig.h"
 #include "display/layers.h"
 #include "files/state.h"
 #include "keys/handlers.h"
 #include "keys/information_screen.h"
-#include "keys/key_codes.h"
-#include "panel.h"
 #include "platform/sample_memory.h"
-#include "records/amp.h"
-#include "records/display.h"
-#include "records/freqs.h"
-#include "records/function.h"
-#include "records/handover.h"
-#include "records/keystate.h"
-#include "sweep/amplitude.h"
-#include "sweep/bandwidth.h"
 #include "sweep/dependants.h"
-#include "sweep/frequency.h"
-#include "system/preset.h"
 #include "system/settings.h"
-#include "trace/acquisition.h"
 #include "trace/display_line.h"
-#include "trace/markers.h"
 #include "trace/plot.h"
 #include "trace/split.h"
 #include "trace/trace_settings.h"
@@ -32,8 +16,6 @@
 #include "virtual_board/devices.h"
 
 namespace {
-
-constexpr std::int32_t soft(int key) { return key_soft_first + key; }
 
 /// The display's pages, commands and lines, on layers of the test's own.
 class Display : public Commands {
@@ -76,24 +58,13 @@ protected:
 };
 
 TEST_F(Display, TheLineIsTypedSteppedAndSwitched) {
-    Press({key_display, soft(2)});
-    EXPECT_EQ(Display_Data.line_shown, 0) << "the first press selects";
-    EXPECT_EQ(Value(2), "-50.00 dBm");
-    Type("-20.5");
-    Press({soft(0)});
+    Walk({{"DISPLAY f2", Display_Data.line_shown, 0, "the first press selects"}, {"", Says(2), "-50.00 dBm"},
+          {"-20.5 f0"}});
     EXPECT_EQ(Ask("DISP:TRAC:Y:DLIN?;DLIN:STAT?"), "-2.050000000e+01;1") << "a level switches it on";
-    Press({key_up, key_knob_left_last});
-    EXPECT_EQ(Display_Data.line_level, -13.5) << "a division up, three steps down";
-    Press({soft(2)});
-    EXPECT_EQ(Display_Data.line_shown, 0);
-    EXPECT_EQ(Face(2).chosen, 1);
-    Press({key_up});
-    EXPECT_EQ(Display_Data.line_shown, 1);
-    Amp.unit = unit_watt;
-    Press({soft(2)});
-    Type("1");
-    Press({soft(1)});
-    EXPECT_EQ(Display_Data.line_level, 0) << "a milliwatt";
+    Walk({{"up <<", Display_Data.line_level, -13.5, "a division up, three steps down"},
+          {"f2", Display_Data.line_shown, 0}, {"", [&] { return Face(2).chosen; }, 1},
+          {"up", Display_Data.line_shown, 1}, {[] { Amp.unit = unit_watt; }},
+          {"f2 1 f1", Display_Data.line_level, 0, "a milliwatt"}});
 }
 
 TEST_F(Display, CommandsOfTheLine) {
@@ -120,36 +91,24 @@ TEST_F(Display, CommandsOfTheLine) {
 }
 
 TEST_F(Display, TheLineStandsWhereItsLevelIs) {
-    Set_Display_Line(2, -50);
-    EXPECT_EQ(Lines(), Rows{58 + 225});
-    Set_Reflevel(2, -20);
-    EXPECT_EQ(Lines(), Rows{58 + 135});
-    display_scale(2, 5);
-    EXPECT_EQ(Lines(), Rows{58 + 270});
-    Set_ReflevelOffset(2, 10);
-    EXPECT_EQ(Lines(), Rows{58 + 360}) << "the top is -10 dBm now, the line stays at -50";
-    Set_Amplitude_Unit(unit_dbuv);
-    EXPECT_EQ(Lines(), Rows{58 + 360});
-    Set_ReflevelOffset(2, 0);
-    Set_Reflevel(2, -44);
-    Set_Linear_Scale(true);
-    EXPECT_EQ(Lines(), Rows{58 + 224}) << "half the voltage: 6 dB below the top";
-    Set_Linear_Scale(false);
+    Walk({{{Set_Display_Line, -50}, [&] { return Lines(); }, Rows{58 + 225}},
+          {{Set_Reflevel, -20}, [&] { return Lines(); }, Rows{58 + 135}},
+          {{display_scale, 5}, [&] { return Lines(); }, Rows{58 + 270}},
+          {{Set_ReflevelOffset, 10}, [&] { return Lines(); }, Rows{58 + 360},
+           "the top is -10 dBm now, the line stays at -50"},
+          {{Set_Amplitude_Unit, unit_dbuv}, [&] { return Lines(); }, Rows{58 + 360}}, {{Set_ReflevelOffset, 0}},
+          {{Set_Reflevel, -44}},
+          {{Set_Linear_Scale, true}, [&] { return Lines(); }, Rows{58 + 224}, "half the voltage: 6 dB below the top"},
+          {{Set_Linear_Scale, false}}});
     for (const double beyond : {-43.0, -95.0}) {
         Set_Display_Line(2, beyond);
         EXPECT_EQ(Lines(), Rows{}) << beyond;
     }
-    Set_Reflevel(2, 0);
-    display_scale(2, 10);
-    Set_Display_Line(2, -100);
-    EXPECT_EQ(Lines(), Rows{508}) << "the lowest row";
-    Set_Marker_Table(true);
-    EXPECT_EQ(Lines(), Rows{358});
-    Set_Split(split_active);
-    EXPECT_EQ(Lines(), (Rows{258, 532})) << "both halves";
-    Set_Split(split_none);
-    Set_Display_Line_State(false);
-    EXPECT_EQ(Lines(), Rows{});
+    Walk({{{Set_Reflevel, 0}}, {{display_scale, 10}},
+          {{Set_Display_Line, -100}, [&] { return Lines(); }, Rows{508}, "the lowest row"},
+          {{Set_Marker_Table, true}, [&] { return Lines(); }, Rows{358}},
+          {{Set_Split, split_active}, [&] { return Lines(); }, (Rows{258, 532}), "both halves"},
+          {{Set_Split, split_none}}, {{Set_Display_Line_State, false}, [&] { return Lines(); }, Rows{}}});
 }
 
 TEST_F(Display, LinesAndMarkersLeaveNoGapsInEachOther) {
@@ -161,25 +120,18 @@ TEST_F(Display, LinesAndMarkersLeaveNoGapsInEachOther) {
     Level_Scale_Changed();
     Ask("DISP:TRAC1:MODE:MAXH -47");
     const Rows both{58 + 211, 58 + 216};
-    EXPECT_EQ(Lines(), both);
-    Set_Marker_Place(0, 1e9);
+    Walk({{"", [&] { return Lines(); }, both}, {[] { Set_Marker_Place(0, 1e9); }}});
     const auto symbol = [] {
         int pixels = 0;
         const int x = 10 + Marker_Data.column[0][0];
         for (int y = 58 + 220 - 22; y < 58 + 220; ++y) pixels += Pixel(x, y) != 0;
         return pixels;
     };
-    EXPECT_EQ(symbol(), 22);
-    EXPECT_EQ(Lines(), both);
-    Set_Marker_Place(0, 2e9);
-    EXPECT_EQ(Lines(), both) << "where the marker stood";
-    Set_Display_Line(2, -10);
-    EXPECT_EQ(symbol(), 22) << "where the line stood";
-    Set_Trace_Mode(0, trace_view);
-    Set_Display_Line(2, -48);
-    Marker_All_Off();
-    EXPECT_EQ(Lines(), Rows{58 + 216});
-    Set_Marker_Place(0, 1e9);
+    Walk({{"", [&] { return symbol(); }, 22}, {"", [&] { return Lines(); }, both},
+          {[] { Set_Marker_Place(0, 2e9); }, [&] { return Lines(); }, both, "where the marker stood"},
+          {{Set_Display_Line, -10}, [&] { return symbol(); }, 22, "where the line stood"},
+          {[] { Set_Trace_Mode(0, trace_view); }}, {{Set_Display_Line, -48}},
+          {Marker_All_Off, [&] { return Lines(); }, Rows{58 + 216}}, {[] { Set_Marker_Place(0, 1e9); }}});
     EXPECT_EQ(Errors("CALC:LIM1:DATA 0,-30,3.25e9,-30"), None());
     Enter_Information_Screen();
     for (int y = 58; y <= 508; ++y) EXPECT_EQ(Pixel(10 + Marker_Data.column[0][0], y), 0) << "a list stands there";
@@ -195,9 +147,7 @@ TEST_F(Display, PresetAndStateFileKnowTheLine) {
     EXPECT_EQ(Ask("DISP:TRAC:Y:DLIN?;DLIN:STAT?"), "-5.000000000e+01;0");
     EXPECT_EQ(Lines(), Rows{});
     ASSERT_TRUE(Recall_Lostate_ForLocal("/mnt/nand/state.sta", 0));
-    Ext_Frame();
-    EXPECT_EQ(Display_Data.line_level, -33.5);
-    EXPECT_EQ(Lines(), Rows{58 + 150});
+    Walk({{Ext_Frame, Display_Data.line_level, -33.5}, {"", [&] { return Lines(); }, Rows{58 + 150}}});
 }
 
 TEST_F(Display, ADarkScreenIsNotDrawnOnAndComesBackAsThingsAre) {
@@ -207,11 +157,8 @@ TEST_F(Display, ADarkScreenIsNotDrawnOnAndComesBackAsThingsAre) {
     EXPECT_EQ(Ask("DISP:ENAB OFF;:DISP:ENAB?"), "0");
     Trace_Data[0].value[0].fill(-60);
     Level_Scale_Changed();
-    Set_Marker_Place(0, 1e9);
-    EXPECT_EQ(Video(), before);
-    EXPECT_EQ(Lines(), Rows{});
-    EXPECT_EQ(Ask("CALC:MARK1:Y?"), "-6.000000000e+01") << "readings go on";
-    Ask("DISP:ENAB ON");
+    Walk({{[] { Set_Marker_Place(0, 1e9); }, [&] { return Video(); }, before}, {"", [&] { return Lines(); }, Rows{}}});
+    Talk({{"CALC:MARK1:Y?", "-6.000000000e+01", "readings go on"}, {"DISP:ENAB ON"}});
     EXPECT_NE(Video(), before);
     EXPECT_NE(Pixel(10 + Marker_Data.column[0][0], 58 + 270 - 1), 0) << "the marker's tip";
     Press({key_display, soft(4)});
@@ -226,8 +173,7 @@ TEST_F(Display, BrightnessByCommand) {
         EXPECT_EQ(Errors(message), None());
         EXPECT_EQ(Display_Data.brightness, percent);
     }
-    Ask("DISP:BRIG 55;:SYST:PRES");
-    EXPECT_EQ(Ask("DISP:BRIG?"), "55") << "outlives the preset";
+    Talk({{"DISP:BRIG 55;:SYST:PRES"}, {"DISP:BRIG?", "55", "outlives the preset"}});
 }
 
 TEST_F(Display, LockedKeysAndKnobLeadToTheKeyThatFreesThem) {
@@ -239,17 +185,10 @@ TEST_F(Display, LockedKeysAndKnobLeadToTheKeyThatFreesThem) {
     FreqLink[0].highlight = 0;
     AllKeyVar.unit_type = '1';
     const double center = Freqs.center[0];
-    Press({key_knob_right_last, key_up, '5'});
-    EXPECT_EQ(Freqs.center[0], center);
-    EXPECT_EQ(keylink.load(), &FreqLink[0]);
-    Press({soft(3)});
-    EXPECT_EQ(keylink.load(), &DisplayLink[0]);
-    Press({soft(5)});
-    EXPECT_EQ(Display_Data.key_lock, 0);
+    Walk({{">> up 5", Freqs.center[0], center}, {"", FreqLink[0]}, {"f3", DisplayLink[0]},
+          {"f5", Display_Data.key_lock, 0}});
     EXPECT_FALSE(Greyed_Out(DisplayLink[0], 2));
-    Ask("SYST:KLOC 1;PRES");
-    EXPECT_EQ(Display_Data.key_lock, 0);
-    EXPECT_EQ(Errors("SYST:KLOC ON,1"), std::vector{-108});
+    Talk({{"SYST:KLOC 1;PRES", Display_Data.key_lock, 0}, {"SYST:KLOC ON,1", -108}});
 }
 
 /// Sweeps of two levels over the sample memory.

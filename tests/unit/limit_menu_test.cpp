@@ -1,31 +1,15 @@
-#include <algorithm>
 #include <filesystem>
-#include <string>
 
 #include "commands_rig.h"
 #include "files/state.h"
-#include "keys/key_codes.h"
 #include "keys/name_entry.h"
-#include "keys/pages.h"
 #include "keys/soft_keys.h"
-#include "panel.h"
-#include "records/amp.h"
-#include "records/function.h"
-#include "records/keystate.h"
 #include "records/limit.h"
-#include "records/sys.h"
-#include "sweep/amplitude.h"
-#include "sweep/frequency.h"
-#include "system/preset.h"
 #include "system/settings.h"
-#include "trace/acquisition.h"
 #include "trace/limit_edit.h"
 #include "trace/limit_lines.h"
-#include "trace/markers.h"
 
 namespace {
-
-constexpr std::int32_t soft(int key) { return key_soft_first + key; }
 
 /// The limit pages through the dispatch of keys, and the limit commands. 100 to 700 MHz, reference 0 dBm.
 class Limit_Menu : public Commands {
@@ -47,33 +31,14 @@ protected:
 TEST_F(Limit_Menu, AMaskTypedIsTheOneSentAndTheOneLoaded) {
     Press({soft(5), soft(0), soft(0)});
     ASSERT_EQ(keylink.load(), &LimitlineLink[1]);
-    EXPECT_EQ(Value(0), "2") << "pressed again, the next line";
-    Type("3");
-    Press({soft(0)});
-    EXPECT_EQ(Edited_Line(), 2u);
+    Walk({{"", Says(0), "2", "pressed again, the next line"}, {"3 f0", [&] { return Edited_Line(); }, 2u}});
     EXPECT_TRUE(Greyed_Out(LimitlineLink[1], 1) && Greyed_Out(LimitlineLink[1], 3)) << "there is no point yet";
 
-    Press({soft(4)});
-    EXPECT_EQ(Value(2), "400.000 MHz") << "the first point stands in the middle";
-    Type("300");
-    Press({soft(1)});
-    Press({soft(3)});
-    Type("-40");
-    Press({soft(0)});
-    Press({soft(4)});
-    EXPECT_EQ(Value(2), "360.000 MHz") << "the next one a division further";
-    Type("150");
-    Press({soft(1)});
-    EXPECT_EQ(Value(1), "1 / 2") << "the selection follows the point to its place";
-    Press({soft(3)});
-    Type("-25.5");
-    Press({soft(0)});
-    Press({soft(1), key_up, soft(4)});
-    EXPECT_EQ(Value(1), "3 / 3");
-    Press({soft(1), key_down, soft(4)});
-    EXPECT_EQ(Value(1), "3 / 4");
-    EXPECT_EQ(Value(2), "330.000 MHz") << "half way to the next";
-    Press({soft(5), soft(1)});
+    Walk({{"f4", Says(2), "400.000 MHz", "the first point stands in the middle"},
+          {"300 f1 f3 -40 f0 f4", Says(2), "360.000 MHz", "the next one a division further"},
+          {"150 f1", Says(1), "1 / 2", "the selection follows the point to its place"},
+          {"f3 -25.5 f0 f1 up f4", Says(1), "3 / 3"}, {"f1 down f4", Says(1), "3 / 4"},
+          {"", Says(2), "330.000 MHz", "half way to the next"}, {"f5 f1"}});
     EXPECT_FALSE(Selected_Point_Used());
     Press({soft(2)});
     EXPECT_EQ(Edited_Points(), 3u);
@@ -96,17 +61,11 @@ TEST_F(Limit_Menu, AMaskTypedIsTheOneSentAndTheOneLoaded) {
 
 TEST_F(Limit_Menu, PointsAreTurnedWithKnobAndArrows) {
     Ask("CALC:LIM1:DATA 200 MHZ,-10,210 MHZ,-20");
-    Press({soft(5), soft(2), key_knob_right_first, key_up});
-    EXPECT_EQ(Point(0, 0)->frequency, 210e6);
-    EXPECT_EQ(Point(0, 1)->frequency, 261e6) << "a column, then a division, past the other point";
-    EXPECT_EQ(Selected_Point(), 1u);
-    Press({soft(3), key_knob_left_first, key_down});
-    EXPECT_EQ(Point(0, 1)->amplitude, -21);
+    Walk({{"f5 f2 > up", [&] { return Point(0, 0)->frequency; }, 210e6},
+          {"", [&] { return Point(0, 1)->frequency; }, 261e6, "a column, then a division, past the other point"},
+          {"", [&] { return Selected_Point(); }, 1u}, {"f3 < down", [&] { return Point(0, 1)->amplitude; }, -21}});
     Ask("UNIT:POW V;:DISP:WIND:TRAC:Y:RLEV:OFFS 0");
-    Press({soft(3)});
-    Type("1");
-    EXPECT_EQ(keylink.load(), &NumLink[3]) << "levels are typed in the amplitude unit";
-    Press({soft(0)});
+    Walk({{"f3 1", NumLink[3], "levels are typed in the amplitude unit"}, {"f0"}});
     EXPECT_NEAR(Point(0, 1)->amplitude, 13.01, 0.01);
     for (int i = 0; i < 12; ++i) Press({soft(4)});
     EXPECT_EQ(Edited_Points(), 10u) << "no more than ten";
@@ -115,36 +74,17 @@ TEST_F(Limit_Menu, PointsAreTurnedWithKnobAndArrows) {
 
 TEST_F(Limit_Menu, TheTestIsSetUpByKeys) {
     EXPECT_TRUE(Greyed_Out(LimitlineLink[0], 0)) << "without a line there is no test";
-    Press({soft(0)});
-    EXPECT_EQ(Limit_Test.on, 0);
-    Press({soft(1)});
-    EXPECT_EQ(Value(1), "---");
-    Press({soft(1)});
-    EXPECT_EQ(Value(1), "1");
-    Type("8");
-    Press({soft(0), soft(2), key_up, key_up});
-    EXPECT_EQ(Value(1), "8");
-    EXPECT_EQ(Value(2), "2");
-    Press({soft(0), soft(3), soft(3), soft(4)});
+    Walk({{"f0", Limit_Test.on, 0}, {"f1", Says(1), "---"}, {"f1", Says(1), "1"}, {"8 f0 f2 up up", Says(1), "8"},
+          {"", Says(2), "2"}, {"f0 f3 f3 f4"}});
     EXPECT_EQ(Ask("CALC:LIM:STAT?;TYPE?;MODE?"), "1;MINimum;INTersect");
-    Press({soft(3)});
-    EXPECT_EQ(PassCriterion, criterion_trace) << "round";
-    Press({key_down});
-    EXPECT_EQ(PassCriterion, criterion_minimum);
-    Press({soft(6), soft(1), soft(2)});
-    EXPECT_EQ(Ask("SYST:ALAR:STAT?"), "0");
-    EXPECT_EQ(Limit_Test.stop_on_fail, 1);
+    Walk({{"f3", PassCriterion, criterion_trace, "round"}, {"down", PassCriterion, criterion_minimum}, {"f6 f1 f2"}});
+    Talk({{"SYST:ALAR:STAT?", "0"}, {"", Limit_Test.stop_on_fail, 1}});
     Sys_Data.alarm = 1;
     ASSERT_TRUE(Recall_Settings());
-    EXPECT_EQ(Sys_Data.alarm, 0) << "kept over power and presets";
-    Press({soft(6), soft(2)});
-    Type("0");
-    Press({soft(0)});
-    EXPECT_EQ(Limit_Test.low, no_limit_line);
-    EXPECT_EQ(Limit_Test.on, 1);
+    Walk({{"", Sys_Data.alarm, 0, "kept over power and presets"}, {"f6 f2 0 f0", Limit_Test.low, no_limit_line},
+          {"", Limit_Test.on, 1}});
     EXPECT_EQ(Errors("LIM8:DEL"), None());
-    EXPECT_EQ(Limit_Test.on, 0) << "the last line has gone";
-    Press({key_system, soft(6), soft(0)});
+    Walk({{"", Limit_Test.on, 0, "the last line has gone"}, {"SYSTEM f6 f0"}});
     EXPECT_EQ(Ask("SYST:ALAR:STAT?"), "1") << "the same beeper";
 }
 
@@ -152,42 +92,28 @@ TEST_F(Limit_Menu, TheTableStandsWithTheEditorAndNoLonger) {
     Set_Marker_Table(true);
     Press({soft(5)});
     EXPECT_TRUE(Global_Table & table_limit);
-    EXPECT_EQ(ScreenInf.height, 301);
-    Press({soft(4)});
-    Type("5");
+    Walk({{"", ScreenInf.height, 301}, {"f4 5"}});
     EXPECT_TRUE(Global_Table & table_limit) << "while a number is typed";
     Press({soft(1), soft(5), soft(3), soft(6)});
     EXPECT_TRUE(Global_Table & table_limit);
-    Press({key_marker});
-    EXPECT_EQ(Global_Table, std::int32_t{table_marker}) << "the markers' table comes back";
-    Set_Marker_Table(false);
-    EXPECT_EQ(ScreenInf.height, 451);
+    Walk({{"MARKER", Global_Table, std::int32_t{table_marker}, "the markers' table comes back"},
+          {{Set_Marker_Table, false}, ScreenInf.height, 451}});
 }
 
 TEST_F(Limit_Menu, ClearingAndDeletingAreConfirmed) {
     Ask("CALC:LIM1:DATA 200 MHZ,-10;:CALC:LIM:HIGH 1");
-    Press({soft(5), soft(5), soft(3), soft(6)});
-    EXPECT_EQ(Edited_Points(), 1u) << "Return loses nothing";
-    Press({soft(3), key_enter});
-    EXPECT_EQ(Edited_Points(), 1u);
-    Press({soft(0)});
-    EXPECT_EQ(Edited_Points(), 0u);
-    EXPECT_EQ(Limit_Test.high, 0) << "an empty line stays chosen";
-    EXPECT_EQ(keylink.load(), &LimitlineLink[3]);
-    Press({soft(4), soft(0)});
-    EXPECT_EQ(Limit_Test.high, no_limit_line);
+    Walk({{"f5 f5 f3 f6", [&] { return Edited_Points(); }, 1u, "Return loses nothing"},
+          {"f3 enter", [&] { return Edited_Points(); }, 1u}, {"f0", [&] { return Edited_Points(); }, 0u},
+          {"", Limit_Test.high, 0, "an empty line stays chosen"}, {"", LimitlineLink[3]},
+          {"f4 f0", Limit_Test.high, no_limit_line}});
 }
 
 TEST_F(Limit_Menu, LinesFromTracesAndMarkers) {
     Level_Everywhere(-60);
-    Set_Offset_Freq(2, 1e9);
-    Set_ReflevelOffset(2, 10);
-    Press({soft(6), soft(0), soft(2)});
-    Type("5");
-    Press({soft(0), soft(1)});
-    EXPECT_EQ(Edited_Points(), 10u);
-    EXPECT_EQ(Point(0, 3)->frequency, 300e6) << "kept without the offset";
-    EXPECT_EQ(Point(0, 3)->amplitude, -45) << "as displayed";
+    Walk({{{Set_Offset_Freq, 1e9}}, {{Set_ReflevelOffset, 10}},
+          {"f6 f0 f2 5 f0 f1", [&] { return Edited_Points(); }, 10u},
+          {"", [&] { return Point(0, 3)->frequency; }, 300e6, "kept without the offset"},
+          {"", [&] { return Point(0, 3)->amplitude; }, -45, "as displayed"}});
     EXPECT_TRUE(Ask("CALC:LIM1:DATA?").starts_with("1.100000000e+09,-4.500000000e+01,"));
 
     Press({soft(0), soft(0), soft(4)});
@@ -198,12 +124,8 @@ TEST_F(Limit_Menu, LinesFromTracesAndMarkers) {
     EXPECT_EQ(Edited_Points(), 2u) << "Enter takes the point, too";
 
     Trace_Data[0].value[0][500] = -20;
-    Press({soft(5), soft(3)});
-    EXPECT_EQ(Edited_Points(), 2u) << "the second place is waited for";
-    Press({soft(4)});
-    Type("1.6");
-    EXPECT_EQ(Marker_Limit_Two_Point, 0) << "a digit gives the first one up";
-    Press({soft(0), soft(3), soft(4), key_down, soft(3)});
+    Walk({{"f5 f3", [&] { return Edited_Points(); }, 2u, "the second place is waited for"},
+          {"f4 1.6", Marker_Limit_Two_Point, 0, "a digit gives the first one up"}, {"f0 f3 f4 down f3"}});
     EXPECT_EQ(Ask("CALC:LIM2:DATA?"), "1.250000000e+09,-4.500000000e+01,1.310000000e+09,-4.500000000e+01,"
                                       "1.540000000e+09,-5.000000000e+00,1.600000000e+09,-5.000000000e+00");
     Set_Span(2, 0);
@@ -214,25 +136,18 @@ TEST_F(Limit_Menu, LinesFromTracesAndMarkers) {
 
 TEST_F(Limit_Menu, NamesAreTypedForEachLine) {
     Ask("CALC:LIM1:DATA 200 MHZ,-10");
-    Press({soft(6), soft(3)});
-    EXPECT_EQ(Name_Typed(), "LIMIT1");
-    Type("7");
-    Press({soft(3)});
+    Walk({{"f6 f3", [&] { return Name_Typed(); }, "LIMIT1"}, {"7 f3"}});
     EXPECT_TRUE(root.Read("/mnt/nand/LIMIT17.lim").starts_with("kva720\r\n1,200000000,-10,"));
     Ask("CALC:LIM1:DATA 300 MHZ,-10");
     Press({soft(3)});
     EXPECT_NE(root.Read("/mnt/nand/LIMIT17.lim").find("200000000"), std::string::npos) << "asks before it replaces";
     Press({soft(3)});
     EXPECT_NE(root.Read("/mnt/nand/LIMIT17.lim").find("300000000"), std::string::npos);
-    Press({soft(0)});
-    EXPECT_EQ(Name_Typed(), "LIMIT2");
-    Press({soft(2), soft(2), soft(2), soft(2), soft(2), soft(2), soft(1), key_knob_right_first, soft(4)});
-    EXPECT_EQ(Name_Typed(), "a");
-    EXPECT_EQ(Edited_Points(), 0u) << "there is no such file";
-    Press({key_frequency});
-    EXPECT_EQ(Name_Entry_Open, Name_Entry::none);
-    Press({key_limit_line, soft(6), soft(3)});
-    EXPECT_EQ(Name_Typed(), "a") << "the line keeps its name";
+    Walk({{"f0", [&] { return Name_Typed(); }, "LIMIT2"},
+          {"f2 f2 f2 f2 f2 f2 f1 > f4", [&] { return Name_Typed(); }, "a"},
+          {"", [&] { return Edited_Points(); }, 0u, "there is no such file"},
+          {"FREQ", Name_Entry_Open, Name_Entry::none},
+          {"LIMIT f6 f3", [&] { return Name_Typed(); }, "a", "the line keeps its name"}});
     Ask("MMEM:STOR:LIM 1,'a'");
     Press({soft(4)});
     EXPECT_EQ(Ask("CALC:LIM2:DATA?"), "3.000000000e+08,-1.000000000e+01");
@@ -268,9 +183,7 @@ TEST_F(Limit_Menu, BadInputIsAnsweredAndLeavesTheLine) {
     EXPECT_EQ(Errors("CALC:LIM:FAIL?"), (std::vector{-221})) << "the test is off";
     EXPECT_EQ(Errors("CALC:LIM:STAT ON;FAIL?"), (std::vector{-230})) << "nothing was swept";
     EXPECT_EQ(Ask("CALC:LIM2:DATA?"), points);
-    EXPECT_EQ(Errors("CALC:LIM2:CLE"), None());
-    EXPECT_EQ(Ask("CALC:LIM2:DATA?"), "9.910000000e+37");
-    EXPECT_EQ(Limit_Test.high, 1);
+    Talk({{"CALC:LIM2:CLE"}, {"CALC:LIM2:DATA?", "9.910000000e+37"}, {"", Limit_Test.high, 1}});
 }
 
 TEST_F(Limit_Menu, AStateKeepsLinesAndTest) {
@@ -281,9 +194,7 @@ TEST_F(Limit_Menu, AStateKeepsLinesAndTest) {
     Preset_Instrument();
     EXPECT_EQ(Ask("CALC:LIM3:DATA?;:CALC:LIM:STAT?;TYPE?"), "9.910000000e+37;0;TRACe");
     ASSERT_TRUE(Recall_Lostate_ForLocal("/mnt/nand/a.sta", 0));
-    EXPECT_EQ(Ask("CALC:LIM:STAT?;TYPE?;MODE?"), "1;PEAK;INTersect");
-    EXPECT_EQ(Limit_Test.low, 2);
-    EXPECT_EQ(Limit_Lines[2].shown, 0);
+    Talk({{"CALC:LIM:STAT?;TYPE?;MODE?", "1;PEAK;INTersect"}, {"", Limit_Test.low, 2}, {"", Limit_Lines[2].shown, 0}});
     ASSERT_EQ(Points_Of(Limit_Lines[2]), 2u);
     EXPECT_FALSE(Point(2, 0)->on & 1);
     EXPECT_EQ(Point(2, 1)->amplitude, -20);

@@ -1,16 +1,9 @@
-#include <cmath>
 #include <filesystem>
-#include <string>
 
 #include "board_rig.h"
 #include "files/limit_file.h"
-#include "keys/key_codes.h"
-#include "keys/pages.h"
-#include "panel.h"
 #include "platform/beeper.h"
 #include "records/limit.h"
-#include "records/sweep.h"
-#include "records/sys.h"
 #include "trace/limit_lines.h"
 #include "web/state.h"
 
@@ -116,8 +109,7 @@ TEST_F(Limit_Sweeps, AFailureIsAServiceRequestAndATone) {
     ASSERT_TRUE(Sweep(3));
     EXPECT_EQ(std::stoi(Ask("*STB?")) & 72, 72);
     EXPECT_LE(platform::Beeps(), beeps + 1) << "a lasting failure is no long tone";
-    EXPECT_EQ(Ask("STAT:QUES?"), "512");
-    Ask("FREQ:CENT 374 MHZ");
+    Talk({{"STAT:QUES?", "512"}, {"FREQ:CENT 374 MHZ"}});
     EXPECT_EQ(Condition(), 0u) << "the new frequencies have not been swept";
     EXPECT_EQ(Errors("CALC:LIM:FAIL?"), (std::vector{-230}));
     ASSERT_TRUE(Sweep(2));

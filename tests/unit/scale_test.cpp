@@ -8,7 +8,6 @@
 
 namespace {
 
-
 class Scale : public Records {
 protected:
     void SetUp() override {

@@ -2,7 +2,6 @@
 // leaves settings that agree with one another and tells the core once.
 
 #include <cfloat>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <random>

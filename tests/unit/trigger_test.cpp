@@ -1,4 +1,3 @@
-
 #include "sweep_rig.h"
 #include "files/state.h"
 #include "platform/fpga_int.h"

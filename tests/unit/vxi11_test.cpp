@@ -1,5 +1,4 @@
 #include <dirent.h>
-#include <sys/resource.h>
 
 #include "remote/vxi11_record.h"
 #include "remote/vxi11_server.h"
@@ -43,20 +42,15 @@ TEST_F(Vxi11, LinksAreCreatedForInstrumentZeroAlone) {
           std::pair("Inst0", 1), std::pair("instx", 1)}) {
         EXPECT_EQ(client.Create(name), error) << name;
     }
-    EXPECT_EQ(Remote_Flag, 0) << "a link that isn't there takes no control";
-    EXPECT_EQ(client.Create("inst0,lan"), 0);
-    EXPECT_EQ(Remote_Flag, 1);
-    EXPECT_EQ(client.created.max_receive_size, 1000u);
-    EXPECT_EQ(client.created.abort_port, ntohs(Ports()[0].sin_port));
+    Expect({{Remote_Flag, 0, "a link that isn't there takes no control"}, {client.Create("inst0,lan"), 0},
+            {Remote_Flag, 1}, {client.created.max_receive_size, 1000u},
+            {client.created.abort_port, ntohs(Ports()[0].sin_port)}});
     const int first = client.lid;
     EXPECT_TRUE(first >= 1 && first <= 47483647);
     EXPECT_EQ(client.Create(), 0);
     EXPECT_NE(client.lid, first);
-    EXPECT_EQ(client.Destroy(), 0);
-    EXPECT_EQ(client.Destroy(), 4);
-    EXPECT_EQ(client.Write("*IDN?"), 4);
-    EXPECT_EQ(client.Read(), "4:0:");
-    EXPECT_EQ(client.Status(), -4);
+    Expect({{client.Destroy(), 0}, {client.Destroy(), 4}, {client.Write("*IDN?"), 4}, {client.Read(), "4:0:"},
+            {client.Status(), -4}});
     for (const rpcproc_t procedure : {device_clear, device_remote, device_local})
         EXPECT_EQ(client.Generic(procedure), 4);
     EXPECT_EQ(std::pair(client.Lock(), client.Unlock()), std::pair(4, 4));
@@ -69,38 +63,23 @@ TEST_F(Vxi11, LinksAreCreatedForInstrumentZeroAlone) {
 
 TEST_F(Vxi11, AMessageEndsWithEndAndWithoutItTheBytesAccumulate) {
     Vxi11_Link_Client link = Linked();
-    EXPECT_EQ(link.Ask("*IDN?"), "0:4:me\n");
-    EXPECT_EQ(link.Ask("*IDN?\n"), "0:4:me\n");
-    EXPECT_EQ(link.Write(":COUN?", 0), 0);
-    EXPECT_EQ(Stepped([&] { return link.Read(10, 0); }), "15:0:") << "nothing was executed";
-    EXPECT_EQ(link.Ask("\n"), "0:4:1\n");
-    EXPECT_EQ(link.Write("", vxi11_end), 0);
-    EXPECT_EQ(link.Ask(std::string_view("*IDN?\0:NONE", 11)), "0:4:me\n") << "a zero byte ends the data";
-    EXPECT_EQ(link.Ask(":COUN?;:ERR?"), "0:4:2;0\n");
-    EXPECT_EQ(link.Write("*IDN?\n:COUN?\n"), 0);
-    EXPECT_EQ(link.Read(), "0:4:me\n");
-    EXPECT_EQ(link.Read(), "0:4:3\n");
-    EXPECT_EQ(link.Write("*IDN?"), 0);
-    EXPECT_EQ(link.Ask(":COUN?"), "0:4:4\n") << "the next message throws an answer away";
+    Expect({{link.Ask("*IDN?"), "0:4:me\n"}, {link.Ask("*IDN?\n"), "0:4:me\n"}, {link.Write(":COUN?", 0), 0},
+            {Stepped([&] { return link.Read(10, 0); }), "15:0:", "nothing was executed"}, {link.Ask("\n"), "0:4:1\n"},
+            {link.Write("", vxi11_end), 0},
+            {link.Ask(std::string_view("*IDN?\0:NONE", 11)), "0:4:me\n", "a zero byte ends the data"},
+            {link.Ask(":COUN?;:ERR?"), "0:4:2;0\n"}, {link.Write("*IDN?\n:COUN?\n"), 0}, {link.Read(), "0:4:me\n"},
+            {link.Read(), "0:4:3\n"}, {link.Write("*IDN?"), 0},
+            {link.Ask(":COUN?"), "0:4:4\n", "the next message throws an answer away"}});
 }
 
 TEST_F(Vxi11, ReadsSayWhyTheyEnd) {
     Vxi11_Link_Client link = Linked();
-    EXPECT_EQ(link.Write(":LONG? 9"), 0);
-    EXPECT_EQ(link.Read(4), "0:1:aaaa");
-    EXPECT_EQ(link.Status(), 16);
-    EXPECT_EQ(link.Read(4), "0:1:aaaa");
-    EXPECT_EQ(link.Read(2), "0:5:a\n") << "count and end at once";
-    EXPECT_EQ(link.Status(), 0);
-    EXPECT_EQ(link.Write("*IDN?;*IDN?"), 0);
-    EXPECT_EQ(link.Read(100, 0, vxi11_term_char, 'e'), "0:2:me");
-    EXPECT_EQ(link.Read(0), "0:1:");
-    EXPECT_EQ(link.Read(100, 0, 0, 'm'), "0:4:;me\n") << "a character that isn't enabled";
-    EXPECT_EQ(link.Write("*IDN?"), 0);
-    EXPECT_EQ(link.Read(3, 0, vxi11_term_char, '\n'), "0:7:me\n");
-    EXPECT_EQ(link.Write("*IDN?"), 0);
-    EXPECT_EQ(link.Generic(device_clear), 0);
-    EXPECT_EQ(Stepped([&] { return link.Read(10, 0); }), "15:0:");
+    Expect({{link.Write(":LONG? 9"), 0}, {link.Read(4), "0:1:aaaa"}, {link.Status(), 16}, {link.Read(4), "0:1:aaaa"},
+            {link.Read(2), "0:5:a\n", "count and end at once"}, {link.Status(), 0}, {link.Write("*IDN?;*IDN?"), 0},
+            {link.Read(100, 0, vxi11_term_char, 'e'), "0:2:me"}, {link.Read(0), "0:1:"},
+            {link.Read(100, 0, 0, 'm'), "0:4:;me\n", "a character that isn't enabled"}, {link.Write("*IDN?"), 0},
+            {link.Read(3, 0, vxi11_term_char, '\n'), "0:7:me\n"}, {link.Write("*IDN?"), 0},
+            {link.Generic(device_clear), 0}, {Stepped([&] { return link.Read(10, 0); }), "15:0:"}});
 }
 
 TEST_F(Vxi11, AReadWaitsAsLongAsItsTimeOutSaysAndOneSecondAtLeast) {
@@ -122,12 +101,10 @@ TEST_F(Vxi11, AReadWaitsAsLongAsItsTimeOutSaysAndOneSecondAtLeast) {
 
 TEST_F(Vxi11, WhatIsTooLongPassesNoBuffer) {
     Vxi11_Link_Client link = Linked();
-    EXPECT_EQ(link.Write(":COUN?" + std::string(994, ' ')), 0) << "1000 bytes are taken, if not executed";
-    EXPECT_EQ(link.Ask(":COUN?" + std::string(504, ' ')), "0:4:1\n");
-    EXPECT_EQ(link.Write(std::string(600, ' '), 0), 0);
-    EXPECT_EQ(link.Write(std::string(401, ' '), 0), 5);
-    EXPECT_EQ(link.Ask(":COUN?"), "0:4:2\n") << "nothing is left of it";
-    EXPECT_EQ(link.Write(":LONG? 9000"), 0);
+    Expect({{link.Write(":COUN?" + std::string(994, ' ')), 0, "1000 bytes are taken, if not executed"},
+            {link.Ask(":COUN?" + std::string(504, ' ')), "0:4:1\n"}, {link.Write(std::string(600, ' '), 0), 0},
+            {link.Write(std::string(401, ' '), 0), 5}, {link.Ask(":COUN?"), "0:4:2\n", "nothing is left of it"},
+            {link.Write(":LONG? 9000"), 0}});
     const std::string whole = link.Read();
     EXPECT_EQ(whole, "0:4:" + std::string(7999, 'c') + '\n') << "cut, but ended";
     EXPECT_EQ(Stepped([&] { return link.Read(10, 0); }), "15:0:");
@@ -157,9 +134,7 @@ TEST_F(Vxi11, HostileArgumentsAreRefusedAndTheirConnectionsServed) {
     ASSERT_TRUE(bare.Send(Call(device_enable_srq, Words({lid, 1, 41}) + std::string(44, 'h'))));
     EXPECT_EQ(Reply(bare), success + "8");
     ASSERT_TRUE(bare.Send(Call(device_docmd, Words({lid, 0, 0, 0, 0x20000, 1, 1, 0xffffffff}))));
-    EXPECT_EQ(Reply(bare), success + "8 0");
-    EXPECT_EQ(link.Ask("*IDN?"), "0:4:me\n");
-    EXPECT_EQ(link.Ask(":ERR?"), "0:4:0\n");
+    Expect({{Reply(bare), success + "8 0"}, {link.Ask("*IDN?"), "0:4:me\n"}, {link.Ask(":ERR?"), "0:4:0\n"}});
 }
 
 TEST_F(Vxi11, WhatIsNoCallOfOursIsRefusedByTheLibrary) {
@@ -200,27 +175,17 @@ TEST_F(Vxi11, WhatIsNoCallOfOursIsRefusedByTheLibrary) {
 
 TEST_F(Vxi11, LocksBarOthersWithTheirAsymmetries) {
     Vxi11_Link_Client holder = Linked(), other = Linked();
-    EXPECT_EQ(holder.Unlock(), 12);
-    EXPECT_EQ(holder.Lock(), 0);
-    EXPECT_EQ(other.Unlock(), 11);
-    EXPECT_EQ(other.Write("*IDN?"), 11);
-    EXPECT_EQ(other.Read(), "11:0:");
-    EXPECT_EQ(other.Status(), -11);
-    EXPECT_EQ(other.Create(), 11) << "also without asking for the lock";
-    EXPECT_EQ(holder.Ask("*IDN?"), "0:4:me\n");
-    EXPECT_EQ(holder.Status(), 0);
+    Expect({{holder.Unlock(), 12}, {holder.Lock(), 0}, {other.Unlock(), 11}, {other.Write("*IDN?"), 11},
+            {other.Read(), "11:0:"}, {other.Status(), -11}, {other.Create(), 11, "also without asking for the lock"},
+            {holder.Ask("*IDN?"), "0:4:me\n"}, {holder.Status(), 0}});
     for (const Vxi11_Link_Client* link : {&holder, &other}) {
         for (const rpcproc_t procedure : {device_clear, device_remote, device_local})
             EXPECT_EQ(link->Generic(procedure), 11);
         EXPECT_EQ(link->Lock(), 11) << "whoever holds it";
         EXPECT_EQ(link->Lock(vxi11_wait_lock, 999), 11) << "less than a second is none";
     }
-    EXPECT_EQ(holder.Unlock(), 0);
-    EXPECT_EQ(holder.Unlock(), 12);
-    EXPECT_EQ(other.Create("inst0", true), 0);
-    EXPECT_EQ(holder.Lock(), 11);
-    EXPECT_EQ(other.Destroy(), 0) << "and with it its lock";
-    EXPECT_EQ(holder.Lock(), 0);
+    Expect({{holder.Unlock(), 0}, {holder.Unlock(), 12}, {other.Create("inst0", true), 0}, {holder.Lock(), 11},
+            {other.Destroy(), 0, "and with it its lock"}, {holder.Lock(), 0}});
 }
 
 TEST_F(Vxi11, WhileCallsWaitForTheLockOthersAreServedAndTheUnlockLetsThemPassInTurn) {
@@ -239,11 +204,9 @@ TEST_F(Vxi11, WhileCallsWaitForTheLockOthersAreServedAndTheUnlockLetsThemPassInT
     start([&] { return links[5].Generic(device_local, vxi11_wait_lock, 1000000000); });
     for (int i = 0; i < 20; ++i) EXPECT_EQ(holder.Ask("*IDN?"), "0:4:me\n");
     EXPECT_TRUE(Eventually([&] { return done == 1; }));
-    EXPECT_EQ(executed, 0);
-    EXPECT_EQ(witness.Lock(vxi11_wait_lock, 500), 11);
-    EXPECT_EQ(Stepped([&] { return witness.Lock(vxi11_wait_lock, 1999); }), 11);
-    EXPECT_EQ(done, 1) << "those with more time wait on";
-    EXPECT_EQ(holder.Unlock(), 0);
+    Expect({{executed, 0}, {witness.Lock(vxi11_wait_lock, 500), 11},
+            {Stepped([&] { return witness.Lock(vxi11_wait_lock, 1999); }), 11},
+            {done, 1, "those with more time wait on"}, {holder.Unlock(), 0}});
     for (std::thread& thread : waiting) thread.join();
     EXPECT_EQ(executed, 1);
     EXPECT_EQ(done, 6);
@@ -254,10 +217,8 @@ TEST_F(Vxi11, ACommandThatWaitsForASweepLeavesOthersServedAndAClearEndsIt) {
     const Connection raw = Raw();
     std::thread writer([&] { EXPECT_EQ(link.Write("*IDN?;*OPC?"), 0); });
     ASSERT_TRUE(Sweep_Waited_For());
-    EXPECT_EQ(other.Lock(), 0);
-    EXPECT_EQ(other.Unlock(), 0);
-    EXPECT_EQ(other.Status(), 0);
-    EXPECT_EQ(other.Write(":SI", 0), 0) << "bytes without END are collected meanwhile";
+    Expect({{other.Lock(), 0}, {other.Unlock(), 0}, {other.Status(), 0},
+            {other.Write(":SI", 0), 0, "bytes without END are collected meanwhile"}});
     std::thread second([&] { EXPECT_EQ(other.Write("L"), 0); });
     ASSERT_TRUE(raw.Send("*IDN?\n"));
     EXPECT_EQ(executed, 0);
@@ -295,22 +256,15 @@ TEST_F(Vxi11, ACommandThatWaitsForASweepLeavesOthersServedAndAClearEndsIt) {
 
 TEST_F(Vxi11, AClearForgetsTheCompletionThatItsInterfaceWaitsFor) {
     Vxi11_Link_Client link = Linked(), other = Linked();
-    EXPECT_EQ(Raw().Ask("*OPC;*IDN?\n"), "me\n");
-    EXPECT_EQ(link.Generic(device_clear), 0);
-    EXPECT_EQ(Command_Opc_Flag, 1) << "a raw client's";
-    EXPECT_EQ(link.Write("*OPC"), 0);
-    EXPECT_EQ(other.Generic(device_clear), 0);
-    EXPECT_EQ(Command_Opc_Flag, 0);
+    Expect({{Raw().Ask("*OPC;*IDN?\n"), "me\n"}, {link.Generic(device_clear), 0},
+            {Command_Opc_Flag, 1, "a raw client's"}, {link.Write("*OPC"), 0}, {other.Generic(device_clear), 0},
+            {Command_Opc_Flag, 0}});
 }
 
 TEST_F(Vxi11, RemoteAndLocal) {
     const Vxi11_Link_Client link = Linked();
-    EXPECT_EQ(link.Generic(device_local), 0);
-    EXPECT_EQ(Remote_Flag, 0);
-    EXPECT_EQ(link.Status(), 0);
-    EXPECT_EQ(Remote_Flag, 0);
-    EXPECT_EQ(link.Generic(device_remote), 0);
-    EXPECT_EQ(Remote_Flag, 1);
+    Expect({{link.Generic(device_local), 0}, {Remote_Flag, 0}, {link.Status(), 0}, {Remote_Flag, 0},
+            {link.Generic(device_remote), 0}, {Remote_Flag, 1}});
 }
 
 TEST_F(Vxi11, DatagramsAreServedAsWell) {
@@ -319,9 +273,7 @@ TEST_F(Vxi11, DatagramsAreServedAsWell) {
     EXPECT_EQ(first.Lock(), 0);
     std::thread waiting([&] { EXPECT_EQ(second.Lock(vxi11_wait_lock, 1000000000), 0); });
     for (int i = 0; i < 20; ++i) EXPECT_EQ(first.Status(), 0);
-    EXPECT_EQ(first.Write(":LONG? 7990"), 0);
-    EXPECT_EQ(first.Read().size(), 4u + 7991);
-    EXPECT_EQ(first.Unlock(), 0);
+    Expect({{first.Write(":LONG? 7990"), 0}, {first.Read().size(), 4u + 7991}, {first.Unlock(), 0}});
     waiting.join();
     EXPECT_EQ(second.Unlock(), 0);
 
