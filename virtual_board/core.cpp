@@ -23,7 +23,7 @@ constexpr double highest_attenuation_db = 100.0;
 constexpr double finest_count_hz = 0.1, coarsest_count_hz = 1e6;
 
 constexpr std::int64_t fast_sweep_ns = 5'000'000;
-constexpr double bounded_work_ns = 10e6;
+constexpr double bounded_work_ns = 1e6;
 constexpr std::int64_t batch_ns = 2'000'000;  ///< points are written together that fall due within this
 constexpr std::int64_t video_batch_ns = 4'000'000;  ///< of the signal that the video trigger watches
 constexpr std::int64_t patience_ns = 500'000'000;  ///< with the automatic trigger

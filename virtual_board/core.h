@@ -42,7 +42,7 @@ public:
 
     /// Writes every sample that is due at now, a time since any start that never goes back. More than two sweeps late,
     /// it completes the one begun and leaves out the others but the last two.
-    /// Bounded effort ends the call after some 10 ms of computing, wherever it stands; Next_Due then says at once.
+    /// Bounded effort ends the call after some 1 ms of computing, wherever it stands; Next_Due then says at once.
     void Advance(platform::Duration now, Effort effort = Effort::whole);
 
     /// The trigger input is raised or lowered, at the time of the last Advance.
