@@ -73,7 +73,7 @@ std::optional<sockaddr_in> Address(const std::string& universal) {
 
 /// A server answers at a program's address.
 bool Answers(const Mapped_Program& program, const std::string& universal) {
-    constexpr timeval patience{1, 0};
+    constexpr timeval patience{1, 0};  // whole seconds read alike where the library's times are shorter than ours
     std::optional<sockaddr_in> address = Address(universal);
     int socket = RPC_ANYSOCK;
     CLIENT* const client =

@@ -111,7 +111,7 @@ def check_registration(instrument):
 
 
 def check_command_line_client(instrument):
-    expect_same(lxi("scpi", "-a", HOST, "*IDN?").rstrip("\n"), identity_of(instrument), "lxi scpi")
+    expect_same(lxi("scpi", "-t", str(PATIENCE), "-a", HOST, "*IDN?").rstrip("\n"), identity_of(instrument), "lxi scpi")
     figures = lxi("benchmark", "-a", HOST, "-c", "200")
     expect(re.search(r"[1-9][0-9.]* requests/second", figures), f"lxi benchmark said {figures!r}")
 
@@ -263,7 +263,7 @@ def check_second_instrument(instrument):
         expect(port not in first.values(), "both listen at one port")
         expect_same(registered(), first, "what the port mapper knows")
     expect_same(registered(), first, "what the port mapper knows after its end")
-    expect_same(lxi("scpi", "-a", HOST, "*TST?"), "0\n", "the first one")
+    expect_same(lxi("scpi", "-t", str(PATIENCE), "-a", HOST, "*TST?"), "0\n", "the first one")
 
 
 @contextlib.contextmanager
@@ -289,7 +289,7 @@ def start_without_port_mapper(build):
             expect_same(raw.ask("*TST?"), "0", "the raw socket")
         with port_mapper():
             await_that("no VXI-11 beside a port mapper", lambda: len(registered()) == 6)
-            expect_same(lxi("scpi", "-a", HOST, "*TST?"), "0\n", "an answer")
+            expect_same(lxi("scpi", "-t", str(PATIENCE), "-a", HOST, "*TST?"), "0\n", "an answer")
             known = registered()
         with port_mapper():
             await_that("a new port mapper doesn't know it", lambda: registered() == known)
@@ -314,9 +314,9 @@ def start_with_the_cable_pulled(build):
             expect_same(registered(), left, "registration without a link")
             lan.write_text("1\n")
             await_that("not on", lambda: local_state(instrument)["vxi11"] == "on")
-            expect_same(lxi("scpi", "-a", HOST, "*TST?"), "0\n", "an answer")
+            expect_same(lxi("scpi", "-t", str(PATIENCE), "-a", HOST, "*TST?"), "0\n", "an answer")
             lan.write_text("0\n")
-            expect_same(lxi("scpi", "-a", HOST, "*TST?"), "0\n", "an answer after the cable was pulled")
+            expect_same(lxi("scpi", "-t", str(PATIENCE), "-a", HOST, "*TST?"), "0\n", "an answer after the cable was pulled")
         expect_same(registered(), {}, "what the port mapper knows after the end")
 
 

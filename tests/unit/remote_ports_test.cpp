@@ -271,6 +271,9 @@ TEST_F(Remote_Ports, OtherKindsRegisterTheirSinks) {
     SCPI_Receive(scpi_context, {interface_hislip, 3}, pending, "*OPC?\n");
     EXPECT_EQ(sink.answers, "3me\n");
     EXPECT_EQ(Pending_Operation_Flag, 0);
+    remote::Set_Sink(interface_hislip, nullptr);
+    EXPECT_EQ(Raw().Ask("*IDN?\n"), "me\n");  // by now the server has left the sink
+    const std::lock_guard turn(scpi_lock_mutex);
 }
 
 }  // namespace

@@ -11,9 +11,16 @@ class Rpc_Client {
 public:
     Rpc_Client(sockaddr_in address, bool datagrams = false, rpcprog_t program = remote::DEVICE_CORE) {
         int socket = RPC_ANYSOCK;
-        constexpr timeval again{30, 0};
-        client_ = datagrams ? clntudp_create(&address, program, 1, again, &socket)
-                            : clnttcp_create(&address, program, 1, &socket, 0, 0);
+        if (datagrams) {
+            socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+            const netbuf server{sizeof address, sizeof address, &address};
+            client_ = clnt_dg_create(socket, &server, program, 1, 0, 0);
+            timeval again = twice_patience;
+            clnt_control(client_, CLSET_FD_CLOSE, nullptr);
+            clnt_control(client_, CLSET_RETRY_TIMEOUT, reinterpret_cast<char*>(&again));
+        } else {
+            client_ = clnttcp_create(&address, program, 1, &socket, 0, 0);
+        }
         EXPECT_NE(client_, nullptr);
     }
     Rpc_Client(Rpc_Client&& other) noexcept : client_(std::exchange(other.client_, nullptr)) {}
@@ -39,7 +46,8 @@ public:
     }
 
 private:
-    static constexpr timeval patience{15, 0};
+    // Whole seconds read alike where the library's times are shorter than ours, as long as none comes before them.
+    static constexpr timeval patience{15, 0}, twice_patience{30, 0};
     CLIENT* client_ = nullptr;
 };
 
