@@ -316,7 +316,7 @@ def start_with_the_cable_pulled(build):
             await_that("not on", lambda: local_state(instrument)["vxi11"] == "on")
             expect_same(lxi("scpi", "-t", str(PATIENCE), "-a", HOST, "*TST?"), "0\n", "an answer")
             lan.write_text("0\n")
-            expect_same(lxi("scpi", "-t", str(PATIENCE), "-a", HOST, "*TST?"), "0\n", "an answer after the cable was pulled")
+            expect_same(lxi("scpi", "-t", str(PATIENCE), "-a", HOST, "*TST?"), "0\n", "an answer with the cable pulled")
         expect_same(registered(), {}, "what the port mapper knows after the end")
 
 
