@@ -262,21 +262,18 @@ void Vxi11_Server::Take(const Vxi11_Procedure& procedure, SVCXPRT* handle) {
     calls_.push_back(call);
 }
 
-/// One that is done may end another's wait, and each may let time pass in which calls come and go.
+/// One that is done may end another's wait, so all are looked at again; each may let time pass in which calls come and go.
 void Vxi11_Server::Attempt_Calls() {
-    for (bool again = true; again;) {
-        again = false;
-        for (Vxi11_Call* const call : calls_) {
-            if (call->in_hand) continue;
-            call->in_hand = true;
-            const bool done = call->procedure->attempt(device_, *call);
-            call->in_hand = false;
-            if (!done) continue;
-            call->procedure = nullptr;
-            std::erase(calls_, call);
-            again = true;
-            break;
-        }
+    for (std::size_t i = 0; i < calls_.size();) {
+        Vxi11_Call* const call = calls_[i++];
+        if (call->in_hand) continue;
+        call->in_hand = true;
+        const bool done = call->procedure->attempt(device_, *call);
+        call->in_hand = false;
+        if (!done) continue;
+        call->procedure = nullptr;
+        std::erase(calls_, call);
+        i = 0;
     }
 }
 

@@ -155,12 +155,15 @@ void Second_Test_Face(int key, Key_Face& face) {
 
 char Level_Unit_Type() { return Amp.unit == unit_volt ? '8' : Amp.unit == unit_watt ? '9' : '7'; }
 
+/// The line is typed; pressed again its key takes the next one.
+void Begin_Line() {
+    if (Current_Page().highlight == line_key) Next_Edited_Line();
+    Begin_Value('d', false, Limit_Entry::line);
+}
+
 void fEditLineBase(int key) {
-    const bool pressed_again = Current_Page().highlight == key;
     switch (key) {
-        case line_key:
-            if (pressed_again) Next_Edited_Line();
-            return Begin_Value('d', false, Limit_Entry::line);
+        case line_key: return Begin_Line();
         case point_key: return Begin_Value('d', false, Limit_Entry::point);
         case add_key:
             Try(Insert_Limit_Point());
@@ -229,11 +232,8 @@ void From_Marker() {
 }
 
 void fMakeLineBase(int key) {
-    const bool pressed_again = Current_Page().highlight == key;
     switch (key) {
-        case line_key:
-            if (pressed_again) Next_Edited_Line();
-            return Begin_Value('d', false, Limit_Entry::line);
+        case line_key: return Begin_Line();
         case margin_key: return Begin_Value('a', true, Limit_Entry::margin);
         case from_marker_key:
             Begin_Choice();

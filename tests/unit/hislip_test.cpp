@@ -1,4 +1,3 @@
-#include <dirent.h>
 
 #include "hislip_client.h"
 #include "remote/hislip_locks.h"
@@ -482,14 +481,6 @@ TEST_F(Hislip, WhoNeverReadsIsNotReadAndInTheEndDropped) {
     }));
     testing::internal::GetCapturedStderr();
     EXPECT_EQ(other.Ask("*IDN?\n"), "me\n");
-}
-
-std::size_t Entries(const char* folder) {
-    DIR* const open = opendir(folder);
-    std::size_t count = 0;
-    while (readdir(open)) ++count;
-    closedir(open);
-    return count;
 }
 
 TEST_F(Hislip, ClientsThatVanishInAnyStateLeaveNothing) {

@@ -8,6 +8,8 @@
 
 #include <atomic>
 #include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <thread>
 
 #include "connection.h"
@@ -108,6 +110,11 @@ protected:
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
         return false;
+    }
+    /// Of a folder: what the process holds, where it is one of /proc.
+    static std::size_t Entries(const char* folder) {
+        const std::filesystem::directory_iterator entries(folder);
+        return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
     }
     static bool Sweep_Waited_For() { return Eventually([] { return Command_Query_Opc_Flag == 1; }); }
     static void End_Sweep() {

@@ -1,4 +1,3 @@
-#include <dirent.h>
 
 #include "remote/vxi11_record.h"
 #include "remote/vxi11_server.h"
@@ -291,14 +290,6 @@ TEST_F(Vxi11, DatagramsAreServedAsWell) {
     EXPECT_EQ(bare.Receive(40).substr(24), Words({0, 4, 3}) + std::string("me\n\0", 4));
     EXPECT_EQ(second.Status(), 0);
     EXPECT_TRUE(bare.Silent());
-}
-
-std::size_t Entries(const char* folder) {
-    DIR* const open = opendir(folder);
-    std::size_t count = 0;
-    while (readdir(open)) ++count;
-    closedir(open);
-    return count;
 }
 
 TEST_F(Vxi11, ClientsThatVanishInAnyStateLeaveNothingButTheirLinks) {
